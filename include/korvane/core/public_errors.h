@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+
+#include "korvane/core/error.h"
+
+namespace korvane {
+
+// Why a placement (banner, mission, quiz) failed.
+enum class KorvaneAdError { notInitialized, loadFailed, networkError, noFill, unknown };
+
+const char* localizedDescription(KorvaneAdError error);
+// The same failure as an error value (domain "KorvaneAdError", code = the case's index).
+Error toError(KorvaneAdError error);
+
+// Why login failed; handed to KorvaneSdkLoginListener::onFailure.
+enum class KorvaneLoginError : int {
+  notInitialized = 0,
+  invalidUserId = 1,
+  networkError = 2,
+  unknown = 3
+};
+
+const char* description(KorvaneLoginError error);
+// Login error from its raw value; nothing for values outside 0...3.
+std::optional<KorvaneLoginError> loginErrorFromRawValue(long rawValue);
+
+// Receives the outcome of KorvaneSdk::login on the main thread.
+class KorvaneSdkLoginListener {
+ public:
+  virtual ~KorvaneSdkLoginListener() = default;
+  virtual void onSuccess() = 0;
+  virtual void onFailure(KorvaneLoginError error) = 0;
+};
+
+}  // namespace korvane

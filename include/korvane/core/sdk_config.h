@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+// The host's immutable SDK configuration. Made only by KorvaneSdkConfig::Builder::build(); copies
+// are independent values, so a built configuration never changes.
+class KorvaneSdkConfig {
+ public:
+  enum class Environment : int { production = 0, staging = 1, development = 2 };
+
+  class Builder;
+
+  const std::string& appKey() const { return appKey_; }
+  const std::string& appSecret() const { return appSecret_; }
+  Environment environment() const { return environment_; }
+  std::int64_t timeoutMillis() const { return timeoutMillis_; }
+  bool adjoeEnabled() const { return adjoeEnabled_; }
+  const std::optional<std::string>& adjoeSdkHash() const { return adjoeSdkHash_; }
+
+  // The API base URL requests go to: the builder's override when one was set, otherwise the
+  // production URL for production and the staging URL for staging and development.
+  std::string apiBaseUrl() const;
+  bool hasApiBaseUrlOverride() const { return apiBaseUrlOverride_.has_value(); }
+
+ private:
+  KorvaneSdkConfig() = default;
+
+  std::string appKey_;
+  std::string appSecret_;
+  Environment environment_ = Environment::production;
+  std::int64_t timeoutMillis_ = 30000;
+  bool adjoeEnabled_ = false;
+  std::optional<std::string> adjoeSdkHash_;
+  std::optional<std::string> apiBaseUrlOverride_;
+};
+
+// Collects configuration fields; every setter returns the builder so calls chain.
+class KorvaneSdkConfig::Builder {
+ public:
+  Builder(std::string appKey, std::string appSecret);
+
+  Builder& setEnvironment(Environment environment);
+  // Stored as given; no bound is enforced.
+  Builder& setTimeoutMillis(std::int64_t timeoutMillis);
+  Builder& enableAdjoe(std::string sdkHash);
+  Builder& disableAdjoe();
+  // Sends every backend request to this base URL instead of the environment's (staging,
+  // self-hosted backends, local development). Paths are appended to it as text.
+  Builder& setApiBaseUrl(std::string baseUrl);
+
+  // Logs an error for an empty key or secret and builds anyway: only initialisation refuses them.
+  KorvaneSdkConfig build() const;
+
+ private:
+  KorvaneSdkConfig fields_;
+};
+
+// Environment from its raw value; nothing for values outside 0...2.
+std::optional<KorvaneSdkConfig::Environment> environmentFromRawValue(long rawValue);
+
+}  // namespace korvane

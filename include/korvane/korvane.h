@@ -1,0 +1,9 @@
+#pragma once
+
+// KorvaneSDK's C++ API: include this one header.
+#include "korvane/core/error.h"
+#include "korvane/core/logger.h"
+#include "korvane/core/public_errors.h"
+#include "korvane/core/sdk_config.h"
+#include "korvane/core/sdk_user.h"
+#include "korvane/version.h"

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+struct ScreenPixels {
+  long width = 0;
+  long height = 0;
+};
+
+// What the platform knows about the device. Answers are cheap and may be asked from any thread.
+class DeviceProbe {
+ public:
+  virtual ~DeviceProbe() = default;
+  // The hardware identifier (uname's machine field, e.g. "iPhone14,2"); none when not valid text.
+  virtual std::optional<std::string> hardwareIdentifier() const = 0;
+  // The generic model ("iPhone", "iPad").
+  virtual std::string genericModel() const = 0;
+  virtual std::string osVersion() const = 0;
+  virtual std::optional<std::string> regionCode() const = 0;
+  virtual std::optional<std::string> languageCode() const = 0;
+  virtual std::optional<ScreenPixels> screenPixels() const = 0;
+  // The path of the app's store receipt, when the app has one.
+  virtual std::optional<std::string> storeReceiptPath() const = 0;
+};
+
+}  // namespace korvane

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "korvane/core/error.h"
+
+namespace korvane {
+
+using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
+
+struct HttpRequest {
+  std::string method = "GET";
+  std::string url;
+  HttpHeaders headers;  // sent in this order
+  std::string body;
+  std::chrono::milliseconds timeout{60000};  // this request's own limit
+};
+
+struct HttpResponse {
+  int status = 0;
+  HttpHeaders headers;
+  std::string body;
+};
+
+// Transport failures in a form every platform can produce and the core can reason about.
+enum class TransportErrorKind {
+  timedOut,
+  cannotConnect,
+  connectionLost,
+  notConnected,
+  cancelled,
+  other
+};
+
+struct TransportError {
+  TransportErrorKind kind = TransportErrorKind::other;
+  long platformCode = 0;        // the platform's own code (a CURLcode, an NSURLError code)
+  std::string platformMessage;  // the platform's own text
+};
+
+// The URL-loading error code for a kind (timed out -1001, cannot connect -1004, connection
+// lost -1005, not connected -1009, cancelled -999, other -1), in the URL-loading domain.
+long urlErrorCode(TransportErrorKind kind);
+Error toError(const TransportError& error);
+
+using HttpResult = std::variant<HttpResponse, TransportError>;
+
+// Sends requests asynchronously. The completion runs exactly once, on a thread of the client's
+// choosing (never the caller's stack), unless the client is destroyed first, which cancels what
+// is in flight and drops the completions.
+class HttpClient {
+ public:
+  virtual ~HttpClient() = default;
+  virtual void send(HttpRequest request, std::function<void(HttpResult)> completion) = 0;
+};
+
+}  // namespace korvane

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "korvane/core/error.h"
+#include "korvane/platform/http_client.h"
+
+namespace korvane {
+
+struct WebRequest {
+  std::string url;
+  HttpHeaders headers;  // sent with this load only
+  std::chrono::milliseconds timeout{60000};
+};
+
+struct NavigationAction {
+  std::string url;
+  bool mainFrame = true;
+};
+
+enum class NavigationPolicy { allow, cancel };
+
+// A message a page posted to a script message handler. A string body arrives as is; any other
+// value arrives as its JSON text with isString false.
+struct ScriptMessage {
+  std::string handlerName;
+  std::string body;
+  bool isString = true;
+};
+
+// What a web view reports, always on the main thread.
+class WebViewDelegate {
+ public:
+  virtual ~WebViewDelegate() = default;
+  virtual NavigationPolicy decidePolicy(const NavigationAction& action) = 0;
+  virtual void didFinishNavigation() = 0;
+  // `provisional` is true when the page never started loading.
+  virtual void didFailNavigation(const Error& error, bool provisional) = 0;
+  virtual void webContentProcessDidTerminate() = 0;
+  virtual void didReceiveScriptMessage(const ScriptMessage& message) = 0;
+  // A page's alert(); `dismissed` must be called once the person has seen it.
+  virtual void runAlert(const std::string& message, std::function<void()> dismissed) = 0;
+};
+
+// One web view. Only used on the main thread. The delegate is held weakly: a web view never
+// keeps its owner alive.
+class WebView {
+ public:
+  virtual ~WebView() = default;
+  virtual void setDelegate(std::weak_ptr<WebViewDelegate> delegate) = 0;
+  // Installs `script` in every frame at document start, before any page script runs.
+  virtual void addUserScript(const std::string& script) = 0;
+  // Registers a script message handler reachable as window.webkit.messageHandlers.<name>.
+  virtual void addScriptMessageHandler(const std::string& name) = 0;
+  virtual void removeScriptMessageHandler(const std::string& name) = 0;
+  virtual void load(const WebRequest& request) = 0;
+  virtual void loadHtml(const std::string& html, const std::optional<std::string>& baseUrl) = 0;
+  // The completion gets the result as JSON text ("null" for undefined) or the script's error.
+  virtual void evaluateJavaScript(const std::string& script,
+                                  std::function<void(Result<std::string>)> completion) = 0;
+  virtual void reload() = 0;
+  virtual void stopLoading() = 0;
+  virtual bool canGoBack() const = 0;
+  virtual void goBack() = 0;
+  virtual std::optional<std::string> currentUrl() const = 0;
+};
+
+}  // namespace korvane

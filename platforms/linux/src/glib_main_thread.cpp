@@ -1,0 +1,61 @@
+#include "korvane/linux/glib_main_thread.h"
+
+#include <memory>
+
+#include <glib.h>
+
+namespace korvane::linux_host {
+namespace {
+
+struct PendingWork {
+  std::function<void()> work;
+  TaskHandle handle;
+};
+
+gboolean runOnce(gpointer data) {
+  auto* pending = static_cast<PendingWork*>(data);
+  if (!pending->handle.isCancelled()) pending->work();
+  return G_SOURCE_REMOVE;
+}
+
+void destroyPending(gpointer data) {
+  std::unique_ptr<PendingWork>(static_cast<PendingWork*>(data));
+}
+
+// GLib owns the work until the source runs or is destroyed; the destroy notify frees it.
+void attach(GMainContext* context, GSource* source, std::unique_ptr<PendingWork> pending) {
+  g_source_set_callback(source, runOnce, pending.release(), destroyPending);
+  g_source_attach(source, context);
+  g_source_unref(source);
+}
+
+}  // namespace
+
+GlibMainThread::GlibMainThread(GMainContext* context)
+    : context_(context ? g_main_context_ref(context)
+                       : g_main_context_ref(g_main_context_default())),
+      owner_(std::this_thread::get_id()) {}
+
+GlibMainThread::~GlibMainThread() {
+  g_main_context_unref(context_);
+}
+
+void GlibMainThread::post(std::function<void()> work) {
+  GSource* source = g_idle_source_new();
+  g_source_set_priority(source, G_PRIORITY_DEFAULT);
+  attach(context_, source, std::make_unique<PendingWork>(PendingWork{std::move(work), {}}));
+}
+
+TaskHandle GlibMainThread::postAfter(std::chrono::milliseconds delay, std::function<void()> work) {
+  TaskHandle handle(std::make_shared<std::atomic<bool>>(false));
+  const auto millis = delay.count() < 0 ? 0 : static_cast<guint>(delay.count());
+  attach(context_, g_timeout_source_new(millis),
+         std::make_unique<PendingWork>(PendingWork{std::move(work), handle}));
+  return handle;
+}
+
+bool GlibMainThread::isCurrent() const {
+  return std::this_thread::get_id() == owner_;
+}
+
+}  // namespace korvane::linux_host

@@ -1,0 +1,28 @@
+#include "korvane/platform/http_client.h"
+
+namespace korvane {
+
+long urlErrorCode(TransportErrorKind kind) {
+  switch (kind) {
+    case TransportErrorKind::timedOut:
+      return -1001;
+    case TransportErrorKind::cannotConnect:
+      return -1004;
+    case TransportErrorKind::connectionLost:
+      return -1005;
+    case TransportErrorKind::notConnected:
+      return -1009;
+    case TransportErrorKind::cancelled:
+      return -999;
+    case TransportErrorKind::other:
+      break;
+  }
+  return -1;
+}
+
+Error toError(const TransportError& error) {
+  return Error{Error::kUrlLoadingDomain, urlErrorCode(error.kind), error.platformMessage,
+               "URLError"};
+}
+
+}  // namespace korvane

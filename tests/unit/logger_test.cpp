@@ -1,0 +1,130 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "korvane/core/logger.h"
+#include "log_capture.h"
+
+namespace korvane {
+namespace {
+
+using testing::LogCapture;
+
+TEST(KorvaneLogger, LineFormatIsTimeLevelTagMessage) {
+  LogCapture capture;
+  KorvaneLogger::d("EventBatchService", "Creating EventBatchService...");
+  ASSERT_EQ(capture.lines().size(), 1u);
+  EXPECT_TRUE(std::regex_match(
+      capture.lines()[0],
+      std::regex(
+          R"(\[\d\d:\d\d:\d\d\.\d\d\d\] \[D/EventBatchService\] Creating EventBatchService\.\.\.)")))
+      << capture.lines()[0];
+}
+
+struct LevelCase {
+  LogLevel configured;
+  std::string expectedLetters;  // letters printed for e, w, i, d, v in that order
+};
+
+class LoggerLevels : public ::testing::TestWithParam<LevelCase> {};
+
+TEST_P(LoggerLevels, PrintsOnlyLinesAtOrAboveTheLevel) {
+  LogCapture capture(GetParam().configured);
+  KorvaneLogger::e("T", "m");
+  KorvaneLogger::w("T", "m");
+  KorvaneLogger::i("T", "m");
+  KorvaneLogger::d("T", "m");
+  KorvaneLogger::v("T", "m");
+  std::string letters;
+  for (const std::string& m : capture.messages()) letters += m.at(1);
+  EXPECT_EQ(letters, GetParam().expectedLetters);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllLevels, LoggerLevels,
+    ::testing::Values(LevelCase{LogLevel::none, ""}, LevelCase{LogLevel::error, "E"},
+                      LevelCase{LogLevel::warning, "EW"}, LevelCase{LogLevel::info, "EWI"},
+                      LevelCase{LogLevel::debug, "EWID"}, LevelCase{LogLevel::verbose, "EWIDV"}));
+
+TEST(KorvaneLogger, DefaultLevelIsWarningAndRawValuesOutsideTheRangeAreRejected) {
+  EXPECT_EQ(KorvaneLogger::logLevel(), LogLevel::warning);
+  EXPECT_EQ(logLevelFromRawValue(5), LogLevel::verbose);
+  EXPECT_EQ(logLevelFromRawValue(6), std::nullopt);
+  EXPECT_EQ(logLevelFromRawValue(-1), std::nullopt);
+}
+
+struct SinkCall {
+  LogLevel level;
+  std::string tag, message;
+  std::optional<Error> error;
+};
+
+TEST(KorvaneLogger, SinkSeesScrubbedErrorsAndWarningsEvenWhenTheConsoleIsSilent) {
+  LogCapture capture(LogLevel::none);
+  std::vector<SinkCall> calls;
+  KorvaneLogger::setTelemetrySink(
+      [&](LogLevel level, std::string_view tag, std::string_view message, const Error* error) {
+        calls.push_back({level, std::string(tag), std::string(message),
+                         error ? std::optional<Error>(*error) : std::nullopt});
+      });
+  const Error failure{"NSURLErrorDomain", -1001, "timed out for a@b.io", "URLError"};
+  KorvaneLogger::e("Api", "token=abc failed", failure);
+  KorvaneLogger::w("Api", "slow");
+  KorvaneLogger::i("Api", "info never reaches the sink");
+  KorvaneLogger::d("Api", "nor debug");
+
+  EXPECT_TRUE(capture.lines().empty());
+  ASSERT_EQ(calls.size(), 2u);
+  EXPECT_EQ(calls[0].level, LogLevel::error);
+  EXPECT_EQ(calls[0].tag, "Api");
+  EXPECT_EQ(calls[0].message, "token=*** failed");
+  EXPECT_EQ(calls[0].error, failure);
+  EXPECT_EQ(calls[1].level, LogLevel::warning);
+  EXPECT_FALSE(calls[1].error.has_value());
+}
+
+TEST(KorvaneLogger, ErrorSuffixCarriesTheScrubbedDescription) {
+  LogCapture capture;
+  KorvaneLogger::w("Tag", "send to user@example.com", Error{"D", 1, "password=123 rejected"});
+  ASSERT_EQ(capture.messages().size(), 1u);
+  EXPECT_EQ(capture.messages()[0], "[W/Tag] send to *** - password=*** rejected");
+}
+
+TEST(KorvaneLogger, LazyMessagesAreBuiltOnlyWhenSomeoneWantsThem) {
+  LogCapture capture(LogLevel::warning);
+  int built = 0;
+  auto make = [&] {
+    ++built;
+    return std::string("expensive");
+  };
+  KorvaneLogger::d("T", make);
+  KorvaneLogger::v("T", make);
+  EXPECT_EQ(built, 0);
+  KorvaneLogger::w("T", make);
+  EXPECT_EQ(built, 1);
+
+  KorvaneLogger::setLogLevel(LogLevel::none);
+  KorvaneLogger::e("T", make);
+  EXPECT_EQ(built, 1) << "no console and no sink: nothing to build";
+  KorvaneLogger::setTelemetrySink(
+      [](LogLevel, std::string_view, std::string_view, const Error*) {});
+  KorvaneLogger::e("T", make);
+  EXPECT_EQ(built, 2);
+}
+
+// The documented examples; the differential test covers the rest.
+TEST(KorvaneLogger, ScrubMasksCredentialValuesAndEmailAddresses) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"appKey=abc123&x=1", "appKey=***&x=1"},
+      {R"({"password":"hunter2","ok":1})", R"({"password":"***","ok":1})"},
+      {"Authorization: Bearer xyz", "Authorization: *** xyz"},
+      {"APPKEY = 1", "APPKEY = ***"},
+      {"mail jane.doe@example.co.uk now", "mail *** now"},
+      {"no secrets here", "no secrets here"},
+  };
+  for (const auto& [input, expected] : cases)
+    EXPECT_EQ(KorvaneLogger::scrub(input), expected) << input;
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,129 @@
+#include <gtest/gtest.h>
+
+#include <glib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <thread>
+
+#include "korvane/linux/glib_main_thread.h"
+#include "korvane/linux/linux_storage.h"
+#include "korvane/linux/system_clock.h"
+#include "korvane/platform/http_client.h"
+#include "log_capture.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TempDir : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() /
+           ("korvane-test-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+  fs::path dir_;
+};
+
+using FileKeyValueStoreTest = TempDir;
+
+TEST_F(FileKeyValueStoreTest, ValuesSurviveANewInstanceAndRemovalsToo) {
+  const fs::path file = dir_ / "nested" / "defaults.json";
+  {
+    linux_host::FileKeyValueStore store(file);
+    EXPECT_EQ(store.getString("device_id"), std::nullopt);
+    store.setString("device_id", "ABC");
+    store.setString("currentUserId", "u-1");
+    store.remove("currentUserId");
+    store.remove("never-set");
+    EXPECT_EQ(store.getString("device_id"), "ABC");
+  }
+  linux_host::FileKeyValueStore reopened(file);
+  EXPECT_EQ(reopened.getString("device_id"), "ABC");
+  EXPECT_EQ(reopened.getString("currentUserId"), std::nullopt);
+}
+
+TEST_F(FileKeyValueStoreTest, DamagedFilesReadAsEmptyAndAreReplacedOnWrite) {
+  const std::string damaged[] = {"", "{not json", "[1,2]", "\xFF\xFE", R"({"a": 1, "b": "kept"})"};
+  for (const std::string& contents : damaged) {
+    fs::create_directories(dir_);
+    const fs::path file = dir_ / "defaults.json";
+    std::ofstream(file, std::ios::binary) << contents;
+    testing::LogCapture quiet(LogLevel::none);
+    linux_host::FileKeyValueStore store(file);
+    EXPECT_EQ(store.getString("a"), std::nullopt) << "non-string values are ignored";
+    store.setString("a", "x");
+    EXPECT_EQ(linux_host::FileKeyValueStore(file).getString("a"), "x") << contents;
+  }
+}
+
+TEST_F(FileKeyValueStoreTest, DocumentsDirectoryExistsOnceAskedFor) {
+  linux_host::FixedDocumentsDirectory documents(dir_ / "Documents");
+  EXPECT_TRUE(fs::is_directory(documents.path()));
+}
+
+// Runs the default GLib context until `done` or a generous deadline.
+void runUntil(const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (!done() && std::chrono::steady_clock::now() < deadline)
+    g_main_context_iteration(nullptr, FALSE) ||
+        (std::this_thread::sleep_for(std::chrono::milliseconds(1)), true);
+}
+
+TEST(GlibMainThread, RunsPostedWorkInOrderAndDelayedWorkUnlessCancelled) {
+  linux_host::GlibMainThread main;
+  std::vector<std::string> order;
+  main.postAfter(std::chrono::milliseconds(30), [&] { order.push_back("late"); });
+  TaskHandle cancelled =
+      main.postAfter(std::chrono::milliseconds(10), [&] { order.push_back("cancelled"); });
+  std::thread other([&] { main.post([&] { order.push_back("from other thread"); }); });
+  other.join();
+  main.post([&] { order.push_back("second"); });
+  cancelled.cancel();
+  runUntil([&] { return order.size() == 3; });
+  EXPECT_EQ(order, (std::vector<std::string>{"from other thread", "second", "late"}));
+}
+
+TEST(GlibMainThread, KnowsWhichThreadIsMain) {
+  linux_host::GlibMainThread main;
+  EXPECT_TRUE(main.isCurrent());
+  bool onOther = true;
+  std::thread([&] { onOther = main.isCurrent(); }).join();
+  EXPECT_FALSE(onOther);
+}
+
+TEST(RandomSource, UuidsAreUpperCaseVersion4AndDistinct) {
+  linux_host::SystemRandom random;
+  const std::regex shape("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+  std::set<std::string> seen;
+  for (int n = 0; n < 1000; ++n) {
+    const std::string uuid = random.makeUuid();
+    ASSERT_TRUE(std::regex_match(uuid, shape)) << uuid;
+    seen.insert(uuid);
+    const double unit = random.nextUnit();
+    ASSERT_TRUE(unit >= 0.0 && unit < 1.0);
+  }
+  EXPECT_EQ(seen.size(), 1000u);
+}
+
+TEST(TransportError, KindsMapToUrlLoadingCodes) {
+  const std::pair<TransportErrorKind, long> cases[] = {
+      {TransportErrorKind::timedOut, -1001},       {TransportErrorKind::cannotConnect, -1004},
+      {TransportErrorKind::connectionLost, -1005}, {TransportErrorKind::notConnected, -1009},
+      {TransportErrorKind::cancelled, -999},       {TransportErrorKind::other, -1}};
+  for (const auto& [kind, code] : cases) {
+    const Error error = toError(TransportError{kind, 7, "text"});
+    EXPECT_EQ(error.code, code);
+    EXPECT_TRUE(error.isNetworkError());
+    EXPECT_EQ(error.description, "text");
+  }
+}
+
+}  // namespace
+}  // namespace korvane
