@@ -2,7 +2,7 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
+#include <cstring>
 
 #include "core/utf8.h"
 
@@ -10,9 +10,6 @@ namespace korvane::scrubber {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
-constexpr std::int32_t kKelvinSign = 0x212A;  // folds to 'k'
-constexpr std::int32_t kLongS = 0x017F;       // folds to 's'
-constexpr unsigned char kLongSLeadByte = 0xC5;
 
 constexpr unsigned char lowerAscii(unsigned char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
@@ -20,9 +17,18 @@ constexpr unsigned char lowerAscii(unsigned char c) {
 constexpr bool isQuote(unsigned char c) {
   return c == '"' || c == '\'';
 }
+inline unsigned char at(std::string_view s, std::size_t i) {
+  return static_cast<unsigned char>(s[i]);
+}
 
-// Keys grouped by their lower-cased first letter, so a position is compared only with the keys
-// that can start there.
+// ---- Sensitive values -------------------------------------------------------------------------
+//
+// Every match contains a ':' or '=' right after its key (give or take a quote and white space),
+// so the pass jumps from separator to separator and looks backwards for a key. The separators of
+// successive matches are in the same order as their starts, which makes the first separator with
+// a fitting key the leftmost match, exactly as a left-to-right regular-expression search finds it.
+
+// Keys grouped by their last letter, which is always ASCII.
 struct KeyIndex {
   std::array<std::array<std::uint8_t, 12>, 26> keys{};
   std::array<std::uint8_t, 26> count{};
@@ -31,77 +37,66 @@ struct KeyIndex {
 constexpr KeyIndex makeKeyIndex() {
   KeyIndex index;
   for (std::uint8_t k = 0; k < std::size(kSensitiveKeys); ++k) {
-    const int letter = lowerAscii(static_cast<unsigned char>(kSensitiveKeys[k][0])) - 'a';
+    const std::string_view key = kSensitiveKeys[k];
+    const int letter = lowerAscii(static_cast<unsigned char>(key.back())) - 'a';
     index.keys[letter][index.count[letter]++] = k;
   }
   return index;
 }
-constexpr KeyIndex kKeyIndex = makeKeyIndex();
+constexpr KeyIndex kKeysByLastLetter = makeKeyIndex();
 
-// Bytes at which a match can begin: a quote, a key's first letter in either case, or the lead
-// byte of LATIN SMALL LETTER LONG S (which case-folds to the 's' of "secret").
-constexpr std::array<bool, 256> makeStartTable() {
-  std::array<bool, 256> table{};
-  for (unsigned c = 0; c < 256; ++c) {
-    const unsigned char lower = lowerAscii(static_cast<unsigned char>(c));
-    table[c] = isQuote(static_cast<unsigned char>(c)) || c == kLongSLeadByte ||
-               (lower >= 'a' && lower <= 'z' && kKeyIndex.count[lower - 'a'] > 0);
+// Case folding beyond ASCII that the key letters take part in: KELVIN SIGN folds to 'k' and
+// LATIN SMALL LETTER LONG S to 's'.
+constexpr char kKelvinSign[] = "\xE2\x84\xAA";
+constexpr char kLongS[] = "\xC5\xBF";
+
+// Start of `key` if it ends at `end` and starts no earlier than `floor`, else kNone.
+std::size_t keyStartEndingAt(std::string_view s, std::size_t end, std::size_t floor,
+                             std::string_view key) {
+  std::size_t j = end;
+  for (std::size_t n = key.size(); n-- > 0;) {
+    if (j <= floor) return kNone;
+    const unsigned char want = lowerAscii(static_cast<unsigned char>(key[n]));
+    const unsigned char b = at(s, j - 1);
+    if (b < 0x80) {
+      if (lowerAscii(b) != want) return kNone;
+      --j;
+      continue;
+    }
+    const std::string_view folded = want == 'k'   ? std::string_view(kKelvinSign, 3)
+                                    : want == 's' ? std::string_view(kLongS, 2)
+                                                  : std::string_view();
+    if (folded.empty() || j - floor < folded.size() ||
+        s.substr(j - folded.size(), folded.size()) != folded)
+      return kNone;
+    j -= folded.size();
   }
-  return table;
+  return j;
 }
-constexpr std::array<bool, 256> kCanStart = makeStartTable();
 
-// ASCII bytes that end a value: quotes, white space, ',', '}', ']' and '&'.
-constexpr std::array<bool, 128> makeValueStopTable() {
-  std::array<bool, 128> table{};
-  for (char c : std::string_view("\"' \t\n\v\f\r,}]&")) table[static_cast<unsigned char>(c)] = true;
-  return table;
+// The earliest start, at or after `floor`, of a key ending at `end`. Several keys can end at
+// the same place ("accessToken" and "token"); the longest starts first and wins.
+std::size_t earliestKeyEndingAt(std::string_view s, std::size_t end, std::size_t floor) {
+  if (end <= floor) return kNone;
+  const unsigned char last = lowerAscii(at(s, end - 1));
+  if (last < 'a' || last > 'z') return kNone;
+  const int letter = last - 'a';
+  std::size_t best = kNone;
+  for (std::uint8_t n = 0; n < kKeysByLastLetter.count[letter]; ++n) {
+    const std::size_t start =
+        keyStartEndingAt(s, end, floor, kSensitiveKeys[kKeysByLastLetter.keys[letter][n]]);
+    if (start < best) best = start;
+  }
+  return best;
 }
-constexpr std::array<bool, 128> kValueStop = makeValueStopTable();
 
 bool isAsciiSpace(unsigned char c) {
   return c == ' ' || (c >= 0x09 && c <= 0x0D);
 }
 
-// One key character against the text at `j`; returns the bytes it took or 0.
-std::size_t matchKeyChar(std::string_view s, std::size_t j, char keyChar) {
-  const auto b = static_cast<unsigned char>(s[j]);
-  const unsigned char want = lowerAscii(static_cast<unsigned char>(keyChar));
-  if (b < 0x80) return lowerAscii(b) == want ? 1 : 0;
-  if (want != 'k' && want != 's') return 0;
-  const utf8::Decoded d = utf8::decodeAt(s, j);
-  const bool folds =
-      (want == 'k' && d.codePoint == kKelvinSign) || (want == 's' && d.codePoint == kLongS);
-  return folds ? d.length : 0;
-}
-
-// End of the key that starts at `i`, or kNone. No key is a prefix of another, so at most one fits.
-std::size_t matchKeyAt(std::string_view s, std::size_t i) {
-  auto first = static_cast<unsigned char>(s[i]);
-  if (first == kLongSLeadByte) first = 's';
-  first = lowerAscii(first);
-  if (first < 'a' || first > 'z') return kNone;
-  const int letter = first - 'a';
-  for (std::uint8_t n = 0; n < kKeyIndex.count[letter]; ++n) {
-    const std::string_view key = kSensitiveKeys[kKeyIndex.keys[letter][n]];
-    std::size_t j = i;
-    bool matched = true;
-    for (char keyChar : key) {
-      const std::size_t taken = j < s.size() ? matchKeyChar(s, j, keyChar) : 0;
-      if (taken == 0) {
-        matched = false;
-        break;
-      }
-      j += taken;
-    }
-    if (matched) return j;
-  }
-  return kNone;
-}
-
-std::size_t skipSpace(std::string_view s, std::size_t j) {
+std::size_t skipSpaceForward(std::string_view s, std::size_t j) {
   while (j < s.size()) {
-    const auto b = static_cast<unsigned char>(s[j]);
+    const unsigned char b = at(s, j);
     if (b < 0x80) {
       if (!isAsciiSpace(b)) break;
       ++j;
@@ -114,46 +109,57 @@ std::size_t skipSpace(std::string_view s, std::size_t j) {
   return j;
 }
 
-std::size_t scanValue(std::string_view s, std::size_t j) {
-  while (j < s.size()) {
-    const auto b = static_cast<unsigned char>(s[j]);
+// Walks back over white space ending at `j`, not below `floor`. A multi-byte space counts only
+// when a forward decode from its lead byte gives exactly that character.
+std::size_t skipSpaceBackward(std::string_view s, std::size_t j, std::size_t floor) {
+  while (j > floor) {
+    const unsigned char b = at(s, j - 1);
     if (b < 0x80) {
-      if (kValueStop[b]) break;
-      ++j;
+      if (!isAsciiSpace(b)) break;
+      --j;
       continue;
     }
-    const utf8::Decoded d = utf8::decodeAt(s, j);
-    if (d.codePoint == utf8::kInvalid || utf8::isSpace(d.codePoint)) break;
-    j += d.length;
+    std::size_t lead = j - 1;
+    while (lead > floor && j - lead < 4 && (at(s, lead) & 0xC0) == 0x80) --lead;
+    const utf8::Decoded d = utf8::decodeAt(s, lead);
+    if (lead + d.length != j || !utf8::isSpace(d.codePoint)) break;
+    j = lead;
   }
   return j;
 }
 
-struct ValueMatch {
-  std::size_t valueBegin;
-  std::size_t valueEnd;
-  std::size_t matchEnd;
-};
-
-// Every optional piece of the expression can be decided by looking at one character (a quote
-// can never start a key, a separator or a value), so the first fit is the only fit.
-std::optional<ValueMatch> matchSensitiveAt(std::string_view s, std::size_t p) {
-  std::size_t j = p;
-  if (isQuote(static_cast<unsigned char>(s[j]))) ++j;
-  if (j >= s.size()) return std::nullopt;
-  j = matchKeyAt(s, j);
-  if (j == kNone) return std::nullopt;
-  if (j < s.size() && isQuote(static_cast<unsigned char>(s[j]))) ++j;
-  j = skipSpace(s, j);
-  if (j >= s.size() || (s[j] != ':' && s[j] != '=')) return std::nullopt;
-  j = skipSpace(s, j + 1);
-  if (j < s.size() && isQuote(static_cast<unsigned char>(s[j]))) ++j;
-  const std::size_t valueEnd = scanValue(s, j);
-  if (valueEnd == j) return std::nullopt;
-  std::size_t end = valueEnd;
-  if (end < s.size() && isQuote(static_cast<unsigned char>(s[end]))) ++end;
-  return ValueMatch{j, valueEnd, end};
+// ASCII bytes that end a value: quotes, white space, ',', '}', ']' and '&'.
+constexpr std::array<bool, 128> makeValueStopTable() {
+  std::array<bool, 128> table{};
+  for (char c : std::string_view("\"' \t\n\v\f\r,}]&")) table[static_cast<unsigned char>(c)] = true;
+  return table;
 }
+constexpr std::array<bool, 128> kValueStop = makeValueStopTable();
+
+// Bytes taken by the value character at `j`, or 0 when none starts there.
+std::size_t valueCharAt(std::string_view s, std::size_t j) {
+  const unsigned char b = at(s, j);
+  if (b < 0x80) return kValueStop[b] ? 0 : 1;
+  const utf8::Decoded d = utf8::decodeAt(s, j);
+  return (d.codePoint == utf8::kInvalid || utf8::isSpace(d.codePoint)) ? 0 : d.length;
+}
+
+std::size_t scanValue(std::string_view s, std::size_t j) {
+  while (j < s.size()) {
+    const std::size_t taken = valueCharAt(s, j);
+    if (taken == 0) break;
+    j += taken;
+  }
+  return j;
+}
+
+std::size_t findSeparator(std::string_view s, std::size_t from) {
+  for (std::size_t j = from; j < s.size(); ++j)
+    if (s[j] == ':' || s[j] == '=') return j;
+  return kNone;
+}
+
+// ---- E-mail addresses -------------------------------------------------------------------------
 
 constexpr std::array<bool, 256> makeClass(std::string_view extra) {
   std::array<bool, 256> table{};
@@ -173,71 +179,71 @@ bool isAsciiLetter(unsigned char c) {
 // until a '.' followed by at least two letters is found, so the last such dot wins.
 std::size_t matchDomainAt(std::string_view s, std::size_t i) {
   std::size_t runEnd = i;
-  while (runEnd < s.size() && kDomainPart[static_cast<unsigned char>(s[runEnd])]) ++runEnd;
+  while (runEnd < s.size() && kDomainPart[at(s, runEnd)]) ++runEnd;
   for (std::size_t dot = runEnd; dot-- > i + 1;) {
     if (s[dot] != '.') continue;
     std::size_t end = dot + 1;
-    while (end < runEnd && isAsciiLetter(static_cast<unsigned char>(s[end]))) ++end;
+    while (end < runEnd && isAsciiLetter(at(s, end))) ++end;
     if (end - (dot + 1) >= 2) return end;
   }
   return kNone;
+}
+
+// Appends the untouched text before `from`, then the mask.
+void appendMasked(std::string& out, std::string_view s, std::size_t& copied, std::size_t from) {
+  if (out.empty()) out.reserve(s.size() + 16);
+  out.append(s, copied, from - copied).append("***");
+}
+
+std::string finish(std::string& out, std::string_view s, std::size_t copied) {
+  if (copied == 0) return std::string(s);
+  out.append(s, copied);
+  return std::move(out);
 }
 
 }  // namespace
 
 std::string maskSensitiveValues(std::string_view s) {
   std::string out;
-  std::size_t copied = 0;
-  std::size_t p = 0;
-  while (p < s.size()) {
-    if (!kCanStart[static_cast<unsigned char>(s[p])]) {
-      ++p;
-      continue;
-    }
-    const std::optional<ValueMatch> m = matchSensitiveAt(s, p);
-    if (!m) {
-      ++p;
-      continue;
-    }
-    if (out.empty()) out.reserve(s.size() + 8);
-    out.append(s, copied, m->valueBegin - copied).append("***");
-    copied = m->valueEnd;
-    p = m->matchEnd;
+  std::size_t copied = 0;  // input bytes already written to `out` (0: nothing masked yet)
+  std::size_t floor = 0;   // where the next match may start: the end of the previous one
+  for (std::size_t sep = findSeparator(s, 0); sep != kNone; sep = findSeparator(s, sep + 1)) {
+    std::size_t value = skipSpaceForward(s, sep + 1);
+    if (value < s.size() && isQuote(at(s, value))) ++value;
+    if (value >= s.size() || valueCharAt(s, value) == 0) continue;
+
+    std::size_t keyEnd = skipSpaceBackward(s, sep, floor);
+    if (keyEnd > floor && isQuote(at(s, keyEnd - 1))) --keyEnd;
+    if (earliestKeyEndingAt(s, keyEnd, floor) == kNone) continue;
+
+    const std::size_t valueEnd = scanValue(s, value);
+    appendMasked(out, s, copied, value);
+    copied = valueEnd;
+    floor = valueEnd < s.size() && isQuote(at(s, valueEnd)) ? valueEnd + 1 : valueEnd;
+    sep = floor - 1;
   }
-  if (copied == 0) return std::string(s);
-  out.append(s, copied);
-  return out;
+  return finish(out, s, copied);
 }
 
 std::string maskEmailAddresses(std::string_view s) {
   std::string out;
   std::size_t copied = 0;
-  std::size_t runBegin = kNone;  // start of the current run of local-part characters
-  std::size_t k = 0;
-  while (k < s.size()) {
-    const auto c = static_cast<unsigned char>(s[k]);
-    if (kLocalPart[c]) {
-      if (runBegin == kNone) runBegin = k;
-      ++k;
-      continue;
-    }
-    if (c == '@' && runBegin != kNone) {
-      const std::size_t end = matchDomainAt(s, k + 1);
-      if (end != kNone) {
-        if (out.empty()) out.reserve(s.size());
-        out.append(s, copied, runBegin - copied).append("***");
-        copied = end;
-        runBegin = kNone;
-        k = end;
-        continue;
-      }
-    }
-    runBegin = kNone;
-    ++k;
+  std::size_t floor = 0;
+  std::size_t from = 0;
+  while (from < s.size()) {
+    const void* found = std::memchr(s.data() + from, '@', s.size() - from);
+    if (!found) break;
+    const std::size_t atSign = static_cast<std::size_t>(static_cast<const char*>(found) - s.data());
+    from = atSign + 1;
+    std::size_t local = atSign;
+    while (local > floor && kLocalPart[at(s, local - 1)]) --local;
+    if (local == atSign) continue;
+    const std::size_t end = matchDomainAt(s, atSign + 1);
+    if (end == kNone) continue;
+    appendMasked(out, s, copied, local);
+    copied = floor = from = end;
   }
-  if (copied == 0) return std::string(s);
-  out.append(s, copied);
-  return out;
+  return finish(out, s, copied);
 }
 
 std::string scrub(std::string_view text) {

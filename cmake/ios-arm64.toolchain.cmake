@@ -1,0 +1,40 @@
+# Cross-compiles for arm64 iPhoneOS with clang and libc++ against the SDK at IOS_SDK. Works on
+# macOS and, with clang, lld and libc++ headers installed, on Linux.
+set(CMAKE_SYSTEM_NAME iOS)
+set(CMAKE_SYSTEM_PROCESSOR arm64)
+set(CMAKE_OSX_ARCHITECTURES arm64)
+set(CMAKE_OSX_DEPLOYMENT_TARGET 14.0)
+
+if(NOT DEFINED ENV{IOS_SDK})
+  message(FATAL_ERROR "Set IOS_SDK to an iPhoneOS SDK directory.")
+endif()
+set(CMAKE_OSX_SYSROOT "$ENV{IOS_SDK}")
+
+set(_korvane_target arm64-apple-ios14.0)
+set(CMAKE_C_COMPILER clang)
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_OBJC_COMPILER clang)
+set(CMAKE_OBJCXX_COMPILER clang++)
+foreach(lang C CXX OBJC OBJCXX)
+  set(CMAKE_${lang}_COMPILER_TARGET ${_korvane_target})
+endforeach()
+
+if(NOT CMAKE_HOST_APPLE)
+  # Off macOS: lld links Mach-O, and libc++'s headers come from the host's LLVM.
+  set(KORVANE_HOST_LIBCXX_INCLUDE "/usr/lib/llvm-14/include/c++/v1" CACHE PATH "libc++ headers")
+  set(_korvane_flags "-stdlib=libc++ -nostdinc++ -isystem ${KORVANE_HOST_LIBCXX_INCLUDE}")
+  set(CMAKE_CXX_FLAGS_INIT "${_korvane_flags}")
+  set(CMAKE_OBJCXX_FLAGS_INIT "${_korvane_flags}")
+  set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld")
+  set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=lld")
+  set(CMAKE_MODULE_LINKER_FLAGS_INIT "-fuse-ld=lld")
+  find_program(CMAKE_AR NAMES llvm-ar llvm-ar-14 REQUIRED)
+  find_program(CMAKE_RANLIB NAMES llvm-ranlib llvm-ranlib-14 REQUIRED)
+endif()
+
+set(CMAKE_FIND_ROOT_PATH "${CMAKE_OSX_SYSROOT}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, tests and tools need. Safe to run again: packages
+# already present are left alone and nothing is downloaded when all are there.
+set -euo pipefail
+
+packages=(
+  cmake ninja-build g++ clang lld llvm pkg-config git
+  libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
+  zlib1g-dev nlohmann-json3-dev libglib2.0-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
+done
+if ((${#missing[@]} == 0)); then
+  echo "All build dependencies are installed."
+  exit 0
+fi
+
+sudo=""
+if [[ $(id -u) -ne 0 ]]; then sudo="sudo"; fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
