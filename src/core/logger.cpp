@@ -73,6 +73,16 @@ void appendTimestamp(std::string& out) {
   out += buffer;
 }
 
+void writeLine(std::string line) {
+  if (auto writer = writerSlot().get()) {
+    (*writer)(line);
+    return;
+  }
+  line += '\n';
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::fflush(stdout);
+}
+
 void emitLine(LogLevel level, std::string_view tag, std::string_view scrubbedMessage,
               const Error* error) {
   std::string line;
@@ -89,13 +99,7 @@ void emitLine(LogLevel level, std::string_view tag, std::string_view scrubbedMes
     line += " - ";
     line += scrubber::scrub(error->description);
   }
-  if (auto writer = writerSlot().get()) {
-    (*writer)(line);
-    return;
-  }
-  line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fflush(stdout);
+  writeLine(std::move(line));
 }
 
 }  // namespace
@@ -113,6 +117,10 @@ void KorvaneLogger::setTelemetrySink(TelemetrySink sink) {
 
 void KorvaneLogger::setLineWriter(LineWriter writer) {
   writerSlot().set(std::move(writer));
+}
+
+void KorvaneLogger::print(std::string_view text) {
+  writeLine(scrubber::scrub(text));
 }
 
 std::string KorvaneLogger::scrub(std::string_view text) {

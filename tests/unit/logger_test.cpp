@@ -24,6 +24,9 @@ TEST(KorvaneLogger, LineFormatIsTimeLevelTagMessage) {
 struct LevelCase {
   LogLevel configured;
   std::string expectedLetters;  // letters printed for e, w, i, d, v in that order
+  friend void PrintTo(const LevelCase& c, std::ostream* os) {
+    *os << "level " << static_cast<int>(c.configured);
+  }
 };
 
 class LoggerLevels : public ::testing::TestWithParam<LevelCase> {};
@@ -44,7 +47,10 @@ INSTANTIATE_TEST_SUITE_P(
     AllLevels, LoggerLevels,
     ::testing::Values(LevelCase{LogLevel::none, ""}, LevelCase{LogLevel::error, "E"},
                       LevelCase{LogLevel::warning, "EW"}, LevelCase{LogLevel::info, "EWI"},
-                      LevelCase{LogLevel::debug, "EWID"}, LevelCase{LogLevel::verbose, "EWIDV"}));
+                      LevelCase{LogLevel::debug, "EWID"}, LevelCase{LogLevel::verbose, "EWIDV"}),
+    [](const auto& level) {
+      return "level" + std::to_string(static_cast<int>(level.param.configured));
+    });
 
 TEST(KorvaneLogger, DefaultLevelIsWarningAndRawValuesOutsideTheRangeAreRejected) {
   EXPECT_EQ(KorvaneLogger::logLevel(), LogLevel::warning);

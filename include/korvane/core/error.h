@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace korvane {
 
@@ -15,6 +16,8 @@ struct Error {
   std::string description;
   // The error's type as telemetry names it (for example "NetworkError" or "GzipError").
   std::string typeName = "Error";
+  // Extra named details, such as the HTTP response behind a failed call ("response").
+  std::vector<std::pair<std::string, std::string>> userInfo = {};
 
   bool isNetworkError() const { return domain == kUrlLoadingDomain; }
   friend bool operator==(const Error&, const Error&) = default;

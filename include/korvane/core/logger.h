@@ -86,6 +86,10 @@ class KorvaneLogger {
   // Where console lines go; standard output unless a host routes them elsewhere. Null restores it.
   static void setLineWriter(LineWriter writer);
 
+  // A plain diagnostic line without prefix, as some failures print besides their log line.
+  // Scrubbed like every line; printed whatever the level.
+  static void print(std::string_view text);
+
   // Masks the values of credential-like keys ("appKey=***") and whole e-mail addresses ("***").
   static std::string scrub(std::string_view text);
 

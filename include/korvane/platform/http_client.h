@@ -18,7 +18,10 @@ struct HttpRequest {
   std::string url;
   HttpHeaders headers;  // sent in this order
   std::string body;
-  std::chrono::milliseconds timeout{60000};  // this request's own limit
+  // Longest wait for the connection or for more data.
+  std::chrono::milliseconds timeout{60000};
+  // Longest time for the whole exchange; zero or less means no such limit.
+  std::chrono::milliseconds resourceTimeout{0};
 };
 
 struct HttpResponse {
