@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ clang lld llvm pkg-config git
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
-  zlib1g-dev nlohmann-json3-dev libglib2.0-dev
+  zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
 )
 

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "korvane/api/api_service.h"
+#include "korvane/api/device_utils.h"
+#include "korvane/core/json_value.h"
+#include "korvane/platform/clock.h"
+
+namespace korvane {
+
+// Owns the API service (process-wide through shared()) and the session id: the upper-case text
+// of a random UUID made once, sent with login and every telemetry event.
+class NetworkManager {
+ public:
+  static NetworkManager& shared();
+  explicit NetworkManager(std::string sessionId);
+
+  const std::string& sessionId() const { return sessionId_; }
+  // Creates the API service for the configuration's base URL over `http`; does nothing when
+  // already initialised. A base URL that is not a URL is logged and leaves it uninitialised.
+  void initialize(const KorvaneSdkConfig& config, std::shared_ptr<HttpClient> http);
+  // Uses the given service (tests, other transports); does nothing when already initialised.
+  void initialize(std::shared_ptr<ApiService> service);
+  bool isInitialized() const;
+  // The service, or "Network manager not initialized".
+  Result<std::shared_ptr<ApiService>> apiService() const;
+
+  // Assembles the login request (login event, device description) and sends it.
+  void login(const std::string& userId, const std::string& eventName,
+             const std::optional<std::string>& gender, const std::optional<int>& birthYear,
+             const std::optional<std::string>& category, const JsonValue& parameters,
+             DeviceUtils& device, const Clock& clock, ApiCompletion<LoginResponse> completion);
+
+ private:
+  std::string sessionId_;
+  mutable std::mutex mutex_;
+  std::shared_ptr<ApiService> service_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include "korvane/platform/app_lifecycle.h"
+#include "korvane/platform/clock.h"
+#include "korvane/platform/device_probe.h"
+#include "korvane/platform/http_client.h"
+#include "korvane/platform/main_thread.h"
+#include "korvane/platform/random_source.h"
+#include "korvane/platform/reachability.h"
+#include "korvane/platform/screen_presenter.h"
+#include "korvane/platform/storage.h"
+#include "korvane/platform/tracking_authorization.h"
+#include "korvane/platform/url_opener.h"
+
+namespace korvane {
+
+// Everything the core needs from the platform it runs on. A platform layer fills all of it;
+// tests fill what the code under test uses.
+struct PlatformServices {
+  std::shared_ptr<HttpClient> http;
+  std::shared_ptr<KeyValueStore> userDefaults;
+  std::shared_ptr<DocumentsDirectory> documents;
+  std::shared_ptr<MainThread> mainThread;
+  std::shared_ptr<Clock> clock;
+  std::shared_ptr<RandomSource> random;
+  std::shared_ptr<DeviceProbe> device;
+  std::shared_ptr<TrackingAuthorization> tracking;
+  std::shared_ptr<Reachability> reachability;
+  std::shared_ptr<AppLifecycle> lifecycle;
+  std::shared_ptr<UrlOpener> urlOpener;
+  std::shared_ptr<ScreenPresenter> screens;
+};
+
+}  // namespace korvane

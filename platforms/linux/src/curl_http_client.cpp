@@ -1,0 +1,187 @@
+#include "korvane/linux/curl_http_client.h"
+
+#include <curl/curl.h>
+
+#include <cerrno>
+#include <mutex>
+
+namespace korvane::linux_host {
+
+struct CurlHttpClient::Transfer {
+  HttpRequest request;
+  std::function<void(HttpResult)> completion;
+  CURL* easy = nullptr;
+  curl_slist* headers = nullptr;
+  HttpHeaders responseHeaders;
+  std::string responseBody;
+  char errorText[CURL_ERROR_SIZE] = {};
+
+  ~Transfer() {
+    curl_slist_free_all(headers);
+    if (easy) curl_easy_cleanup(easy);
+  }
+};
+
+namespace {
+
+std::size_t onBody(char* data, std::size_t size, std::size_t count, void* user) {
+  static_cast<CurlHttpClient::Transfer*>(user)->responseBody.append(data, size * count);
+  return size * count;
+}
+
+std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user) {
+  auto* transfer = static_cast<CurlHttpClient::Transfer*>(user);
+  std::string_view line(data, size * count);
+  while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.remove_suffix(1);
+  if (line.rfind("HTTP/", 0) == 0) {
+    transfer->responseHeaders.clear();  // a new response (redirect, 100 Continue) starts over
+  } else if (const std::size_t colon = line.find(':'); colon != std::string_view::npos) {
+    std::string_view value = line.substr(colon + 1);
+    while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
+    transfer->responseHeaders.emplace_back(std::string(line.substr(0, colon)), std::string(value));
+  }
+  return size * count;
+}
+
+long toCurlMillis(std::chrono::milliseconds value) { return value.count() > 0 ? static_cast<long>(value.count()) : 0L; }
+
+void configure(CurlHttpClient::Transfer& t) {
+  CURL* easy = t.easy;
+  const HttpRequest& r = t.request;
+  curl_easy_setopt(easy, CURLOPT_URL, r.url.c_str());
+  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 16L);
+  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, t.errorText);
+  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
+  curl_easy_setopt(easy, CURLOPT_WRITEDATA, &t);
+  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
+  curl_easy_setopt(easy, CURLOPT_HEADERDATA, &t);
+  // The request's own limit bounds connecting and any stall; the resource limit the whole call.
+  curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, toCurlMillis(r.timeout));
+  curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, std::max(1L, static_cast<long>((r.timeout.count() + 999) / 1000)));
+  curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, toCurlMillis(r.resourceTimeout));
+
+  if (r.method == "GET") {
+    curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
+  } else {
+    if (r.method != "POST") curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, r.method.c_str());
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(r.body.size()));
+    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, r.body.data());
+  }
+  for (const auto& [name, value] : r.headers)
+    t.headers = curl_slist_append(t.headers, (name + ": " + value).c_str());
+  // No "Expect: 100-continue" round trip before bodies.
+  t.headers = curl_slist_append(t.headers, "Expect:");
+  curl_easy_setopt(easy, CURLOPT_HTTPHEADER, t.headers);
+}
+
+}  // namespace
+
+TransportErrorKind transportErrorKind(int curlCode, long osErrno) {
+  switch (curlCode) {
+    case CURLE_OPERATION_TIMEDOUT:
+      return TransportErrorKind::timedOut;
+    case CURLE_COULDNT_CONNECT:
+      return (osErrno == ENETUNREACH || osErrno == ENETDOWN) ? TransportErrorKind::notConnected
+                                                             : TransportErrorKind::cannotConnect;
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
+      return TransportErrorKind::cannotConnect;
+    case CURLE_GOT_NOTHING:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+    case CURLE_PARTIAL_FILE:
+      return TransportErrorKind::connectionLost;
+    case CURLE_ABORTED_BY_CALLBACK:
+      return TransportErrorKind::cancelled;
+    default:
+      return TransportErrorKind::other;
+  }
+}
+
+CurlHttpClient::CurlHttpClient() {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+  multi_ = curl_multi_init();
+  worker_ = std::thread([this] { run(); });
+}
+
+CurlHttpClient::~CurlHttpClient() {
+  {
+    std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  curl_multi_wakeup(multi_);
+  worker_.join();
+  for (auto& [easy, transfer] : active_) curl_multi_remove_handle(multi_, easy);
+  active_.clear();
+  pending_.clear();
+  curl_multi_cleanup(multi_);
+}
+
+void CurlHttpClient::send(HttpRequest request, std::function<void(HttpResult)> completion) {
+  auto transfer = std::make_unique<Transfer>();
+  transfer->request = std::move(request);
+  transfer->completion = std::move(completion);
+  {
+    std::lock_guard lock(mutex_);
+    pending_.push_back(std::move(transfer));
+  }
+  curl_multi_wakeup(multi_);
+}
+
+void CurlHttpClient::startPending() {
+  std::deque<std::unique_ptr<Transfer>> starting;
+  {
+    std::lock_guard lock(mutex_);
+    starting.swap(pending_);
+  }
+  for (auto& transfer : starting) {
+    transfer->easy = curl_easy_init();
+    configure(*transfer);
+    curl_multi_add_handle(multi_, transfer->easy);
+    CURL* easy = transfer->easy;
+    active_.emplace(easy, std::move(transfer));
+  }
+}
+
+void CurlHttpClient::run() {
+  for (;;) {
+    {
+      std::lock_guard lock(mutex_);
+      if (stopping_) return;
+    }
+    startPending();
+    int running = 0;
+    curl_multi_perform(multi_, &running);
+    int queued = 0;
+    while (CURLMsg* message = curl_multi_info_read(multi_, &queued)) {
+      if (message->msg != CURLMSG_DONE) continue;
+      CURL* easy = message->easy_handle;
+      const CURLcode code = message->data.result;
+      curl_multi_remove_handle(multi_, easy);
+      auto found = active_.find(easy);
+      std::unique_ptr<Transfer> transfer = std::move(found->second);
+      active_.erase(found);
+      if (code == CURLE_OK) {
+        long status = 0;
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+        transfer->completion(HttpResponse{static_cast<int>(status), std::move(transfer->responseHeaders),
+                                          std::move(transfer->responseBody)});
+      } else {
+        long osErrno = 0;
+        curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
+        std::string text = transfer->errorText[0] ? transfer->errorText : curl_easy_strerror(code);
+        transfer->completion(TransportError{transportErrorKind(code, osErrno), static_cast<long>(code), std::move(text)});
+      }
+    }
+    curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
+  }
+}
+
+}  // namespace korvane::linux_host

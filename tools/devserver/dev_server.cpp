@@ -1,0 +1,460 @@
+#include "dev_server.h"
+
+#include <httplib.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cctype>
+#include <condition_variable>
+#include <fstream>
+#include <sstream>
+
+#include "api/record_codec.h"
+
+namespace korvane::devserver {
+namespace {
+
+using json::Json;
+
+constexpr const char* kPrefix = "/v1/api/sdk";
+
+std::optional<std::string> gunzip(const std::string& data) {
+  z_stream stream{};
+  if (inflateInit2(&stream, 15 + 16) != Z_OK) return std::nullopt;
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+  stream.avail_in = static_cast<uInt>(data.size());
+  std::string out;
+  char buffer[16384];
+  int status = Z_OK;
+  while (status == Z_OK) {
+    stream.next_out = reinterpret_cast<Bytef*>(buffer);
+    stream.avail_out = sizeof buffer;
+    status = inflate(&stream, Z_NO_FLUSH);
+    out.append(buffer, sizeof buffer - stream.avail_out);
+    if (status == Z_BUF_ERROR && stream.avail_in == 0) break;
+  }
+  const bool complete = status == Z_STREAM_END && stream.avail_in == 0;
+  inflateEnd(&stream);
+  if (!complete) return std::nullopt;
+  return out;
+}
+
+std::string percentDecode(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%' && i + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
+        std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
+      out += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+      i += 2;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+std::vector<std::pair<std::string, std::string>> parseQuery(const std::string& target) {
+  std::vector<std::pair<std::string, std::string>> items;
+  const std::size_t question = target.find('?');
+  if (question == std::string::npos) return items;
+  std::string_view query(target);
+  query.remove_prefix(question + 1);
+  while (!query.empty()) {
+    const std::size_t amp = query.find('&');
+    const std::string_view item = query.substr(0, amp);
+    const std::size_t eq = item.find('=');
+    items.emplace_back(percentDecode(item.substr(0, eq)),
+                       eq == std::string_view::npos ? "" : percentDecode(item.substr(eq + 1)));
+    if (amp == std::string_view::npos) break;
+    query.remove_prefix(amp + 1);
+  }
+  return items;
+}
+
+std::optional<std::string> queryValue(const RecordedRequest& r, std::string_view name) {
+  for (const auto& [key, value] : r.query)
+    if (key == name) return value;
+  return std::nullopt;
+}
+
+Json failure(const std::string& message) { return Json{{"success", false}, {"message", message}}; }
+
+App appFromJson(const Json& j) {
+  App app;
+  app.appKey = j.value("appKey", "");
+  app.appSecret = j.value("appSecret", "");
+  app.appName = j.value("appName", app.appKey);
+  app.isActive = j.value("isActive", true);
+  if (j.contains("trackEventBatchCount")) app.trackEventBatchCount = j["trackEventBatchCount"].get<std::int64_t>();
+  if (j.contains("trackEventBatchIntervalMs"))
+    app.trackEventBatchIntervalMs = j["trackEventBatchIntervalMs"].get<std::int64_t>();
+  app.adjoeEnabled = j.value("adjoeEnabled", false);
+  if (j.contains("adjoeSdkHash")) app.adjoeSdkHash = j["adjoeSdkHash"].get<std::string>();
+  if (j.contains("config") && j["config"].is_object()) app.config = j["config"];
+  return app;
+}
+
+}  // namespace
+
+std::optional<std::string> RecordedRequest::header(std::string_view name) const {
+  for (const auto& [key, value] : headers)
+    if (std::equal(key.begin(), key.end(), name.begin(), name.end(),
+                   [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)); }))
+      return value;
+  return std::nullopt;
+}
+
+struct DevServer::State {
+  mutable std::mutex mutex;
+  mutable std::condition_variable eventsArrived;
+  std::vector<App> apps;
+  std::map<std::string, Fault> faults;
+  bool undecodableRefusals = false;
+  std::vector<RecordedRequest> requests;
+  std::vector<TrackEventRequest> events;
+  std::string baseUrl;
+
+  std::optional<App> findApp(const std::string& key) const {
+    std::lock_guard lock(mutex);
+    for (const App& app : apps)
+      if (app.appKey == key) return app;
+    return std::nullopt;
+  }
+
+  std::optional<Fault> takeFault(const std::string& path) {
+    std::lock_guard lock(mutex);
+    auto found = faults.find(path);
+    if (found == faults.end() || found->second.times == 0) return std::nullopt;
+    if (found->second.times > 0) --found->second.times;
+    return found->second;
+  }
+
+  Json appData(const App& app) const {
+    AppData data;
+    data.appKey = app.appKey;
+    data.appName = app.appName;
+    data.isActive = app.isActive;
+    data.korvaneHubUrl = baseUrl + "/offerwall/";
+    data.trackEventBatchCount = app.trackEventBatchCount;
+    data.trackEventBatchIntervalMs = app.trackEventBatchIntervalMs;
+    data.adjoeEnabled = app.adjoeEnabled;
+    data.adjoeSdkHash = app.adjoeSdkHash;
+    data.adjoeOfferwallUrl = baseUrl + "/offerwall/adjoe.html";
+    data.config = app.config;
+    return toJson(data);
+  }
+};
+
+App DevServer::demoApp() {
+  App app;
+  app.appKey = "demo-app-key";
+  app.appSecret = "demo-app-secret";
+  app.appName = "Korvane Demo";
+  app.adjoeEnabled = true;
+  app.adjoeSdkHash = "demo-adjoe-hash";
+  app.config = Json{{"theme", "light"}, {"rewardName", "포인트"}};
+  return app;
+}
+
+DevServer::DevServer(Options options)
+    : options_(std::move(options)), server_(std::make_unique<httplib::Server>()), state_(std::make_shared<State>()) {
+  const std::filesystem::path appsFile = options_.dataDir / "apps.json";
+  if (!options_.dataDir.empty() && std::filesystem::exists(appsFile)) {
+    std::ifstream in(appsFile);
+    const Json apps = Json::parse(in, nullptr, false);
+    if (apps.is_array())
+      for (const Json& app : apps) addApp(appFromJson(app));
+  } else {
+    addApp(demoApp());
+  }
+  installRoutes();
+}
+
+DevServer::~DevServer() { stop(); }
+
+int DevServer::start() {
+  port_ = options_.port == 0 ? server_->bind_to_any_port(options_.host)
+                             : (server_->bind_to_port(options_.host, options_.port) ? options_.port : -1);
+  if (port_ <= 0) return port_ = 0;
+  {
+    std::lock_guard lock(state_->mutex);
+    state_->baseUrl = baseUrl();
+  }
+  thread_ = std::thread([this] { server_->listen_after_bind(); });
+  // The socket is already listening, so early connections wait in its backlog.
+  return port_;
+}
+
+void DevServer::stop() {
+  if (thread_.joinable()) {
+    server_->stop();
+    thread_.join();
+  }
+}
+
+std::string DevServer::baseUrl() const { return "http://" + options_.host + ":" + std::to_string(port_); }
+
+void DevServer::addApp(App app) {
+  std::lock_guard lock(state_->mutex);
+  state_->apps.push_back(std::move(app));
+}
+
+void DevServer::setFault(const std::string& path, Fault fault) {
+  std::lock_guard lock(state_->mutex);
+  state_->faults[path] = fault;
+}
+
+void DevServer::clearFaults() {
+  std::lock_guard lock(state_->mutex);
+  state_->faults.clear();
+}
+
+void DevServer::setUndecodableRefusals(bool undecodable) {
+  std::lock_guard lock(state_->mutex);
+  state_->undecodableRefusals = undecodable;
+}
+
+std::vector<RecordedRequest> DevServer::requests() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->requests;
+}
+
+std::vector<RecordedRequest> DevServer::requestsTo(const std::string& path) const {
+  std::vector<RecordedRequest> matching;
+  for (RecordedRequest& r : requests())
+    if (r.path == path) matching.push_back(std::move(r));
+  return matching;
+}
+
+void DevServer::clearRequests() {
+  std::lock_guard lock(state_->mutex);
+  state_->requests.clear();
+  state_->events.clear();
+}
+
+std::vector<TrackEventRequest> DevServer::deliveredEvents() const {
+  std::lock_guard lock(state_->mutex);
+  return state_->events;
+}
+
+bool DevServer::waitForEvents(std::size_t count, std::chrono::milliseconds timeout) const {
+  std::unique_lock lock(state_->mutex);
+  return state_->eventsArrived.wait_for(lock, timeout, [&] { return state_->events.size() >= count; });
+}
+
+void DevServer::installRoutes() {
+  std::shared_ptr<State> state = state_;
+
+  // Every SDK endpoint goes through here: record, inject faults, check headers and the app,
+  // decode the body, then let `handle` answer.
+  using Handler = std::function<Json(RecordedRequest&, const App&, int& status)>;
+  auto endpoint = [state](bool validate, Handler handle) {
+    return [state, validate, handle](const httplib::Request& req, httplib::Response& res) {
+      RecordedRequest record;
+      record.method = req.method;
+      record.path = req.path;
+      record.target = req.target;
+      record.query = parseQuery(req.target);
+      for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+      record.rawBody = req.body;
+      record.body = req.body;
+
+      auto answer = [&](int status, const std::string& body, const char* type = "application/json") {
+        record.status = status;
+        res.status = status;
+        res.set_content(body, type);
+      };
+      auto finish = [&] {
+        std::lock_guard lock(state->mutex);
+        state->requests.push_back(std::move(record));
+      };
+
+      if (std::optional<Fault> fault = state->takeFault(req.path)) {
+        if (fault->delay.count() > 0) std::this_thread::sleep_for(fault->delay);
+        if (fault->dropConnection) {
+          record.status = 0;
+          finish();
+          res.set_content_provider(1024, "application/json",
+                                   [](std::size_t, std::size_t, httplib::DataSink&) { return false; });
+          return;
+        }
+        if (fault->status != 0) {
+          answer(fault->status, json::dump(failure("injected failure")));
+          return finish();
+        }
+        if (fault->malformedBody) {
+          answer(200, "{\"success\": tru");
+          return finish();
+        }
+      }
+
+      for (const char* name : {"Content-Type", "x-korvane-app-key", "x-korvane-app-secret",
+                               "x-korvane-sdk-version", "x-korvane-platform"}) {
+        if (!record.header(name)) {
+          answer(400, json::dump(failure(std::string("missing header ") + name)));
+          return finish();
+        }
+      }
+      if (record.header("Content-Type") != "application/json") {
+        answer(400, json::dump(failure("Content-Type must be application/json")));
+        return finish();
+      }
+      if (record.header("Content-Encoding") == "gzip") {
+        std::optional<std::string> inflated = gunzip(req.body);
+        if (!inflated) {
+          answer(400, json::dump(failure("corrupt gzip body")));
+          return finish();
+        }
+        record.body = std::move(*inflated);
+      }
+      const std::optional<App> app = state->findApp(*record.header("x-korvane-app-key"));
+      if (!app || app->appSecret != *record.header("x-korvane-app-secret")) {
+        bool undecodable = false;
+        {
+          std::lock_guard lock(state->mutex);
+          undecodable = state->undecodableRefusals;
+        }
+        if (undecodable)
+          answer(401, "Unauthorized", "text/plain");
+        else
+          answer(401, json::dump(failure(validate ? "Invalid app key or secret" : "Unknown application")));
+        return finish();
+      }
+      int status = 200;
+      const Json body = handle(record, *app, status);
+      answer(status, json::dump(body));
+      finish();
+    };
+  };
+
+  // Decodes the body as T, or answers 400 with the reason.
+  auto withBody = [](auto decodeInto) {
+    return [decodeInto](RecordedRequest& r, const App& app, int& status) -> Json {
+      return decodeInto(r, app, status);
+    };
+  };
+
+  std::string prefix = kPrefix;
+  server_->Get(prefix + "/validate", endpoint(true, [state](RecordedRequest&, const App& app, int&) {
+    return Json{{"success", true}, {"app", state->appData(app)}, {"message", "App validated"}};
+  }));
+
+  server_->Post(prefix + "/login", endpoint(false, withBody([state](RecordedRequest& r, const App& app, int& status) {
+    Result<LoginRequest> login = json::decode<LoginRequest>(r.body);
+    if (!login) {
+      status = 400;
+      return failure(login.error().description);
+    }
+    return Json{{"success", true},
+                {"app", state->appData(app)},
+                {"user", {{"user_id", login.value().userId}, {"status", "active"}}}};
+  })));
+
+  server_->Post(prefix + "/event", endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
+    Result<TrackEventRequest> event = json::decode<TrackEventRequest>(r.body);
+    if (!event) {
+      status = 400;
+      return failure(event.error().description);
+    }
+    {
+      std::lock_guard lock(state->mutex);
+      state->events.push_back(std::move(event).value());
+    }
+    state->eventsArrived.notify_all();
+    return Json{{"success", true}};
+  }));
+
+  server_->Post(prefix + "/event/batch", endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
+    Result<EventBatch> batch = json::decode<EventBatch>(r.body);
+    if (!batch) {
+      status = 400;
+      return failure(batch.error().description);
+    }
+    const std::size_t count = batch.value().events.size();
+    {
+      std::lock_guard lock(state->mutex);
+      for (TrackEventRequest& event : batch.value().events) state->events.push_back(std::move(event));
+    }
+    state->eventsArrived.notify_all();
+    return toJson(EventBatchResponse{true, static_cast<std::int64_t>(count), {}});
+  }));
+
+  server_->Get(prefix + "/mission", endpoint(false, [state](RecordedRequest&, const App&, int&) {
+    const std::string base = state->baseUrl + "/offerwall/";
+    MissionResponse response;
+    response.success = true;
+    response.current = 1;
+    response.total = 3;
+    response.titleText = "오늘의 미션";
+    response.descriptionText = "미션을 완료하고 포인트를 받으세요";
+    response.rewardUrl = base + "reward.html";
+    const char* titles[] = {"앱 설치하기", "퀴즈 풀기", "출석 체크"};
+    for (int i = 0; i < 3; ++i) {
+      Mission mission;
+      mission.id = "mission-" + std::to_string(i + 1);
+      mission.title = titles[i];
+      mission.description = "Complete step " + std::to_string(i + 1);
+      mission.imageUrl = base + "images/mission" + std::to_string(i + 1) + ".png";
+      mission.landingUrl = base + "mission.html?missionId=" + mission.id;
+      mission.point = std::to_string(100 * (i + 1));
+      mission.status = i == 0 ? "completed" : "pending";
+      mission.progress = i == 0 ? 1 : 0;
+      mission.total = 1;
+      mission.type = i == 2 ? MissionType::offerwallPromotion : MissionType::normal;
+      mission.impressionOrder = i + 1;
+      mission.placementId = "mission-placement";
+      response.events.push_back(std::move(mission));
+    }
+    return toJson(response);
+  }));
+
+  server_->Get(prefix + "/quiz", endpoint(false, [state](RecordedRequest&, const App&, int&) {
+    const std::string base = state->baseUrl + "/offerwall/";
+    QuizResponse response;
+    response.success = true;
+    response.titleText = "오늘의 퀴즈";
+    response.completedImageUrl = base + "images/quiz-done.png";
+    response.completedImageWidth = 320;
+    response.completedImageHeight = 180;
+    for (int i = 0; i < 2; ++i) {
+      QuizEvent quiz;
+      quiz.id = "quiz-" + std::to_string(i + 1);
+      quiz.title = "Quiz " + std::to_string(i + 1);
+      quiz.imageUrl = base + "images/quiz" + std::to_string(i + 1) + ".png";
+      quiz.landingUrl = base + "quiz.html?quizId=" + quiz.id;
+      quiz.point = "50";
+      quiz.completed = false;
+      quiz.impressionOrder = i + 1;
+      quiz.placementId = "quiz-placement";
+      response.events.push_back(std::move(quiz));
+    }
+    return toJson(response);
+  }));
+
+  server_->Get(prefix + "/banner", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
+    BannerInfoResponse banner;
+    banner.success = true;
+    banner.imageUrl = state->baseUrl + "/offerwall/images/banner.png";
+    banner.imageWidth = 320;
+    banner.imageHeight = 100;
+    banner.titleText = "포인트 받고 쇼핑하기";
+    banner.linkType = "internal";
+    banner.internalLinkUrl = state->baseUrl + "/offerwall/?placement=" + queryValue(r, "placementId").value_or("");
+    banner.externalLinkUrl = "https://www.example.com/";
+    return toJson(banner);
+  }));
+
+  server_->Get(prefix + "/placement-url", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
+    const std::optional<std::string> placement = queryValue(r, "placementId");
+    if (!placement || placement->empty()) return toJson(PlacementUrlResponse{false, std::nullopt, "placementId is required"});
+    return toJson(PlacementUrlResponse{true, state->baseUrl + "/offerwall/?placement=" + *placement, std::nullopt});
+  }));
+
+  server_->Get("/offerwall/", [](const httplib::Request&, httplib::Response& res) {
+    res.set_content("<!doctype html><html><head><meta charset=\"utf-8\"><title>Korvane offerwall</title></head>"
+                    "<body><h1>Korvane offerwall</h1></body></html>",
+                    "text/html; charset=utf-8");
+  });
+}
+
+}  // namespace korvane::devserver

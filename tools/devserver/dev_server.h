@@ -1,0 +1,108 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "korvane/api/telemetry_records.h"
+#include "korvane/core/json_value.h"
+
+namespace httplib {
+class Server;
+}
+
+namespace korvane::devserver {
+
+// An application the backend knows.
+struct App {
+  std::string appKey;
+  std::string appSecret;
+  std::string appName;
+  bool isActive = true;
+  std::optional<std::int64_t> trackEventBatchCount;
+  std::optional<std::int64_t> trackEventBatchIntervalMs;
+  bool adjoeEnabled = false;
+  std::optional<std::string> adjoeSdkHash;
+  JsonValue config = JsonValue::object();
+};
+
+// Every request as it arrived: headers in order, the body as sent and as decoded (gunzipped).
+struct RecordedRequest {
+  std::string method;
+  std::string path;
+  std::string target;  // path with the raw query, as on the wire
+  std::vector<std::pair<std::string, std::string>> query;  // decoded, in wire order
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string rawBody;
+  std::string body;
+  int status = 0;  // what the server answered (0 when the connection was dropped)
+
+  std::optional<std::string> header(std::string_view name) const;
+};
+
+// How an endpoint misbehaves, for the next `times` requests (negative: until cleared).
+struct Fault {
+  int status = 0;                       // answer with this status and an error body
+  std::chrono::milliseconds delay{0};   // wait this long first
+  bool dropConnection = false;          // send headers, then close mid-body
+  bool malformedBody = false;           // answer 200 with a body that is not JSON
+  int times = -1;
+};
+
+struct Options {
+  std::string host = "127.0.0.1";
+  int port = 0;  // 0: any free port
+  std::filesystem::path dataDir;  // may hold apps.json (an array of apps)
+};
+
+// The SDK's backend, for development and tests: validate, login, content and telemetry
+// endpoints on 127.0.0.1, with request recording and fault injection.
+class DevServer {
+ public:
+  explicit DevServer(Options options = {});
+  ~DevServer();
+  DevServer(const DevServer&) = delete;
+  DevServer& operator=(const DevServer&) = delete;
+
+  // Binds and serves on a background thread; returns the port, or 0 when binding failed.
+  int start();
+  void stop();
+  std::string baseUrl() const;
+  int port() const { return port_; }
+
+  void addApp(App app);
+  // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch".
+  void setFault(const std::string& path, Fault fault);
+  void clearFaults();
+  // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.
+  void setUndecodableRefusals(bool undecodable);
+
+  std::vector<RecordedRequest> requests() const;
+  std::vector<RecordedRequest> requestsTo(const std::string& path) const;
+  void clearRequests();
+  // Every event accepted through the single-event and batch endpoints, in arrival order.
+  std::vector<TrackEventRequest> deliveredEvents() const;
+  // Blocks until at least `count` events were delivered or `timeout` passed.
+  bool waitForEvents(std::size_t count, std::chrono::milliseconds timeout) const;
+
+  static App demoApp();
+
+ private:
+  struct State;
+  void installRoutes();
+
+  Options options_;
+  std::unique_ptr<httplib::Server> server_;
+  std::shared_ptr<State> state_;
+  std::thread thread_;
+  int port_ = 0;
+};
+
+}  // namespace korvane::devserver
