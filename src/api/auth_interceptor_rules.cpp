@@ -11,8 +11,10 @@ namespace {
 void setHeader(HttpHeaders& headers, const std::string& name, const std::string& value) {
   const auto sameName = [&](const auto& header) {
     return std::equal(header.first.begin(), header.first.end(), name.begin(), name.end(),
-                      [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) ==
-                                                  std::tolower(static_cast<unsigned char>(b)); });
+                      [](char a, char b) {
+                        return std::tolower(static_cast<unsigned char>(a)) ==
+                               std::tolower(static_cast<unsigned char>(b));
+                      });
   };
   const auto existing = std::find_if(headers.begin(), headers.end(), sameName);
   if (existing != headers.end())

@@ -47,7 +47,9 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 30> kModelNa
     {"iPad14,3", "iPad Pro 11-inch (4th generation)"},
 }};
 
-std::string firstEight(const std::string& id) { return id.substr(0, 8) + "..."; }
+std::string firstEight(const std::string& id) {
+  return id.substr(0, 8) + "...";
+}
 
 }  // namespace
 
@@ -83,7 +85,8 @@ std::string DeviceUtils::getDeviceModel() const {
 
 std::string DeviceUtils::getDeviceModelName() const {
   const std::string identifier = getDeviceModel();
-  const bool simulator = identifier == "Simulator" || identifier.find("arm64") != std::string::npos ||
+  const bool simulator = identifier == "Simulator" ||
+                         identifier.find("arm64") != std::string::npos ||
                          identifier.find("x86_64") != std::string::npos;
   if (simulator) return platform_.device->genericModel();
   return marketingNameFor(identifier).value_or(identifier);
@@ -91,10 +94,13 @@ std::string DeviceUtils::getDeviceModelName() const {
 
 std::string DeviceUtils::getInstallSource() const {
   const std::optional<std::string> receipt = platform_.device->storeReceiptPath();
-  return receipt && receipt->find("sandboxReceipt") != std::string::npos ? "testflight" : "appstore";
+  return receipt && receipt->find("sandboxReceipt") != std::string::npos ? "testflight"
+                                                                         : "appstore";
 }
 
-std::string DeviceUtils::getOsVersion() const { return platform_.device->osVersion(); }
+std::string DeviceUtils::getOsVersion() const {
+  return platform_.device->osVersion();
+}
 
 DeviceInfo DeviceUtils::makeDeviceInfo() {
   DeviceInfo info;
@@ -210,7 +216,8 @@ void DeviceUtils::requestTrackingAuthorization() {
       std::string id = platform_.tracking->advertisingIdentifier();
       const std::optional<std::string> cached = cachedAdvertisingId();
       if (id != kZeroAdvertisingId && (!cached || *cached == kZeroAdvertisingId)) {
-        KorvaneLogger::i(kTag, "[ATT] Already authorized, updating cache with IDFA: " + firstEight(id));
+        KorvaneLogger::i(kTag,
+                         "[ATT] Already authorized, updating cache with IDFA: " + firstEight(id));
         setCachedAdvertisingId(std::move(id));
       }
       return;
@@ -230,7 +237,8 @@ void DeviceUtils::requestTrackingAuthorization() {
       if (!owner) return;
       if (status == tracking_status::kAuthorized) {
         std::string id = owner->platform_.tracking->advertisingIdentifier();
-        KorvaneLogger::i(kTag, "[ATT] Authorization granted, updated to real IDFA: " + firstEight(id));
+        KorvaneLogger::i(kTag,
+                         "[ATT] Authorization granted, updated to real IDFA: " + firstEight(id));
         owner->setCachedAdvertisingId(std::move(id));
       } else {
         KorvaneLogger::i(kTag, "[ATT] Authorization denied/restricted, keeping zero ID (status: " +

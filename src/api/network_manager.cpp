@@ -33,7 +33,8 @@ void NetworkManager::initialize(const KorvaneSdkConfig& config, std::shared_ptr<
   if (isInitialized()) return;
   const std::string baseUrl = config.apiBaseUrl();
   if (!url::isValid(baseUrl)) {
-    KorvaneLogger::e(kTag, "Failed to initialize network manager: Invalid URL", networkErrorInvalidUrl());
+    KorvaneLogger::e(kTag, "Failed to initialize network manager: Invalid URL",
+                     networkErrorInvalidUrl());
     return;
   }
   initialize(std::make_shared<ApiServiceImpl>(baseUrl, config, std::move(http)));
@@ -56,9 +57,11 @@ Result<std::shared_ptr<ApiService>> NetworkManager::apiService() const {
 }
 
 void NetworkManager::login(const std::string& userId, const std::string& eventName,
-                           const std::optional<std::string>& gender, const std::optional<int>& birthYear,
+                           const std::optional<std::string>& gender,
+                           const std::optional<int>& birthYear,
                            const std::optional<std::string>& category, const JsonValue& parameters,
-                           DeviceUtils& device, const Clock& clock, ApiCompletion<LoginResponse> completion) {
+                           DeviceUtils& device, const Clock& clock,
+                           ApiCompletion<LoginResponse> completion) {
   Result<std::shared_ptr<ApiService>> service = apiService();
   if (!service) return completion(service.error());
 

@@ -42,7 +42,8 @@ std::optional<std::string> gunzip(const std::string& data) {
 std::string percentDecode(std::string_view text) {
   std::string out;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '%' && i + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
+    if (text[i] == '%' && i + 2 < text.size() &&
+        std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
         std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
       out += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
       i += 2;
@@ -77,7 +78,9 @@ std::optional<std::string> queryValue(const RecordedRequest& r, std::string_view
   return std::nullopt;
 }
 
-Json failure(const std::string& message) { return Json{{"success", false}, {"message", message}}; }
+Json failure(const std::string& message) {
+  return Json{{"success", false}, {"message", message}};
+}
 
 App appFromJson(const Json& j) {
   App app;
@@ -85,7 +88,8 @@ App appFromJson(const Json& j) {
   app.appSecret = j.value("appSecret", "");
   app.appName = j.value("appName", app.appKey);
   app.isActive = j.value("isActive", true);
-  if (j.contains("trackEventBatchCount")) app.trackEventBatchCount = j["trackEventBatchCount"].get<std::int64_t>();
+  if (j.contains("trackEventBatchCount"))
+    app.trackEventBatchCount = j["trackEventBatchCount"].get<std::int64_t>();
   if (j.contains("trackEventBatchIntervalMs"))
     app.trackEventBatchIntervalMs = j["trackEventBatchIntervalMs"].get<std::int64_t>();
   app.adjoeEnabled = j.value("adjoeEnabled", false);
@@ -98,8 +102,10 @@ App appFromJson(const Json& j) {
 
 std::optional<std::string> RecordedRequest::header(std::string_view name) const {
   for (const auto& [key, value] : headers)
-    if (std::equal(key.begin(), key.end(), name.begin(), name.end(),
-                   [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)); }))
+    if (std::equal(key.begin(), key.end(), name.begin(), name.end(), [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) ==
+                 std::tolower(static_cast<unsigned char>(b));
+        }))
       return value;
   return std::nullopt;
 }
@@ -157,7 +163,9 @@ App DevServer::demoApp() {
 }
 
 DevServer::DevServer(Options options)
-    : options_(std::move(options)), server_(std::make_unique<httplib::Server>()), state_(std::make_shared<State>()) {
+    : options_(std::move(options)),
+      server_(std::make_unique<httplib::Server>()),
+      state_(std::make_shared<State>()) {
   const std::filesystem::path appsFile = options_.dataDir / "apps.json";
   if (!options_.dataDir.empty() && std::filesystem::exists(appsFile)) {
     std::ifstream in(appsFile);
@@ -170,11 +178,14 @@ DevServer::DevServer(Options options)
   installRoutes();
 }
 
-DevServer::~DevServer() { stop(); }
+DevServer::~DevServer() {
+  stop();
+}
 
 int DevServer::start() {
-  port_ = options_.port == 0 ? server_->bind_to_any_port(options_.host)
-                             : (server_->bind_to_port(options_.host, options_.port) ? options_.port : -1);
+  port_ = options_.port == 0
+              ? server_->bind_to_any_port(options_.host)
+              : (server_->bind_to_port(options_.host, options_.port) ? options_.port : -1);
   if (port_ <= 0) return port_ = 0;
   {
     std::lock_guard lock(state_->mutex);
@@ -192,7 +203,9 @@ void DevServer::stop() {
   }
 }
 
-std::string DevServer::baseUrl() const { return "http://" + options_.host + ":" + std::to_string(port_); }
+std::string DevServer::baseUrl() const {
+  return "http://" + options_.host + ":" + std::to_string(port_);
+}
 
 void DevServer::addApp(App app) {
   std::lock_guard lock(state_->mutex);
@@ -239,7 +252,8 @@ std::vector<TrackEventRequest> DevServer::deliveredEvents() const {
 
 bool DevServer::waitForEvents(std::size_t count, std::chrono::milliseconds timeout) const {
   std::unique_lock lock(state_->mutex);
-  return state_->eventsArrived.wait_for(lock, timeout, [&] { return state_->events.size() >= count; });
+  return state_->eventsArrived.wait_for(lock, timeout,
+                                        [&] { return state_->events.size() >= count; });
 }
 
 void DevServer::installRoutes() {
@@ -259,7 +273,8 @@ void DevServer::installRoutes() {
       record.rawBody = req.body;
       record.body = req.body;
 
-      auto answer = [&](int status, const std::string& body, const char* type = "application/json") {
+      auto answer = [&](int status, const std::string& body,
+                        const char* type = "application/json") {
         record.status = status;
         res.status = status;
         res.set_content(body, type);
@@ -274,8 +289,9 @@ void DevServer::installRoutes() {
         if (fault->dropConnection) {
           record.status = 0;
           finish();
-          res.set_content_provider(1024, "application/json",
-                                   [](std::size_t, std::size_t, httplib::DataSink&) { return false; });
+          res.set_content_provider(
+              1024, "application/json",
+              [](std::size_t, std::size_t, httplib::DataSink&) { return false; });
           return;
         }
         if (fault->status != 0) {
@@ -317,7 +333,8 @@ void DevServer::installRoutes() {
         if (undecodable)
           answer(401, "Unauthorized", "text/plain");
         else
-          answer(401, json::dump(failure(validate ? "Invalid app key or secret" : "Unknown application")));
+          answer(401, json::dump(
+                          failure(validate ? "Invalid app key or secret" : "Unknown application")));
         return finish();
       }
       int status = 200;
@@ -335,125 +352,136 @@ void DevServer::installRoutes() {
   };
 
   std::string prefix = kPrefix;
-  server_->Get(prefix + "/validate", endpoint(true, [state](RecordedRequest&, const App& app, int&) {
-    return Json{{"success", true}, {"app", state->appData(app)}, {"message", "App validated"}};
-  }));
+  server_->Get(
+      prefix + "/validate", endpoint(true, [state](RecordedRequest&, const App& app, int&) {
+        return Json{{"success", true}, {"app", state->appData(app)}, {"message", "App validated"}};
+      }));
 
-  server_->Post(prefix + "/login", endpoint(false, withBody([state](RecordedRequest& r, const App& app, int& status) {
-    Result<LoginRequest> login = json::decode<LoginRequest>(r.body);
-    if (!login) {
-      status = 400;
-      return failure(login.error().description);
-    }
-    return Json{{"success", true},
-                {"app", state->appData(app)},
-                {"user", {{"user_id", login.value().userId}, {"status", "active"}}}};
-  })));
+  server_->Post(prefix + "/login",
+                endpoint(false, withBody([state](RecordedRequest& r, const App& app, int& status) {
+                           Result<LoginRequest> login = json::decode<LoginRequest>(r.body);
+                           if (!login) {
+                             status = 400;
+                             return failure(login.error().description);
+                           }
+                           return Json{
+                               {"success", true},
+                               {"app", state->appData(app)},
+                               {"user", {{"user_id", login.value().userId}, {"status", "active"}}}};
+                         })));
 
-  server_->Post(prefix + "/event", endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
-    Result<TrackEventRequest> event = json::decode<TrackEventRequest>(r.body);
-    if (!event) {
-      status = 400;
-      return failure(event.error().description);
-    }
-    {
-      std::lock_guard lock(state->mutex);
-      state->events.push_back(std::move(event).value());
-    }
-    state->eventsArrived.notify_all();
-    return Json{{"success", true}};
-  }));
+  server_->Post(prefix + "/event",
+                endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
+                  Result<TrackEventRequest> event = json::decode<TrackEventRequest>(r.body);
+                  if (!event) {
+                    status = 400;
+                    return failure(event.error().description);
+                  }
+                  {
+                    std::lock_guard lock(state->mutex);
+                    state->events.push_back(std::move(event).value());
+                  }
+                  state->eventsArrived.notify_all();
+                  return Json{{"success", true}};
+                }));
 
-  server_->Post(prefix + "/event/batch", endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
-    Result<EventBatch> batch = json::decode<EventBatch>(r.body);
-    if (!batch) {
-      status = 400;
-      return failure(batch.error().description);
-    }
-    const std::size_t count = batch.value().events.size();
-    {
-      std::lock_guard lock(state->mutex);
-      for (TrackEventRequest& event : batch.value().events) state->events.push_back(std::move(event));
-    }
-    state->eventsArrived.notify_all();
-    return toJson(EventBatchResponse{true, static_cast<std::int64_t>(count), {}});
-  }));
+  server_->Post(prefix + "/event/batch",
+                endpoint(false, [state](RecordedRequest& r, const App&, int& status) {
+                  Result<EventBatch> batch = json::decode<EventBatch>(r.body);
+                  if (!batch) {
+                    status = 400;
+                    return failure(batch.error().description);
+                  }
+                  const std::size_t count = batch.value().events.size();
+                  {
+                    std::lock_guard lock(state->mutex);
+                    for (TrackEventRequest& event : batch.value().events)
+                      state->events.push_back(std::move(event));
+                  }
+                  state->eventsArrived.notify_all();
+                  return toJson(EventBatchResponse{true, static_cast<std::int64_t>(count), {}});
+                }));
 
   server_->Get(prefix + "/mission", endpoint(false, [state](RecordedRequest&, const App&, int&) {
-    const std::string base = state->baseUrl + "/offerwall/";
-    MissionResponse response;
-    response.success = true;
-    response.current = 1;
-    response.total = 3;
-    response.titleText = "오늘의 미션";
-    response.descriptionText = "미션을 완료하고 포인트를 받으세요";
-    response.rewardUrl = base + "reward.html";
-    const char* titles[] = {"앱 설치하기", "퀴즈 풀기", "출석 체크"};
-    for (int i = 0; i < 3; ++i) {
-      Mission mission;
-      mission.id = "mission-" + std::to_string(i + 1);
-      mission.title = titles[i];
-      mission.description = "Complete step " + std::to_string(i + 1);
-      mission.imageUrl = base + "images/mission" + std::to_string(i + 1) + ".png";
-      mission.landingUrl = base + "mission.html?missionId=" + mission.id;
-      mission.point = std::to_string(100 * (i + 1));
-      mission.status = i == 0 ? "completed" : "pending";
-      mission.progress = i == 0 ? 1 : 0;
-      mission.total = 1;
-      mission.type = i == 2 ? MissionType::offerwallPromotion : MissionType::normal;
-      mission.impressionOrder = i + 1;
-      mission.placementId = "mission-placement";
-      response.events.push_back(std::move(mission));
-    }
-    return toJson(response);
-  }));
+                 const std::string base = state->baseUrl + "/offerwall/";
+                 MissionResponse response;
+                 response.success = true;
+                 response.current = 1;
+                 response.total = 3;
+                 response.titleText = "오늘의 미션";
+                 response.descriptionText = "미션을 완료하고 포인트를 받으세요";
+                 response.rewardUrl = base + "reward.html";
+                 const char* titles[] = {"앱 설치하기", "퀴즈 풀기", "출석 체크"};
+                 for (int i = 0; i < 3; ++i) {
+                   Mission mission;
+                   mission.id = "mission-" + std::to_string(i + 1);
+                   mission.title = titles[i];
+                   mission.description = "Complete step " + std::to_string(i + 1);
+                   mission.imageUrl = base + "images/mission" + std::to_string(i + 1) + ".png";
+                   mission.landingUrl = base + "mission.html?missionId=" + mission.id;
+                   mission.point = std::to_string(100 * (i + 1));
+                   mission.status = i == 0 ? "completed" : "pending";
+                   mission.progress = i == 0 ? 1 : 0;
+                   mission.total = 1;
+                   mission.type = i == 2 ? MissionType::offerwallPromotion : MissionType::normal;
+                   mission.impressionOrder = i + 1;
+                   mission.placementId = "mission-placement";
+                   response.events.push_back(std::move(mission));
+                 }
+                 return toJson(response);
+               }));
 
   server_->Get(prefix + "/quiz", endpoint(false, [state](RecordedRequest&, const App&, int&) {
-    const std::string base = state->baseUrl + "/offerwall/";
-    QuizResponse response;
-    response.success = true;
-    response.titleText = "오늘의 퀴즈";
-    response.completedImageUrl = base + "images/quiz-done.png";
-    response.completedImageWidth = 320;
-    response.completedImageHeight = 180;
-    for (int i = 0; i < 2; ++i) {
-      QuizEvent quiz;
-      quiz.id = "quiz-" + std::to_string(i + 1);
-      quiz.title = "Quiz " + std::to_string(i + 1);
-      quiz.imageUrl = base + "images/quiz" + std::to_string(i + 1) + ".png";
-      quiz.landingUrl = base + "quiz.html?quizId=" + quiz.id;
-      quiz.point = "50";
-      quiz.completed = false;
-      quiz.impressionOrder = i + 1;
-      quiz.placementId = "quiz-placement";
-      response.events.push_back(std::move(quiz));
-    }
-    return toJson(response);
-  }));
+                 const std::string base = state->baseUrl + "/offerwall/";
+                 QuizResponse response;
+                 response.success = true;
+                 response.titleText = "오늘의 퀴즈";
+                 response.completedImageUrl = base + "images/quiz-done.png";
+                 response.completedImageWidth = 320;
+                 response.completedImageHeight = 180;
+                 for (int i = 0; i < 2; ++i) {
+                   QuizEvent quiz;
+                   quiz.id = "quiz-" + std::to_string(i + 1);
+                   quiz.title = "Quiz " + std::to_string(i + 1);
+                   quiz.imageUrl = base + "images/quiz" + std::to_string(i + 1) + ".png";
+                   quiz.landingUrl = base + "quiz.html?quizId=" + quiz.id;
+                   quiz.point = "50";
+                   quiz.completed = false;
+                   quiz.impressionOrder = i + 1;
+                   quiz.placementId = "quiz-placement";
+                   response.events.push_back(std::move(quiz));
+                 }
+                 return toJson(response);
+               }));
 
   server_->Get(prefix + "/banner", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
-    BannerInfoResponse banner;
-    banner.success = true;
-    banner.imageUrl = state->baseUrl + "/offerwall/images/banner.png";
-    banner.imageWidth = 320;
-    banner.imageHeight = 100;
-    banner.titleText = "포인트 받고 쇼핑하기";
-    banner.linkType = "internal";
-    banner.internalLinkUrl = state->baseUrl + "/offerwall/?placement=" + queryValue(r, "placementId").value_or("");
-    banner.externalLinkUrl = "https://www.example.com/";
-    return toJson(banner);
-  }));
+                 BannerInfoResponse banner;
+                 banner.success = true;
+                 banner.imageUrl = state->baseUrl + "/offerwall/images/banner.png";
+                 banner.imageWidth = 320;
+                 banner.imageHeight = 100;
+                 banner.titleText = "포인트 받고 쇼핑하기";
+                 banner.linkType = "internal";
+                 banner.internalLinkUrl = state->baseUrl + "/offerwall/?placement=" +
+                                          queryValue(r, "placementId").value_or("");
+                 banner.externalLinkUrl = "https://www.example.com/";
+                 return toJson(banner);
+               }));
 
-  server_->Get(prefix + "/placement-url", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
-    const std::optional<std::string> placement = queryValue(r, "placementId");
-    if (!placement || placement->empty()) return toJson(PlacementUrlResponse{false, std::nullopt, "placementId is required"});
-    return toJson(PlacementUrlResponse{true, state->baseUrl + "/offerwall/?placement=" + *placement, std::nullopt});
-  }));
+  server_->Get(
+      prefix + "/placement-url", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
+        const std::optional<std::string> placement = queryValue(r, "placementId");
+        if (!placement || placement->empty())
+          return toJson(PlacementUrlResponse{false, std::nullopt, "placementId is required"});
+        return toJson(PlacementUrlResponse{
+            true, state->baseUrl + "/offerwall/?placement=" + *placement, std::nullopt});
+      }));
 
   server_->Get("/offerwall/", [](const httplib::Request&, httplib::Response& res) {
-    res.set_content("<!doctype html><html><head><meta charset=\"utf-8\"><title>Korvane offerwall</title></head>"
-                    "<body><h1>Korvane offerwall</h1></body></html>",
-                    "text/html; charset=utf-8");
+    res.set_content(
+        "<!doctype html><html><head><meta charset=\"utf-8\"><title>Korvane offerwall</title></head>"
+        "<body><h1>Korvane offerwall</h1></body></html>",
+        "text/html; charset=utf-8");
   });
 }
 

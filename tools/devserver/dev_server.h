@@ -49,16 +49,16 @@ struct RecordedRequest {
 
 // How an endpoint misbehaves, for the next `times` requests (negative: until cleared).
 struct Fault {
-  int status = 0;                       // answer with this status and an error body
-  std::chrono::milliseconds delay{0};   // wait this long first
-  bool dropConnection = false;          // send headers, then close mid-body
-  bool malformedBody = false;           // answer 200 with a body that is not JSON
+  int status = 0;                      // answer with this status and an error body
+  std::chrono::milliseconds delay{0};  // wait this long first
+  bool dropConnection = false;         // send headers, then close mid-body
+  bool malformedBody = false;          // answer 200 with a body that is not JSON
   int times = -1;
 };
 
 struct Options {
   std::string host = "127.0.0.1";
-  int port = 0;  // 0: any free port
+  int port = 0;                   // 0: any free port
   std::filesystem::path dataDir;  // may hold apps.json (an array of apps)
 };
 

@@ -8,7 +8,9 @@
 
 namespace {
 volatile std::sig_atomic_t stopRequested = 0;
-void onSignal(int) { stopRequested = 1; }
+void onSignal(int) {
+  stopRequested = 1;
+}
 
 int usage() {
   std::fprintf(stderr, "usage: korvane-devserver [--port N] [--data DIR]\n");
@@ -31,14 +33,15 @@ int main(int argc, char** argv) {
   }
   korvane::devserver::DevServer server(options);
   if (server.start() == 0) {
-    std::fprintf(stderr, "korvane-devserver: cannot listen on %s:%d\n", options.host.c_str(), options.port);
+    std::fprintf(stderr, "korvane-devserver: cannot listen on %s:%d\n", options.host.c_str(),
+                 options.port);
     return 1;
   }
   std::signal(SIGINT, onSignal);
   std::signal(SIGTERM, onSignal);
   const korvane::devserver::App demo = korvane::devserver::DevServer::demoApp();
-  std::printf("korvane-devserver listening on %s (demo app key \"%s\", secret \"%s\")\n", server.baseUrl().c_str(),
-              demo.appKey.c_str(), demo.appSecret.c_str());
+  std::printf("korvane-devserver listening on %s (demo app key \"%s\", secret \"%s\")\n",
+              server.baseUrl().c_str(), demo.appKey.c_str(), demo.appSecret.c_str());
   std::fflush(stdout);
   while (!stopRequested) pause();
   server.stop();

@@ -43,7 +43,9 @@ std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user
   return size * count;
 }
 
-long toCurlMillis(std::chrono::milliseconds value) { return value.count() > 0 ? static_cast<long>(value.count()) : 0L; }
+long toCurlMillis(std::chrono::milliseconds value) {
+  return value.count() > 0 ? static_cast<long>(value.count()) : 0L;
+}
 
 void configure(CurlHttpClient::Transfer& t) {
   CURL* easy = t.easy;
@@ -63,7 +65,8 @@ void configure(CurlHttpClient::Transfer& t) {
   // The request's own limit bounds connecting and any stall; the resource limit the whole call.
   curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, toCurlMillis(r.timeout));
   curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-  curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, std::max(1L, static_cast<long>((r.timeout.count() + 999) / 1000)));
+  curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME,
+                   std::max(1L, static_cast<long>((r.timeout.count() + 999) / 1000)));
   curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, toCurlMillis(r.resourceTimeout));
 
   if (r.method == "GET") {
@@ -171,13 +174,15 @@ void CurlHttpClient::run() {
       if (code == CURLE_OK) {
         long status = 0;
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-        transfer->completion(HttpResponse{static_cast<int>(status), std::move(transfer->responseHeaders),
+        transfer->completion(HttpResponse{static_cast<int>(status),
+                                          std::move(transfer->responseHeaders),
                                           std::move(transfer->responseBody)});
       } else {
         long osErrno = 0;
         curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
         std::string text = transfer->errorText[0] ? transfer->errorText : curl_easy_strerror(code);
-        transfer->completion(TransportError{transportErrorKind(code, osErrno), static_cast<long>(code), std::move(text)});
+        transfer->completion(TransportError{transportErrorKind(code, osErrno),
+                                            static_cast<long>(code), std::move(text)});
       }
     }
     curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);

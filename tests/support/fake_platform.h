@@ -1,0 +1,133 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "korvane/platform/platform_services.h"
+#include "manual_clock.h"
+#include "manual_main_thread.h"
+#include "memory_key_value_store.h"
+
+namespace korvane::testing {
+
+// Records every request and answers it at once with whatever `respond` returns (a 200 with
+// "{}" when no responder is set).
+class FakeHttpClient final : public HttpClient {
+ public:
+  std::function<HttpResult(const HttpRequest&)> respond;
+
+  void send(HttpRequest request, std::function<void(HttpResult)> completion) override {
+    HttpResult result = respond ? respond(request) : HttpResult(HttpResponse{200, {}, "{}"});
+    {
+      std::lock_guard lock(mutex_);
+      requests_.push_back(std::move(request));
+    }
+    completion(std::move(result));
+  }
+  std::vector<HttpRequest> requests() const {
+    std::lock_guard lock(mutex_);
+    return requests_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<HttpRequest> requests_;
+};
+
+class FakeDeviceProbe final : public DeviceProbe {
+ public:
+  std::optional<std::string> hardware = "iPhone14,2";
+  std::string generic = "iPhone";
+  std::string os = "17.4";
+  std::optional<std::string> region = "KR";
+  std::optional<std::string> language = "ko";
+  std::optional<ScreenPixels> screen = ScreenPixels{1170, 2532};
+  std::optional<std::string> receipt;
+
+  std::optional<std::string> hardwareIdentifier() const override { return hardware; }
+  std::string genericModel() const override { return generic; }
+  std::string osVersion() const override { return os; }
+  std::optional<std::string> regionCode() const override { return region; }
+  std::optional<std::string> languageCode() const override { return language; }
+  std::optional<ScreenPixels> screenPixels() const override { return screen; }
+  std::optional<std::string> storeReceiptPath() const override { return receipt; }
+};
+
+// Tracking permission the test controls; a prompt stays open until answer() is called.
+class FakeTracking final : public TrackingAuthorization {
+ public:
+  long currentStatus = tracking_status::kNotDetermined;
+  std::string identifier = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
+  int prompts = 0;
+
+  long status() const override { return currentStatus; }
+  std::string advertisingIdentifier() const override {
+    return currentStatus == tracking_status::kAuthorized ? identifier
+                                                         : "00000000-0000-0000-0000-000000000000";
+  }
+  void requestAuthorization(std::function<void(long)> completion) override {
+    ++prompts;
+    pending_.push_back(std::move(completion));
+  }
+  void answer(long status) {
+    currentStatus = status;
+    auto waiting = std::move(pending_);
+    for (auto& completion : waiting) completion(status);
+  }
+
+ private:
+  std::vector<std::function<void(long)>> pending_;
+};
+
+class FakeLifecycle final : public AppLifecycle {
+ public:
+  AppState currentState = AppState::active;
+
+  AppState state() const override { return currentState; }
+  Subscription subscribe(std::function<void(AppLifecycleEvent)> observer) override {
+    const int id = nextId_++;
+    observers_.emplace_back(id, std::move(observer));
+    return Subscription(
+        [this, id] { std::erase_if(observers_, [id](const auto& o) { return o.first == id; }); });
+  }
+  void send(AppLifecycleEvent event) {
+    if (event == AppLifecycleEvent::didBecomeActive) currentState = AppState::active;
+    if (event == AppLifecycleEvent::didEnterBackground) currentState = AppState::background;
+    auto current = observers_;
+    for (auto& [id, observer] : current) observer(event);
+  }
+  std::size_t observerCount() const { return observers_.size(); }
+
+ private:
+  int nextId_ = 0;
+  std::vector<std::pair<int, std::function<void(AppLifecycleEvent)>>> observers_;
+};
+
+// The fakes wired together as one platform.
+struct FakePlatform {
+  std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+  std::shared_ptr<ManualMainThread> mainThread = std::make_shared<ManualMainThread>(*clock);
+  std::shared_ptr<FixedRandom> random = std::make_shared<FixedRandom>();
+  std::shared_ptr<MemoryKeyValueStore> userDefaults = std::make_shared<MemoryKeyValueStore>();
+  std::shared_ptr<FakeHttpClient> http = std::make_shared<FakeHttpClient>();
+  std::shared_ptr<FakeDeviceProbe> device = std::make_shared<FakeDeviceProbe>();
+  std::shared_ptr<FakeTracking> tracking = std::make_shared<FakeTracking>();
+  std::shared_ptr<FakeLifecycle> lifecycle = std::make_shared<FakeLifecycle>();
+
+  PlatformServices services() const {
+    PlatformServices s;
+    s.http = http;
+    s.userDefaults = userDefaults;
+    s.mainThread = mainThread;
+    s.clock = clock;
+    s.random = random;
+    s.device = device;
+    s.tracking = tracking;
+    s.lifecycle = lifecycle;
+    return s;
+  }
+};
+
+}  // namespace korvane::testing

@@ -1,0 +1,257 @@
+// Device identity, model names, install source, the advertising-identifier flow, login assembly.
+#include <gtest/gtest.h>
+
+#include "api/auth_interceptor_rules.h"
+#include "api/record_codec.h"
+#include "fake_platform.h"
+#include "korvane/api/device_utils.h"
+#include "korvane/api/network_manager.h"
+#include "log_capture.h"
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::FakePlatform;
+using testing::LogCapture;
+
+constexpr const char* kRealId = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
+
+TEST(DeviceUtils, DeviceIdIsReadOnceMadeOnceAndKept) {
+  LogCapture capture(LogLevel::debug);
+  FakePlatform platform;
+  auto device = DeviceUtils::create(platform.services());
+  const std::string made = device->getDeviceId();
+  EXPECT_EQ(platform.userDefaults->getString("device_id"), made);
+  EXPECT_TRUE(capture.contains("[D/DeviceUtils] Generated new device ID: " + made));
+  platform.userDefaults->setString("device_id", "CHANGED");
+  EXPECT_EQ(device->getDeviceId(), made) << "cached for the process";
+  EXPECT_EQ(DeviceUtils::create(platform.services())->getDeviceId(), "CHANGED")
+      << "a new process reads the store";
+  platform.userDefaults->remove("device_id");
+  const std::string fresh = DeviceUtils::create(platform.services())->getDeviceId();
+  EXPECT_NE(fresh, made);
+  EXPECT_EQ(fresh.size(), 36u);
+}
+
+TEST(DeviceUtils, ModelNamesAndInstallSource) {
+  struct Case {
+    std::optional<std::string> hardware;
+    std::string model, name;
+  };
+  const Case cases[] = {{"iPhone14,2", "iPhone14,2", "iPhone 13 Pro"},
+                        {"iPhone16,1", "iPhone16,1", "iPhone 15 Pro"},
+                        {"iPad14,5", "iPad14,5", "iPad Pro 12.9-inch (6th generation)"},
+                        {"iPhone11,2", "iPhone11,2", "iPhone11,2"},
+                        {"Simulator", "Simulator", "iPhone"},
+                        {"arm64", "arm64", "iPhone"},
+                        {"x86_64", "x86_64", "iPhone"},
+                        {std::nullopt, "iPhone", "iPhone"}};
+  for (const Case& c : cases) {
+    FakePlatform platform;
+    platform.device->hardware = c.hardware;
+    auto device = DeviceUtils::create(platform.services());
+    EXPECT_EQ(device->getDeviceModel(), c.model);
+    EXPECT_EQ(device->getDeviceModelName(), c.name) << c.model;
+  }
+  const std::pair<std::optional<std::string>, std::string> receipts[] = {
+      {std::nullopt, "appstore"},
+      {"/var/mobile/Containers/Data/Application/X/StoreKit/sandboxReceipt", "testflight"},
+      {"/var/mobile/Containers/Data/Application/X/StoreKit/receipt", "appstore"}};
+  for (const auto& [receipt, source] : receipts) {
+    FakePlatform platform;
+    platform.device->receipt = receipt;
+    EXPECT_EQ(DeviceUtils::create(platform.services())->getInstallSource(), source);
+  }
+}
+
+TEST(DeviceUtils, DeviceInfoOmitsWhatTheDeviceCannotTell) {
+  FakePlatform platform;
+  platform.device->region.reset();
+  platform.device->screen.reset();
+  platform.userDefaults->setString("device_id", "DEV");
+  const DeviceInfo info = DeviceUtils::create(platform.services())->makeDeviceInfo();
+  EXPECT_EQ(
+      json::dump(toJson(info)),
+      R"({"deviceId":"DEV","deviceModel":"iPhone14,2","deviceModelName":"iPhone 13 Pro","manufacturer":"Apple",)"
+      R"("platform":"iOS","osVersion":"17.4","ifa":"00000000-0000-0000-0000-000000000000","language":"ko",)"
+      R"("installer":"appstore"})");
+}
+
+// The launch initialisation and the authorization flow, driven through the fakes.
+struct AdIdCase {
+  const char* name;
+  long statusAtLaunch;
+  AppState stateAtLaunch;
+  std::string cachedAfterLaunch;
+  bool schedulesFlow;
+  long promptAnswer;  // what the person answers when a prompt appears (-1: no prompt expected)
+  std::string cachedAtEnd;
+};
+
+class AdvertisingIdFlow : public ::testing::TestWithParam<AdIdCase> {};
+
+TEST_P(AdvertisingIdFlow, CachesWhatThePermissionAllows) {
+  const AdIdCase& c = GetParam();
+  LogCapture capture(LogLevel::verbose);
+  FakePlatform platform;
+  platform.tracking->currentStatus = c.statusAtLaunch;
+  platform.lifecycle->currentState = c.stateAtLaunch;
+  auto device = DeviceUtils::create(platform.services());
+  EXPECT_EQ(device->getAdvertisingId(), kZeroAdvertisingId) << "nothing cached before launch";
+
+  device->initializeAdvertisingIdSync();
+  EXPECT_TRUE(device->isAdvertisingIdInitialized());
+  EXPECT_EQ(device->getAdvertisingId(), c.cachedAfterLaunch);
+  EXPECT_EQ(platform.mainThread->pendingDelays(),
+            c.schedulesFlow ? std::vector<std::chrono::milliseconds>{500ms}
+                            : std::vector<std::chrono::milliseconds>{});
+
+  if (c.statusAtLaunch == tracking_status::kAuthorized && c.schedulesFlow) {
+    platform.tracking->identifier = kRealId;  // the system has an identifier by the retry
+  }
+  platform.mainThread->advance(499ms);
+  EXPECT_EQ(platform.tracking->prompts, 0) << "not before half a second";
+  platform.mainThread->advance(1ms);
+  if (c.stateAtLaunch != AppState::active) {
+    EXPECT_EQ(platform.tracking->prompts, 0) << "waits for the app to become active";
+    platform.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+    platform.mainThread->runUntilIdle();
+    EXPECT_EQ(platform.lifecycle->observerCount(), 0u) << "the observer fires once";
+  }
+  if (c.promptAnswer >= 0) {
+    ASSERT_EQ(platform.tracking->prompts, 1);
+    platform.tracking->answer(c.promptAnswer);
+  } else {
+    EXPECT_EQ(platform.tracking->prompts, 0);
+  }
+  EXPECT_EQ(device->getAdvertisingId(), c.cachedAtEnd);
+  for (const std::string& line : capture.lines()) {
+    const std::size_t at = line.find("6D92078A");
+    if (at != std::string::npos) {
+      EXPECT_EQ(line.substr(at), "6D92078A...") << "only 8 characters are logged";
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, AdvertisingIdFlow,
+    ::testing::Values(
+        AdIdCase{"Denied", tracking_status::kDenied, AppState::active, kZeroAdvertisingId, false,
+                 -1, kZeroAdvertisingId},
+        AdIdCase{"Restricted", tracking_status::kRestricted, AppState::active, kZeroAdvertisingId,
+                 false, -1, kZeroAdvertisingId},
+        AdIdCase{"Authorized", tracking_status::kAuthorized, AppState::active, kRealId, false, -1,
+                 kRealId},
+        AdIdCase{"FirstLaunchGranted", tracking_status::kNotDetermined, AppState::active,
+                 kZeroAdvertisingId, true, tracking_status::kAuthorized, kRealId},
+        AdIdCase{"FirstLaunchDenied", tracking_status::kNotDetermined, AppState::active,
+                 kZeroAdvertisingId, true, tracking_status::kDenied, kZeroAdvertisingId},
+        AdIdCase{"LaunchedInBackground", tracking_status::kNotDetermined, AppState::background,
+                 kZeroAdvertisingId, true, tracking_status::kAuthorized, kRealId},
+        AdIdCase{"UnknownStatus", 7, AppState::active, kZeroAdvertisingId, false, -1,
+                 kZeroAdvertisingId}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+TEST(DeviceUtils, AuthorizedButZeroIsRetriedAndThenCachesTheRealIdentifier) {
+  FakePlatform platform;
+  platform.tracking->currentStatus = tracking_status::kAuthorized;
+  platform.tracking->identifier = kZeroAdvertisingId;
+  auto device = DeviceUtils::create(platform.services());
+  LogCapture capture(LogLevel::verbose);
+  device->initializeAdvertisingIdSync();
+  EXPECT_TRUE(capture.contains("[W/DeviceUtils] [SYNC] Authorized but got zero ID, will retry"));
+  EXPECT_EQ(device->getAdvertisingId(), kZeroAdvertisingId);
+  platform.tracking->identifier = kRealId;
+  platform.mainThread->advance(500ms);
+  EXPECT_EQ(device->getAdvertisingId(), kRealId);
+  // "IDFA: <id>" is a credential-like pair, so the scrubber masks even the 8 characters.
+  EXPECT_TRUE(
+      capture.contains("[I/DeviceUtils] [ATT] Already authorized, updating cache with IDFA: ***"));
+  EXPECT_EQ(platform.tracking->prompts, 0);
+}
+
+class RecordingApi final : public ApiService {
+ public:
+  std::optional<LoginRequest> login_;
+  void validateApp(ApiCompletion<ValidateAppResponse>) override {}
+  void login(const LoginRequest& request, ApiCompletion<LoginResponse> completion) override {
+    login_ = request;
+    completion(LoginResponse{true, std::nullopt, std::nullopt});
+  }
+  void getQuiz(const std::optional<std::string>&, const std::optional<std::string>&,
+               const std::string&, ApiCompletion<QuizResponse>) override {}
+  void getMissions(const std::optional<std::string>&, const std::optional<std::string>&,
+                   const std::string&, ApiCompletion<MissionResponse>) override {}
+  void getBannerInfo(const std::string&, const std::string&, const std::string&,
+                     ApiCompletion<BannerInfoResponse>) override {}
+  void getPlacementUrl(const std::string&, ApiCompletion<PlacementUrlResponse>) override {}
+  void trackEvent(const TrackEventRequest&, ApiCompletion<Unit>) override {}
+  void trackEventBatch(const EventBatch&, ApiCompletion<EventBatchResponse>) override {}
+};
+
+TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
+  FakePlatform platform;
+  platform.clock->set(
+      std::chrono::system_clock::time_point(std::chrono::milliseconds(1700000000123)));
+  platform.userDefaults->setString("device_id", "DEV");
+  auto device = DeviceUtils::create(platform.services());
+  NetworkManager manager("SESSION-1");
+
+  std::optional<Error> notReady;
+  manager.login("u1", "user_login", "F", 1990, "authentication", JsonValue{{"user_id", "u1"}},
+                *device, *platform.clock, [&](auto r) { notReady = r.error(); });
+  EXPECT_EQ(notReady->description, "Network manager not initialized");
+
+  auto api = std::make_shared<RecordingApi>();
+  manager.initialize(api);
+  manager.initialize(std::make_shared<RecordingApi>());  // a second initialisation changes nothing
+  bool answered = false;
+  manager.login("u1", "user_login", "F", 1990, "authentication", JsonValue{{"user_id", "u1"}},
+                *device, *platform.clock, [&](auto r) { answered = r.ok(); });
+  ASSERT_TRUE(answered);
+  ASSERT_TRUE(api->login_.has_value());
+  const json::Json body = toJson(*api->login_);
+  EXPECT_EQ(body["userId"], "u1");
+  EXPECT_EQ(body["gender"], "F");
+  EXPECT_EQ(body["birthYear"], "1990");
+  EXPECT_EQ(
+      json::dump(body["loginInfo"]),
+      R"({"name":"user_login","sdkVersion":"1.0.52-rc.2","timestamp":"1700000000123","sessionId":"SESSION-1",)"
+      R"("userId":"u1","deviceId":"DEV","ifa":"00000000-0000-0000-0000-000000000000","platform":"iOS",)"
+      R"("osVersion":"17.4","parameters":{"user_id":"u1","category":"authentication"}})");
+  EXPECT_EQ(body["deviceInfo"]["deviceModelName"], "iPhone 13 Pro");
+}
+
+TEST(NetworkManager, SessionIdIsOneUpperCaseUuidForTheProcess) {
+  const std::string id = NetworkManager::shared().sessionId();
+  EXPECT_EQ(id.size(), 36u);
+  EXPECT_EQ(id, NetworkManager::shared().sessionId());
+  for (char c : id) EXPECT_FALSE(std::islower(static_cast<unsigned char>(c)));
+}
+
+TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
+  const std::tuple<std::optional<std::string>, bool, bool> cases[] = {
+      {"https://api.korvane.io/v1/api/sdk/validate", false, true},
+      {"https://cdn.korvane.io/x.png", false, true},
+      {"https://api.korvane.io/v1", true, false},
+      {"https://korvane.io/", false, false},
+      {"https://example.com/?next=a.korvane.io", false, true},
+      {std::nullopt, false, false}};
+  for (const auto& [url, marked, taken] : cases)
+    EXPECT_EQ(auth_interceptor::shouldIntercept(url, marked), taken) << url.value_or("(none)");
+
+  HttpRequest request;
+  request.headers = {{"user-agent", "Other/1"}, {"Accept", "*/*"}};
+  auth_interceptor::decorate(request, KorvaneSdkConfig::Builder("k", "s").build());
+  EXPECT_EQ(request.headers, (HttpHeaders{{"user-agent", "KorvaneSDK/1.0.52-rc.2"},
+                                          {"Accept", "*/*"},
+                                          {"x-korvane-app-key", "k"},
+                                          {"x-korvane-app-secret", "s"}}));
+  HttpRequest bare;
+  auth_interceptor::decorate(bare, std::nullopt);
+  EXPECT_EQ(bare.headers, (HttpHeaders{{"User-Agent", "KorvaneSDK/1.0.52-rc.2"}}));
+}
+
+}  // namespace
+}  // namespace korvane
