@@ -1,7 +1,9 @@
 #pragma once
 
 // KorvaneSDK's C++ API: include this one header.
+#include "korvane/api/content_records.h"
 #include "korvane/core/error.h"
+#include "korvane/core/json_value.h"
 #include "korvane/core/logger.h"
 #include "korvane/core/public_errors.h"
 #include "korvane/core/sdk_config.h"

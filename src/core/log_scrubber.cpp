@@ -153,11 +153,30 @@ std::size_t scanValue(std::string_view s, std::size_t j) {
   return j;
 }
 
-std::size_t findSeparator(std::string_view s, std::size_t from) {
-  for (std::size_t j = from; j < s.size(); ++j)
-    if (s[j] == ':' || s[j] == '=') return j;
-  return kNone;
-}
+// Finds ':' and '=' with memchr (vectorised in the C library) and remembers the next of each,
+// so every byte is searched at most once per character.
+class SeparatorFinder {
+ public:
+  explicit SeparatorFinder(std::string_view s)
+      : s_(s), colon_(find(':', 0)), equals_(find('=', 0)) {}
+
+  std::size_t next(std::size_t from) {
+    if (colon_ < from) colon_ = find(':', from);
+    if (equals_ < from) equals_ = find('=', from);
+    return colon_ < equals_ ? colon_ : equals_;
+  }
+
+ private:
+  std::size_t find(char c, std::size_t from) const {
+    if (from >= s_.size()) return kNone;
+    const void* hit = std::memchr(s_.data() + from, c, s_.size() - from);
+    return hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - s_.data()) : kNone;
+  }
+
+  std::string_view s_;
+  std::size_t colon_;
+  std::size_t equals_;
+};
 
 // ---- E-mail addresses -------------------------------------------------------------------------
 
@@ -207,7 +226,8 @@ std::string maskSensitiveValues(std::string_view s) {
   std::string out;
   std::size_t copied = 0;  // input bytes already written to `out` (0: nothing masked yet)
   std::size_t floor = 0;   // where the next match may start: the end of the previous one
-  for (std::size_t sep = findSeparator(s, 0); sep != kNone; sep = findSeparator(s, sep + 1)) {
+  SeparatorFinder separators(s);
+  for (std::size_t sep = separators.next(0); sep != kNone; sep = separators.next(sep + 1)) {
     std::size_t value = skipSpaceForward(s, sep + 1);
     if (value < s.size() && isQuote(at(s, value))) ++value;
     if (value >= s.size() || valueCharAt(s, value) == 0) continue;

@@ -315,7 +315,12 @@ void DevServer::installRoutes() {
         answer(400, json::dump(failure("Content-Type must be application/json")));
         return finish();
       }
-      if (record.header("Content-Encoding") == "gzip") {
+      // The HTTP layer may already have inflated the body; only a body that still carries the
+      // gzip magic is inflated here.
+      const bool stillCompressed = req.body.size() >= 2 &&
+                                   static_cast<unsigned char>(req.body[0]) == 0x1f &&
+                                   static_cast<unsigned char>(req.body[1]) == 0x8b;
+      if (record.header("Content-Encoding") == "gzip" && stillCompressed) {
         std::optional<std::string> inflated = gunzip(req.body);
         if (!inflated) {
           answer(400, json::dump(failure("corrupt gzip body")));
@@ -476,6 +481,22 @@ void DevServer::installRoutes() {
         return toJson(PlacementUrlResponse{
             true, state->baseUrl + "/offerwall/?placement=" + *placement, std::nullopt});
       }));
+
+  // The HTTP layer refuses bodies it cannot inflate before any route runs; say why.
+  server_->set_error_handler([state](const httplib::Request& req, httplib::Response& res) {
+    if (res.status != 400 || !res.body.empty() ||
+        req.get_header_value("Content-Encoding") != "gzip")
+      return;
+    res.set_content(json::dump(failure("corrupt gzip body")), "application/json");
+    RecordedRequest record;
+    record.method = req.method;
+    record.path = req.path;
+    record.target = req.target;
+    record.status = 400;
+    for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+    std::lock_guard lock(state->mutex);
+    state->requests.push_back(std::move(record));
+  });
 
   server_->Get("/offerwall/", [](const httplib::Request&, httplib::Response& res) {
     res.set_content(

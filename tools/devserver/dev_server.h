@@ -33,7 +33,7 @@ struct App {
   JsonValue config = JsonValue::object();
 };
 
-// Every request as it arrived: headers in order, the body as sent and as decoded (gunzipped).
+// Every request as it arrived: its headers, the body as received and as decoded (gunzipped).
 struct RecordedRequest {
   std::string method;
   std::string path;
