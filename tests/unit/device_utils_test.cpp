@@ -7,6 +7,7 @@
 #include "korvane/api/device_utils.h"
 #include "korvane/api/network_manager.h"
 #include "log_capture.h"
+#include "scripted_api.h"
 
 namespace korvane {
 namespace {
@@ -171,25 +172,6 @@ TEST(DeviceUtils, AuthorizedButZeroIsRetriedAndThenCachesTheRealIdentifier) {
   EXPECT_EQ(platform.tracking->prompts, 0);
 }
 
-class RecordingApi final : public ApiService {
- public:
-  std::optional<LoginRequest> login_;
-  void validateApp(ApiCompletion<ValidateAppResponse>) override {}
-  void login(const LoginRequest& request, ApiCompletion<LoginResponse> completion) override {
-    login_ = request;
-    completion(LoginResponse{true, std::nullopt, std::nullopt});
-  }
-  void getQuiz(const std::optional<std::string>&, const std::optional<std::string>&,
-               const std::string&, ApiCompletion<QuizResponse>) override {}
-  void getMissions(const std::optional<std::string>&, const std::optional<std::string>&,
-                   const std::string&, ApiCompletion<MissionResponse>) override {}
-  void getBannerInfo(const std::string&, const std::string&, const std::string&,
-                     ApiCompletion<BannerInfoResponse>) override {}
-  void getPlacementUrl(const std::string&, ApiCompletion<PlacementUrlResponse>) override {}
-  void trackEvent(const TrackEventRequest&, ApiCompletion<Unit>) override {}
-  void trackEventBatch(const EventBatch&, ApiCompletion<EventBatchResponse>) override {}
-};
-
 TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   FakePlatform platform;
   platform.clock->set(
@@ -203,15 +185,15 @@ TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
                 *device, *platform.clock, [&](auto r) { notReady = r.error(); });
   EXPECT_EQ(notReady->description, "Network manager not initialized");
 
-  auto api = std::make_shared<RecordingApi>();
+  auto api = std::make_shared<testing::ScriptedApi>();
   manager.initialize(api);
-  manager.initialize(std::make_shared<RecordingApi>());  // a second initialisation changes nothing
+  manager.initialize(std::make_shared<testing::ScriptedApi>());  // a second initialisation changes nothing
   bool answered = false;
   manager.login("u1", "user_login", "F", 1990, "authentication", JsonValue{{"user_id", "u1"}},
                 *device, *platform.clock, [&](auto r) { answered = r.ok(); });
   ASSERT_TRUE(answered);
-  ASSERT_TRUE(api->login_.has_value());
-  const json::Json body = toJson(*api->login_);
+  ASSERT_TRUE(api->lastLogin().has_value());
+  const json::Json body = toJson(*api->lastLogin());
   EXPECT_EQ(body["userId"], "u1");
   EXPECT_EQ(body["gender"], "F");
   EXPECT_EQ(body["birthYear"], "1990");

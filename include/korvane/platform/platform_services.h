@@ -7,6 +7,7 @@
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/http_client.h"
 #include "korvane/platform/main_thread.h"
+#include "korvane/platform/process_diagnostics.h"
 #include "korvane/platform/random_source.h"
 #include "korvane/platform/reachability.h"
 #include "korvane/platform/screen_presenter.h"
@@ -31,6 +32,7 @@ struct PlatformServices {
   std::shared_ptr<AppLifecycle> lifecycle;
   std::shared_ptr<UrlOpener> urlOpener;
   std::shared_ptr<ScreenPresenter> screens;
+  std::shared_ptr<ProcessDiagnostics> diagnostics;
 };
 
 }  // namespace korvane

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "korvane/core/logger.h"
+#include "korvane/platform/process_diagnostics.h"
+#include "korvane/telemetry/event_batch_service.h"
+
+namespace korvane {
+
+// The SDK's own failures as telemetry (process-wide): errors become "sdk_error" events through
+// the batch service, uncaught exceptions become "sdk_crash" events written straight into the
+// event file for the next launch. The service is held weakly: once it is gone, nothing is
+// reported. Reporting never throws and an error raised while reporting is not reported again.
+class ErrorTelemetry {
+ public:
+  static ErrorTelemetry& shared();
+
+  // Remembers the service and version; installs the uncaught-exception handler once per process.
+  void install(std::weak_ptr<EventBatchService> service, std::string sdkVersion,
+               std::shared_ptr<ProcessDiagnostics> diagnostics, std::shared_ptr<Clock> clock,
+               std::shared_ptr<RandomSource> random);
+  void reportError(std::string_view message, const Error* error, std::string_view layer);
+  // What happens when an uncaught exception ends the process.
+  void recordCrash(const UncaughtException& exception);
+
+  // The logger sink: forwards error lines that carry an error object which is not a network
+  // error, with layer "core".
+  KorvaneLogger::TelemetrySink loggerSink();
+
+  static bool telemetryEnabled() { return enabled_.load(); }
+  static void setTelemetryEnabled(bool enabled) { enabled_.store(enabled); }
+
+ private:
+  struct Installed {
+    std::weak_ptr<EventBatchService> service;
+    std::string sdkVersion;
+    std::shared_ptr<ProcessDiagnostics> diagnostics;
+    std::shared_ptr<Clock> clock;
+    std::shared_ptr<RandomSource> random;
+  };
+  Installed snapshot();
+
+  std::mutex lock_;
+  Installed installed_;
+  bool handlerInstalled_ = false;
+  static inline std::atomic<bool> enabled_{true};
+};
+
+// Symbol lines joined with "\n"; past 4000 characters cut there with "…[truncated]" appended.
+std::string joinStackTrace(const std::vector<std::string>& symbols);
+
+}  // namespace korvane

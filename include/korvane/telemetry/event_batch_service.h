@@ -1,0 +1,110 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "korvane/api/api_service.h"
+#include "korvane/core/executor.h"
+#include "korvane/platform/platform_services.h"
+#include "korvane/telemetry/event_persistence.h"
+#include "korvane/telemetry/event_queue.h"
+#include "korvane/telemetry/send_context.h"
+
+namespace korvane {
+
+// Accepts events and sends them in batches.
+class EventBatchServiceProtocol {
+ public:
+  virtual ~EventBatchServiceProtocol() = default;
+  virtual void trackEvent(Event event) = 0;
+  // Sends at most one batch; `done` gets the outcome (success when there was nothing to send
+  // or another send was already running).
+  virtual void flush(std::function<void(Status)> done = nullptr) = 0;
+};
+
+struct BatchServiceDependencies {
+  std::shared_ptr<EventQueueProtocol> queue;
+  std::shared_ptr<EventPersistenceProtocol> persistence;
+  // The network layer: the API service, or why there is none yet.
+  std::function<Result<std::shared_ptr<ApiService>>()> api;
+  // Session, user, device and advertising ids, read once per batch.
+  std::function<SendContext()> context;
+  std::shared_ptr<MainThread> mainThread;
+  std::shared_ptr<Clock> clock;
+  std::shared_ptr<RandomSource> random;
+  std::shared_ptr<AppLifecycle> lifecycle;  // may be null: no background/foreground handling
+  std::shared_ptr<Executor> executor;
+};
+
+// Sends telemetry in batches: when `batchSize` events wait, on a ±20% jittered timer chain on
+// the main thread, and on return to the foreground. Failed batches go back to the queue and to
+// the event file and are retried (timeouts, lost connections, 5xx, 429) with full-jitter
+// backoff, three consecutive failures at most until a send succeeds. Unsent events are written
+// to the event file on background and termination and reloaded at start and on foreground.
+// Safe from any thread; at most one send runs at a time.
+class EventBatchService : public EventBatchServiceProtocol,
+                          public std::enable_shared_from_this<EventBatchService> {
+  struct Token {
+    explicit Token() = default;
+  };
+
+ public:
+  // Builds the service, loads persisted events, starts the timer and observes the lifecycle.
+  static std::shared_ptr<EventBatchService> create(BatchServiceDependencies dependencies,
+                                                   std::size_t batchSize = 20,
+                                                   double flushIntervalSeconds = 30.0);
+  EventBatchService(Token, BatchServiceDependencies dependencies, std::size_t batchSize,
+                    double flushIntervalSeconds);
+  ~EventBatchService() override;
+
+  void trackEvent(Event event) override;
+  void flush(std::function<void(Status)> done = nullptr) override;
+  bool shouldFlush() const;
+  // Applies server settings: a size of at least 1, an interval above 0 seconds.
+  void updateBatchConfiguration(std::optional<std::int64_t> batchSize,
+                                std::optional<double> flushIntervalSeconds);
+  void handleAppBackground();
+  void handleAppForeground();
+  void handleAppTermination();
+
+  std::size_t batchSize() const { return batchSize_.load(); }
+  double flushInterval() const { return flushInterval_.load(); }
+  int retryCount() const { return retryCount_.load(); }
+  EventPersistenceProtocol& persistence() { return *deps_.persistence; }
+
+  static constexpr int kMaxRetryCount = 3;
+  static constexpr double kRetryBaseDelay = 5.0;
+  static constexpr double kRetryMaxDelay = 60.0;
+  static constexpr double kFlushJitterFraction = 0.2;
+
+ private:
+  void start();
+  void loadPersistedEvents();
+  void startFlushTimer();
+  void stopFlushTimer();
+  void scheduleNextTick();
+  void tick();
+  void flushInBackground();
+  void send(std::vector<Event> events, std::function<void(Status)> done);
+  void finishSend(const std::vector<Event>& events, const Status& outcome, const std::function<void(Status)>& done);
+  void handleFailure(const std::vector<Event>& events, const Error& error);
+  bool isRetryable(const Error& error) const;
+  double secondsSinceLastFlush() const;
+
+  BatchServiceDependencies deps_;
+  std::atomic<std::size_t> batchSize_;
+  std::atomic<double> flushInterval_;
+  std::atomic<std::int64_t> lastFlushMillis_;
+  std::atomic<int> retryCount_{0};
+  std::mutex processingLock_;
+  bool isProcessing_ = false;
+  std::mutex timerLock_;
+  TaskHandle flushTimer_;
+  Subscription lifecycleObservation_;
+};
+
+}  // namespace korvane

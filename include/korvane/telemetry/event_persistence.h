@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "korvane/core/error.h"
+#include "korvane/platform/clock.h"
+#include "korvane/platform/storage.h"
+#include "korvane/telemetry/event.h"
+
+namespace korvane {
+
+// "Could not find documents directory" and "Event data is corrupted".
+Error persistenceErrorFileUrlNotFound();
+Error persistenceErrorDataCorrupted();
+
+// Events kept on disk across backgrounding, termination and crashes. Safe from any thread.
+class EventPersistenceProtocol {
+ public:
+  virtual ~EventPersistenceProtocol() = default;
+  // Adds one event to the file at once (a damaged file is replaced).
+  virtual Status saveEvent(const Event& event) = 0;
+  // Makes `events` the whole content of the file.
+  virtual Status saveEvents(const std::vector<Event>& events) = 0;
+  // The file's events younger than the maximum age; empty when there is no file.
+  virtual Result<std::vector<Event>> loadEvents() = 0;
+  virtual Status clearEvents() = 0;
+  // Rewrites the file without events past the maximum age; failures are only logged.
+  virtual void cleanupOldEvents() = 0;
+};
+
+// The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
+// `fileName` in the documents directory. Saving one event to a file already holding 1000 or
+// more keeps the newest 500. `maxFileSize` is carried as a setting and not enforced.
+class EventPersistenceManager final : public EventPersistenceProtocol {
+ public:
+  EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents, std::shared_ptr<Clock> clock,
+                          std::string fileName = "korvane_events.json", std::int64_t maxFileSize = 10485760,
+                          double maxEventAgeSeconds = 604800);
+
+  Status saveEvent(const Event& event) override;
+  Status saveEvents(const std::vector<Event>& events) override;
+  Result<std::vector<Event>> loadEvents() override;
+  Status clearEvents() override;
+  void cleanupOldEvents() override;
+
+  std::int64_t maxFileSize() const { return maxFileSize_; }
+
+ private:
+  struct Loaded {
+    std::string path;
+    std::vector<Event> young;  // events within the maximum age, in file order
+    std::size_t total = 0;     // events in the file
+  };
+  Result<std::string> fileLocation() const;
+  Result<Loaded> loadLocked();
+  Status writeLocked(const std::string& path, const std::vector<Event>& events);
+
+  std::shared_ptr<DocumentsDirectory> documents_;
+  std::shared_ptr<Clock> clock_;
+  const std::string fileName_;
+  const std::int64_t maxFileSize_;
+  const double maxEventAgeSeconds_;
+  std::mutex fileLock_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <vector>
+
+#include "korvane/telemetry/event.h"
+
+namespace korvane {
+
+// The events waiting to be sent, oldest first. Safe from any thread.
+class EventQueueProtocol {
+ public:
+  virtual ~EventQueueProtocol() = default;
+  // Appends at the tail; when full, the oldest event is dropped first.
+  virtual void enqueue(Event event) = 0;
+  // Removes and returns up to maxCount events from the head, in order.
+  virtual std::vector<Event> dequeue(std::size_t maxCount) = 0;
+  virtual std::size_t count() const = 0;
+  // The queued events, oldest first, left in place.
+  virtual std::vector<Event> snapshot() const = 0;
+};
+
+class EventQueueManager final : public EventQueueProtocol {
+ public:
+  explicit EventQueueManager(std::size_t maxQueueSize = 500) : maxQueueSize_(maxQueueSize) {}
+
+  void enqueue(Event event) override;
+  std::vector<Event> dequeue(std::size_t maxCount) override;
+  std::size_t count() const override;
+  std::vector<Event> snapshot() const override;
+
+ private:
+  const std::size_t maxQueueSize_;
+  mutable std::mutex queueLock_;
+  std::deque<Event> queue_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,378 @@
+#include "korvane/telemetry/event_batch_service.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "korvane/core/logger.h"
+#include "korvane/version.h"
+#include "telemetry/event_conversion.h"
+#include "telemetry/number_text.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::string_view kTag = "EventBatchService";
+
+bool isCritical(EventType type) {
+  return type == EventType::loginSuccess || type == EventType::loginFailed || type == EventType::sdkCrash;
+}
+
+std::string fixed(const char* format, double value) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, format, value);
+  return buffer;
+}
+
+}  // namespace
+
+std::shared_ptr<EventBatchService> EventBatchService::create(BatchServiceDependencies dependencies,
+                                                             std::size_t batchSize, double flushIntervalSeconds) {
+  auto service = std::make_shared<EventBatchService>(Token{}, std::move(dependencies), batchSize, flushIntervalSeconds);
+  service->start();
+  return service;
+}
+
+EventBatchService::EventBatchService(Token, BatchServiceDependencies dependencies, std::size_t batchSize,
+                                     double flushIntervalSeconds)
+    : deps_(std::move(dependencies)),
+      batchSize_(batchSize),
+      flushInterval_(flushIntervalSeconds),
+      lastFlushMillis_(deps_.clock->nowMillis()) {}
+
+EventBatchService::~EventBatchService() { stopFlushTimer(); }
+
+void EventBatchService::start() {
+  KorvaneLogger::i(kTag, "Initializing EventBatchService with batch size: " + std::to_string(batchSize()) +
+                             ", flush interval: " + swiftNumber(flushInterval()) + "s");
+  loadPersistedEvents();
+  startFlushTimer();
+  if (deps_.lifecycle) {
+    std::weak_ptr<EventBatchService> weak = weak_from_this();
+    lifecycleObservation_ = deps_.lifecycle->subscribe([weak](AppLifecycleEvent event) {
+      auto self = weak.lock();
+      if (!self) return;
+      switch (event) {
+        case AppLifecycleEvent::willTerminate: self->handleAppTermination(); break;
+        case AppLifecycleEvent::didEnterBackground: self->handleAppBackground(); break;
+        case AppLifecycleEvent::willEnterForeground: self->handleAppForeground(); break;
+        case AppLifecycleEvent::didBecomeActive: break;
+      }
+    });
+  }
+  const std::size_t count = deps_.queue->count();
+  if (count > 0) {
+    KorvaneLogger::d(kTag, "Found " + std::to_string(count) + " events after initialization, checking flush conditions...");
+    if (shouldFlush()) {
+      KorvaneLogger::d(kTag, "Flush needed after initialization, triggering...");
+      flushInBackground();
+    } else {
+      KorvaneLogger::d(kTag, [&] {
+        return "Events loaded but flush not needed yet (count: " + std::to_string(count) +
+               ", time since last: " + swiftNumber(secondsSinceLastFlush()) + "s)";
+      });
+    }
+  }
+  KorvaneLogger::i(kTag, "EventBatchService initialized successfully");
+}
+
+double EventBatchService::secondsSinceLastFlush() const {
+  return static_cast<double>(deps_.clock->nowMillis() - lastFlushMillis_.load()) / 1000.0;
+}
+
+bool EventBatchService::shouldFlush() const {
+  return deps_.queue->count() >= batchSize() || secondsSinceLastFlush() >= flushInterval();
+}
+
+void EventBatchService::loadPersistedEvents() {
+  Result<std::vector<Event>> loaded = deps_.persistence->loadEvents();
+  if (!loaded) {
+    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description, loaded.error());
+    return;
+  }
+  const std::size_t count = loaded.value().size();
+  if (count == 0) {
+    KorvaneLogger::d(kTag, "No persisted events to load");
+    return;
+  }
+  KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
+  for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
+  Status cleared = deps_.persistence->clearEvents();
+  if (!cleared) KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
+  KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
+}
+
+void EventBatchService::trackEvent(Event event) {
+  const EventType type = event.type;
+  const double timestamp = event.timestamp;
+  const bool critical = isCritical(type);
+  std::optional<Event> copy;
+  if (critical) copy = event;
+  deps_.queue->enqueue(std::move(event));
+  KorvaneLogger::d(kTag, [&] {
+    return "Event added to queue. Queue size: " + std::to_string(deps_.queue->count()) +
+           ", Event type: " + rawValue(type) + ", Timestamp: " + formatLocalTimestamp(timestamp);
+  });
+  if (critical) {
+    Status saved = deps_.persistence->saveEvent(*copy);
+    if (!saved) KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description, saved.error());
+  }
+  if (shouldFlush()) {
+    KorvaneLogger::d(kTag, "Flush needed. Triggering flush...");
+    flushInBackground();
+  } else {
+    KorvaneLogger::d(kTag, [&] {
+      return "Flush not needed yet. Queue size: " + std::to_string(deps_.queue->count()) +
+             ", Time since last flush: " + swiftNumber(secondsSinceLastFlush()) + "s";
+    });
+  }
+}
+
+void EventBatchService::flushInBackground() {
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.executor->submit([weak] {
+    if (auto self = weak.lock()) self->flush();
+  });
+}
+
+// ---- Timer chain --------------------------------------------------------------------------------
+
+void EventBatchService::stopFlushTimer() {
+  std::lock_guard lock(timerLock_);
+  flushTimer_.cancel();
+  flushTimer_ = TaskHandle();
+}
+
+void EventBatchService::startFlushTimer() {
+  stopFlushTimer();
+  KorvaneLogger::d(kTag, [&] { return "Starting flush timer with interval: " + swiftNumber(flushInterval()) + "s (±20% jitter)"; });
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.mainThread->post([weak] {
+    if (auto self = weak.lock()) self->scheduleNextTick();
+  });
+}
+
+void EventBatchService::scheduleNextTick() {
+  const double base = flushInterval();
+  const double jitter = base * kFlushJitterFraction;
+  const double period = base + deps_.random->uniform(-jitter, jitter);
+  KorvaneLogger::d(kTag, [&] {
+    return "Scheduling next flush in " + fixed("%.1f", period) + "s (base: " + swiftNumber(base) + "s)";
+  });
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  const auto delay = std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(period * 1000.0)));
+  std::lock_guard lock(timerLock_);
+  flushTimer_.cancel();
+  flushTimer_ = deps_.mainThread->postAfter(delay, [weak] {
+    if (auto self = weak.lock()) self->tick();
+  });
+}
+
+void EventBatchService::tick() {
+  const std::size_t count = deps_.queue->count();
+  KorvaneLogger::d(kTag, [&] {
+    return "Timer fired. Queue size: " + std::to_string(count) + ", Time since last flush: " +
+           swiftNumber(secondsSinceLastFlush()) + "s";
+  });
+  if (count > 0) {
+    KorvaneLogger::d(kTag, "Timer: Events in queue: " + std::to_string(count) + ", triggering flush...");
+    flushInBackground();
+  } else {
+    KorvaneLogger::d(kTag, "Timer: Queue is empty, skipping flush");
+  }
+  scheduleNextTick();
+}
+
+// ---- Sending ------------------------------------------------------------------------------------
+
+void EventBatchService::flush(std::function<void(Status)> done) {
+  {
+    std::lock_guard lock(processingLock_);
+    if (isProcessing_) {
+      KorvaneLogger::d(kTag, "Flush already in progress, skipping...");
+      if (done) done(okStatus());
+      return;
+    }
+    isProcessing_ = true;
+  }
+  std::vector<Event> events = deps_.queue->dequeue(batchSize());
+  if (events.empty()) {
+    KorvaneLogger::d(kTag, "No events to flush");
+    {
+      std::lock_guard lock(processingLock_);
+      isProcessing_ = false;
+    }
+    if (done) done(okStatus());
+    return;
+  }
+  KorvaneLogger::d(kTag, "Flush started. Events to send: " + std::to_string(events.size()));
+  send(std::move(events), std::move(done));
+}
+
+void EventBatchService::send(std::vector<Event> events, std::function<void(Status)> done) {
+  EventBatch batch;
+  batch.batchId = deps_.random->makeUuid();
+  batch.batchTimestamp = formatIso8601(deps_.clock->now());
+  batch.sdkVersion = kSdkVersion;
+  batch.platform = kPlatformName;
+  batch.events = toTrackEventRequests(events, deps_.context());
+  KorvaneLogger::d(kTag, "Sending batch with " + std::to_string(batch.events.size()) + " events to server...");
+
+  Result<std::shared_ptr<ApiService>> api = deps_.api();
+  if (!api) return finishSend(events, Status(api.error()), done);
+  // The completion keeps the service alive until the answer is handled, so a batch in flight
+  // is never dropped on the floor.
+  auto self = shared_from_this();
+  api.value()->trackEventBatch(batch, [self, events = std::move(events), done](Result<EventBatchResponse> result) {
+    if (!result) return self->finishSend(events, Status(result.error()), done);
+    const EventBatchResponse& response = result.value();
+    const std::string failedCount = std::to_string(response.failedEventIds.size());
+    if (!response.success) {
+      KorvaneLogger::d(kTag, "Batch failed: success=false, failed events: " + failedCount);
+      return self->finishSend(events, Status(Error{"EventBatchService", -1, "Batch processing failed on server", "NSError"}),
+                              done);
+    }
+    KorvaneLogger::d(kTag, "Batch sent successfully! Processed: " + std::to_string(response.processedCount) +
+                               ", Failed: " + failedCount);
+    self->finishSend(events, okStatus(), done);
+  });
+}
+
+void EventBatchService::finishSend(const std::vector<Event>& events, const Status& outcome,
+                                   const std::function<void(Status)>& done) {
+  if (outcome) {
+    retryCount_ = 0;
+    KorvaneLogger::d(kTag, "Batch sent successfully!");
+    lastFlushMillis_ = deps_.clock->nowMillis();
+  } else {
+    KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description, outcome.error());
+    handleFailure(events, outcome.error());
+  }
+  {
+    std::lock_guard lock(processingLock_);
+    isProcessing_ = false;
+  }
+  if (done) done(outcome);
+}
+
+void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
+  for (const Event& event : events) deps_.queue->enqueue(event);
+  KorvaneLogger::d(kTag, "Re-enqueued " + std::to_string(events.size()) + " events for retry");
+  Status persisted = deps_.persistence->saveEvents(events);
+  if (persisted)
+    KorvaneLogger::d(kTag, "Persisted " + std::to_string(events.size()) + " events to disk");
+  else
+    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description, persisted.error());
+
+  if (!isRetryable(error)) {
+    KorvaneLogger::w(kTag, "Error is not retryable: " + error.description);
+    return;
+  }
+  const int attempt = ++retryCount_;
+  KorvaneLogger::d(kTag, "Will retry (" + std::to_string(attempt) + "/" + std::to_string(kMaxRetryCount) + ")...");
+  // Only a successful send resets the count: after giving up, later failures give up at once.
+  if (attempt > kMaxRetryCount - 1) {
+    KorvaneLogger::w(kTag, "Max retry count reached. Giving up.");
+    return;
+  }
+  const double ceiling = std::min(kRetryBaseDelay * std::pow(2.0, attempt - 1), kRetryMaxDelay);
+  const double delay = deps_.random->uniform(0.0, ceiling);
+  KorvaneLogger::d(kTag, "Retrying flush after " + fixed("%.2f", delay) + "s (backoff ceiling: " + fixed("%.1f", ceiling) +
+                             "s)...");
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.mainThread->postAfter(std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(delay * 1000.0))), [weak] {
+    if (auto self = weak.lock()) self->flushInBackground();
+  });
+}
+
+bool EventBatchService::isRetryable(const Error& error) const {
+  if (error.isNetworkError()) {
+    switch (error.code) {
+      case -1001:  // timed out
+      case -1004:  // cannot connect to host
+      case -1005:  // network connection lost
+      case -1009:  // not connected to the internet
+        KorvaneLogger::d(kTag, "Will retry - Network error: " + error.description);
+        return true;
+      default:
+        KorvaneLogger::d(kTag, "Won't retry - URLError: " + std::to_string(error.code));
+        return false;
+    }
+  }
+  const bool carriesResponse = std::any_of(error.userInfo.begin(), error.userInfo.end(),
+                                           [](const auto& entry) { return entry.first == "response"; });
+  if (carriesResponse) {
+    const long status = error.code;
+    if (status >= 500 || status == 429) {
+      KorvaneLogger::d(kTag, "Will retry - HTTP " + std::to_string(status) + " (server error or rate limit)");
+      return true;
+    }
+    if (status >= 400)
+      KorvaneLogger::d(kTag, "Won't retry - HTTP " + std::to_string(status) + " (client error, check endpoint or request)");
+    return false;
+  }
+  KorvaneLogger::d(kTag, "Won't retry - Unknown error type");
+  return false;
+}
+
+// ---- Configuration and lifecycle ---------------------------------------------------------------
+
+void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> batchSize,
+                                                 std::optional<double> flushIntervalSeconds) {
+  bool changed = false;
+  if (batchSize && *batchSize >= 1 && static_cast<std::size_t>(*batchSize) != this->batchSize()) {
+    batchSize_ = static_cast<std::size_t>(*batchSize);
+    KorvaneLogger::d(kTag, "Updated batch size to: " + std::to_string(*batchSize));
+    changed = true;
+  }
+  if (flushIntervalSeconds && *flushIntervalSeconds > 0 && *flushIntervalSeconds != flushInterval()) {
+    flushInterval_ = *flushIntervalSeconds;
+    KorvaneLogger::d(kTag, "Updated flush interval to: " + swiftNumber(*flushIntervalSeconds) + " seconds");
+    startFlushTimer();
+    changed = true;
+  }
+  if (!changed) return;
+  KorvaneLogger::d(kTag, "Batch configuration updated - Size: " + std::to_string(this->batchSize()) +
+                             ", Interval: " + swiftNumber(flushInterval()) + "s");
+  if (deps_.queue->count() >= this->batchSize()) flushInBackground();
+}
+
+void EventBatchService::handleAppBackground() {
+  stopFlushTimer();
+  if (deps_.queue->count() == 0) return;
+  // Taken out first, so nothing tracked meanwhile is lost between the write and the emptying.
+  std::vector<Event> events = deps_.queue->dequeue(SIZE_MAX);
+  KorvaneLogger::i(kTag, "App backgrounded. Persisting " + std::to_string(events.size()) + " events");
+  for (const Event& event : events)
+    KorvaneLogger::d(kTag, [&] {
+      return std::string("Persisting event: ") + rawValue(event.type) + " at " + formatLocalTimestamp(event.timestamp);
+    });
+  Status saved = deps_.persistence->saveEvents(events);
+  if (!saved) {
+    // Keep them in memory rather than lose them.
+    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description, saved.error());
+    for (Event& event : events) deps_.queue->enqueue(std::move(event));
+  }
+}
+
+void EventBatchService::handleAppForeground() {
+  KorvaneLogger::i(kTag, "App foregrounded");
+  startFlushTimer();
+  const std::size_t count = deps_.queue->count();
+  if (count > 0)
+    KorvaneLogger::d(kTag, "Queue not empty (" + std::to_string(count) + " events), skipping load");
+  else
+    loadPersistedEvents();
+  if (shouldFlush()) {
+    KorvaneLogger::i(kTag, "Flush needed on foreground, triggering...");
+    flushInBackground();
+  }
+}
+
+void EventBatchService::handleAppTermination() {
+  std::vector<Event> events = deps_.queue->snapshot();
+  if (events.empty()) return;
+  KorvaneLogger::i(kTag, "App terminating. Persisting " + std::to_string(events.size()) + " events");
+  deps_.persistence->saveEvents(events);
+}
+
+}  // namespace korvane

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/json_codec.h"
+#include "korvane/telemetry/event.h"
+
+// The event file's form of an event: keys eventId, type, customEventName (when present),
+// timestamp, category, payload; the payload travels as base64 of its compact JSON.
+namespace korvane {
+
+Status read(const json::Json& value, Event& out, const std::string& path);
+json::Json toJson(const Event& event);
+
+// A whole event file: a JSON array of events, oldest first.
+std::string encodeEventFile(const std::vector<Event>& events);
+Result<std::vector<Event>> decodeEventFile(std::string_view text);
+
+}  // namespace korvane

@@ -1,0 +1,119 @@
+#include "korvane/telemetry/event_persistence.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "korvane/core/logger.h"
+#include "telemetry/event_codec.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::size_t kTrimTrigger = 1000;  // trimming starts once the file held this many
+constexpr std::size_t kTrimKeep = 500;      // and keeps this many of the newest
+
+std::optional<std::string> readWhole(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return std::nullopt;
+  std::stringstream text;
+  text << in.rdbuf();
+  return std::move(text).str();
+}
+
+}  // namespace
+
+Error persistenceErrorFileUrlNotFound() {
+  return Error{"PersistenceError", 0, "Could not find documents directory", "PersistenceError"};
+}
+Error persistenceErrorDataCorrupted() { return Error{"PersistenceError", 1, "Event data is corrupted", "PersistenceError"}; }
+
+EventPersistenceManager::EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
+                                                 std::shared_ptr<Clock> clock, std::string fileName,
+                                                 std::int64_t maxFileSize, double maxEventAgeSeconds)
+    : documents_(std::move(documents)),
+      clock_(std::move(clock)),
+      fileName_(std::move(fileName)),
+      maxFileSize_(maxFileSize),
+      maxEventAgeSeconds_(maxEventAgeSeconds) {}
+
+Result<std::string> EventPersistenceManager::fileLocation() const {
+  if (!documents_) return persistenceErrorFileUrlNotFound();
+  const std::filesystem::path directory = documents_->path();
+  if (directory.empty()) return persistenceErrorFileUrlNotFound();
+  return (directory / fileName_).string();
+}
+
+Status EventPersistenceManager::writeLocked(const std::string& path, const std::vector<Event>& events) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << encodeEventFile(events);
+  if (!out.flush()) return Error{"PersistenceError", 2, "Could not write " + path, "PersistenceError"};
+  return okStatus();
+}
+
+Status EventPersistenceManager::saveEvent(const Event& event) {
+  std::lock_guard lock(fileLock_);
+  Result<std::string> path = fileLocation();
+  if (!path) return path.error();
+  std::vector<Event> events;
+  if (std::optional<std::string> text = readWhole(path.value())) {
+    Result<std::vector<Event>> existing = decodeEventFile(*text);
+    if (existing) events = std::move(existing).value();  // a damaged file is started afresh
+  }
+  const bool trim = events.size() >= kTrimTrigger;
+  events.push_back(event);
+  if (trim) events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
+  return writeLocked(path.value(), events);
+}
+
+Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
+  std::lock_guard lock(fileLock_);
+  Result<std::string> path = fileLocation();
+  if (!path) return path.error();
+  return writeLocked(path.value(), events);
+}
+
+Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
+  Result<std::string> path = fileLocation();
+  if (!path) return path.error();
+  if (!std::filesystem::exists(path.value())) return Loaded{path.value(), {}, 0};
+  std::optional<std::string> text = readWhole(path.value());
+  if (!text) return persistenceErrorDataCorrupted();
+  Result<std::vector<Event>> decoded = decodeEventFile(*text);
+  if (!decoded) return decoded.error();
+  // Strictly younger than the maximum age: an event exactly that old is dropped.
+  const double now = static_cast<double>(clock_->nowMillis());
+  Loaded loaded{path.value(), {}, decoded.value().size()};
+  for (Event& event : decoded.value())
+    if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_) loaded.young.push_back(std::move(event));
+  return loaded;
+}
+
+Result<std::vector<Event>> EventPersistenceManager::loadEvents() {
+  std::lock_guard lock(fileLock_);
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  return std::move(loaded.value().young);
+}
+
+Status EventPersistenceManager::clearEvents() {
+  std::lock_guard lock(fileLock_);
+  Result<std::string> path = fileLocation();
+  if (!path) return path.error();
+  std::error_code ec;
+  std::filesystem::remove(path.value(), ec);
+  if (ec) return Error{"NSCocoaErrorDomain", ec.value(), ec.message(), "Error"};
+  return okStatus();
+}
+
+void EventPersistenceManager::cleanupOldEvents() {
+  std::lock_guard lock(fileLock_);
+  Result<Loaded> loaded = loadLocked();
+  Status status = loaded ? okStatus() : Status(loaded.error());
+  if (loaded && loaded.value().young.size() < loaded.value().total)
+    status = writeLocked(loaded.value().path, loaded.value().young);
+  if (!status) KorvaneLogger::e("EventBatchService", "Failed to cleanup old events: " + status.error().description, status.error());
+}
+
+}  // namespace korvane

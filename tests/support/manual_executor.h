@@ -1,0 +1,43 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <mutex>
+
+#include "korvane/core/executor.h"
+
+namespace korvane::testing {
+
+// Background work that runs only when the test says so.
+class ManualExecutor final : public Executor {
+ public:
+  void submit(std::function<void()> work) override {
+    std::lock_guard lock(mutex_);
+    work_.push_back(std::move(work));
+  }
+  // Runs queued work, including work it submits; returns how much ran.
+  int runAll() {
+    int ran = 0;
+    for (;;) {
+      std::function<void()> next;
+      {
+        std::lock_guard lock(mutex_);
+        if (work_.empty()) return ran;
+        next = std::move(work_.front());
+        work_.pop_front();
+      }
+      next();
+      ++ran;
+    }
+  }
+  std::size_t pending() const {
+    std::lock_guard lock(mutex_);
+    return work_.size();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<std::function<void()>> work_;
+};
+
+}  // namespace korvane::testing

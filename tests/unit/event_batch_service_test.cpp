@@ -1,0 +1,362 @@
+// The batch service with a manual clock, main thread, executor and a scripted backend.
+#include <gtest/gtest.h>
+
+#include "fake_platform.h"
+#include "korvane/telemetry/error_telemetry.h"
+#include "korvane/telemetry/event_batch_service.h"
+#include "log_capture.h"
+#include "manual_executor.h"
+#include "scripted_api.h"
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::LogCapture;
+
+// The event file kept in memory.
+class MemoryPersistence final : public EventPersistenceProtocol {
+ public:
+  std::vector<Event> file;
+  Status saveEvent(const Event& event) override {
+    file.push_back(event);
+    return okStatus();
+  }
+  Status saveEvents(const std::vector<Event>& events) override {
+    file = events;
+    return okStatus();
+  }
+  Result<std::vector<Event>> loadEvents() override { return file; }
+  Status clearEvents() override {
+    file.clear();
+    return okStatus();
+  }
+  void cleanupOldEvents() override {}
+};
+
+class BatchServiceTest : public ::testing::Test {
+ protected:
+  std::shared_ptr<EventBatchService> makeService(std::size_t batchSize = 20, double interval = 30.0) {
+    BatchServiceDependencies deps;
+    deps.queue = queue_;
+    deps.persistence = persistence_;
+    deps.api = [this]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api_); };
+    deps.context = [] { return SendContext{"S", "u1", "D", "I", "17.4"}; };
+    deps.mainThread = platform_.mainThread;
+    deps.clock = platform_.clock;
+    deps.random = platform_.random;
+    deps.lifecycle = platform_.lifecycle;
+    deps.executor = executor_;
+    return EventBatchService::create(std::move(deps), batchSize, interval);
+  }
+  Event event(EventType type = EventType::missionClicked) {
+    return Event::make("E" + std::to_string(next_++), type, static_cast<double>(platform_.clock->nowMillis()), "c",
+                       std::nullopt);
+  }
+  // Runs everything that is due: posted main-thread work and background tasks, until quiet.
+  void settle() {
+    while (platform_.mainThread->runUntilIdle() + executor_->runAll() > 0) {
+    }
+  }
+  std::size_t sentEvents() const {
+    std::size_t n = 0;
+    for (const EventBatch& b : api_->batches()) n += b.events.size();
+    return n;
+  }
+
+  testing::FakePlatform platform_;
+  std::shared_ptr<EventQueueManager> queue_ = std::make_shared<EventQueueManager>();
+  std::shared_ptr<MemoryPersistence> persistence_ = std::make_shared<MemoryPersistence>();
+  std::shared_ptr<testing::ScriptedApi> api_ = std::make_shared<testing::ScriptedApi>();
+  std::shared_ptr<testing::ManualExecutor> executor_ = std::make_shared<testing::ManualExecutor>();
+  int next_ = 0;
+};
+
+TEST_F(BatchServiceTest, TimerPeriodsStayWithinTwentyPercentOfTheInterval) {
+  for (const double unit : {0.0, 0.5, 0.999999}) {
+    testing::FakePlatform platform;
+    platform_.random->setUnit(unit);
+    auto service = makeService();
+    settle();
+    const auto delays = platform_.mainThread->pendingDelays();
+    ASSERT_EQ(delays.size(), 1u);
+    EXPECT_GE(delays[0], 24000ms);
+    EXPECT_LE(delays[0], 36000ms);
+    service.reset();
+    platform_.mainThread->advance(40s);
+  }
+}
+
+TEST_F(BatchServiceTest, AnEmptyTickSendsNothingAndSchedulesTheNext) {
+  auto service = makeService();
+  settle();
+  platform_.mainThread->advance(36s);
+  settle();
+  EXPECT_TRUE(api_->batches().empty());
+  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u);
+
+  service->trackEvent(event());  // 30 s have passed: flushes at once
+  settle();
+  EXPECT_EQ(sentEvents(), 1u);
+  service->trackEvent(event());
+  settle();
+  EXPECT_EQ(sentEvents(), 1u) << "a fresh send resets the age trigger";
+  platform_.mainThread->advance(36s);
+  settle();
+  EXPECT_EQ(sentEvents(), 2u) << "the tick sends whatever is queued";
+}
+
+TEST_F(BatchServiceTest, TheTwentiethEventTriggersASend) {
+  auto service = makeService();
+  settle();
+  for (int i = 0; i < 19; ++i) service->trackEvent(event());
+  settle();
+  EXPECT_TRUE(api_->batches().empty());
+  service->trackEvent(event());
+  settle();
+  ASSERT_EQ(api_->batches().size(), 1u);
+  EXPECT_EQ(api_->batches()[0].events.size(), 20u);
+  EXPECT_EQ(api_->batches()[0].events[0].userId, "u1");
+  EXPECT_EQ(queue_->count(), 0u);
+}
+
+TEST_F(BatchServiceTest, TwoTriggersProduceOneSend) {
+  LogCapture capture(LogLevel::debug);
+  api_->holdBatches = true;
+  auto service = makeService(1);
+  service->trackEvent(event());
+  service->trackEvent(event());
+  settle();
+  EXPECT_EQ(api_->batches().size(), 1u);
+  EXPECT_TRUE(capture.contains("[D/EventBatchService] Flush already in progress, skipping..."));
+  api_->holdBatches = false;
+  api_->release();
+  service->flush();
+  EXPECT_EQ(api_->batches().size(), 2u) << "free again after the answer";
+}
+
+// How each failure is classified, and what follows from it.
+struct FailureCase {
+  const char* name;
+  Error error;
+  bool retried;
+};
+
+Error httpError(long status) {
+  Error e{"ApiService", status, "HTTP " + std::to_string(status) + " error", "NSError"};
+  e.userInfo = {{"NSLocalizedDescription", e.description}, {"response", "HTTP"}};
+  return e;
+}
+Error urlError(long code) { return Error{"NSURLErrorDomain", code, "url error", "URLError"}; }
+
+class RetryClassification : public BatchServiceTest, public ::testing::WithParamInterface<FailureCase> {};
+
+TEST_P(RetryClassification, RetriesOnlyWhatMaySucceedLater) {
+  platform_.random->setUnit(0.999999);
+  auto service = makeService(1);
+  settle();
+  api_->script(GetParam().error);
+  service->trackEvent(event());
+  settle();
+  EXPECT_EQ(queue_->count(), 1u) << "the failed event is back in the queue";
+  EXPECT_EQ(persistence_->file.size(), 1u) << "and in the file";
+  EXPECT_EQ(service->retryCount(), GetParam().retried ? 1 : 0);
+  const auto delays = platform_.mainThread->pendingDelays();
+  EXPECT_EQ(delays.size(), GetParam().retried ? 2u : 1u) << "a retry is scheduled beside the timer";
+  if (GetParam().retried) {
+    EXPECT_NEAR(static_cast<double>(delays[0].count()), 5000.0, 1.0) << "first ceiling: 5 s";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Errors, RetryClassification,
+    ::testing::Values(FailureCase{"TimedOut", urlError(-1001), true}, FailureCase{"CannotConnect", urlError(-1004), true},
+                      FailureCase{"ConnectionLost", urlError(-1005), true}, FailureCase{"Offline", urlError(-1009), true},
+                      FailureCase{"Cancelled", urlError(-999), false}, FailureCase{"BadUrl", urlError(-1000), false},
+                      FailureCase{"Http503", httpError(503), true}, FailureCase{"Http500", httpError(500), true},
+                      FailureCase{"Http429", httpError(429), true}, FailureCase{"Http404", httpError(404), false},
+                      FailureCase{"Http400", httpError(400), false},
+                      FailureCase{"Refused", Error{"EventBatchService", -1, "Batch processing failed on server"}, false},
+                      FailureCase{"Decoding", Error{"NSCocoaErrorDomain", 4864, "bad", "DecodingError"}, false}),
+    [](const auto& param) { return std::string(param.param.name); });
+
+TEST_F(BatchServiceTest, BacksOffFiveThenTenSecondsThenGivesUpUntilASuccess) {
+  LogCapture capture(LogLevel::debug);
+  platform_.random->setUnit(0.999999);
+  auto service = makeService(1);
+  settle();
+  for (int i = 0; i < 4; ++i) api_->script(httpError(503));
+  service->trackEvent(event());
+  settle();
+  EXPECT_TRUE(capture.contains("[D/EventBatchService] Retrying flush after 5.00s (backoff ceiling: 5.0s)..."));
+  platform_.mainThread->advance(5s);
+  settle();
+  EXPECT_TRUE(capture.contains("[D/EventBatchService] Retrying flush after 10.00s (backoff ceiling: 10.0s)..."));
+  platform_.mainThread->advance(10s);
+  settle();
+  EXPECT_EQ(service->retryCount(), 3);
+  EXPECT_TRUE(capture.contains("[W/EventBatchService] Max retry count reached. Giving up."));
+  EXPECT_EQ(api_->batches().size(), 3u);
+  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u) << "only the timer is left";
+
+  service->flush();  // a later failure gives up at once
+  EXPECT_EQ(service->retryCount(), 4);
+  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u);
+  service->flush();  // the script is empty now: success
+  EXPECT_EQ(service->retryCount(), 0);
+  EXPECT_EQ(queue_->count(), 0u);
+}
+
+TEST_F(BatchServiceTest, BackgroundPersistsTheQueueAndForegroundBringsItBack) {
+  auto service = makeService();
+  settle();
+  for (int i = 0; i < 7; ++i) service->trackEvent(event());
+  settle();
+  platform_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+  EXPECT_EQ(queue_->count(), 0u);
+  ASSERT_EQ(persistence_->file.size(), 7u);
+  EXPECT_EQ(persistence_->file.front().eventId, "E0");
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "no timer in the background";
+
+  platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+  EXPECT_EQ(queue_->count(), 7u);
+  EXPECT_TRUE(persistence_->file.empty()) << "the file is cleared after loading";
+  settle();
+  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u) << "the timer runs again";
+
+  platform_.lifecycle->send(AppLifecycleEvent::willTerminate);
+  EXPECT_EQ(persistence_->file.size(), 7u);
+  EXPECT_EQ(queue_->count(), 7u) << "termination writes the queue and leaves it";
+}
+
+TEST_F(BatchServiceTest, PersistedEventsAreLoadedAtStartAndSentWhenDue) {
+  for (int i = 0; i < 25; ++i) persistence_->file.push_back(event());
+  auto service = makeService();
+  EXPECT_TRUE(persistence_->file.empty());
+  settle();
+  EXPECT_EQ(sentEvents(), 20u) << "a full batch goes at once";
+  EXPECT_EQ(queue_->count(), 5u);
+}
+
+TEST_F(BatchServiceTest, ServerSettingsApplyOnlyWhenValidAndChanged) {
+  auto service = makeService();
+  settle();
+  {
+    LogCapture capture(LogLevel::verbose);
+    service->updateBatchConfiguration(0, -1.0);
+    service->updateBatchConfiguration(20, 30.0);
+    EXPECT_TRUE(capture.lines().empty());
+  }
+  for (int i = 0; i < 5; ++i) service->trackEvent(event());
+  settle();
+  EXPECT_TRUE(api_->batches().empty());
+  service->updateBatchConfiguration(5, 2.0);
+  EXPECT_EQ(service->batchSize(), 5u);
+  EXPECT_EQ(service->flushInterval(), 2.0);
+  settle();
+  EXPECT_EQ(sentEvents(), 5u) << "the queue already holds a batch of the new size";
+  const auto delays = platform_.mainThread->pendingDelays();
+  ASSERT_EQ(delays.size(), 1u);
+  EXPECT_LE(delays[0], 2400ms) << "the timer restarted with the new interval";
+}
+
+TEST_F(BatchServiceTest, CriticalEventsAreWrittenToTheFileAtOnce) {
+  auto service = makeService();
+  service->trackEvent(event(EventType::loginSuccess));
+  service->trackEvent(event(EventType::missionClicked));
+  service->trackEvent(event(EventType::sdkCrash));
+  ASSERT_EQ(persistence_->file.size(), 2u);
+  EXPECT_EQ(persistence_->file[0].type, EventType::loginSuccess);
+  EXPECT_EQ(queue_->count(), 3u);
+}
+
+// Error telemetry through the same fakes.
+class ErrorTelemetryTest : public BatchServiceTest {
+ protected:
+  void SetUp() override {
+    service_ = makeService(100);
+    ErrorTelemetry::shared().install(service_, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+    KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  }
+  void TearDown() override {
+    ErrorTelemetry::setTelemetryEnabled(true);
+    KorvaneLogger::setTelemetrySink(nullptr);
+  }
+  std::vector<Event> errorEvents() const {
+    std::vector<Event> found;
+    for (const Event& e : queue_->snapshot())
+      if (e.type == EventType::sdkError) found.push_back(e);
+    return found;
+  }
+  std::shared_ptr<EventBatchService> service_;
+};
+
+TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
+  LogCapture capture(LogLevel::none);
+  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  const Error decoding{"NSCocoaErrorDomain", 4864, "bad data", "DecodingError"};
+  KorvaneLogger::e("Api", "token=abc failed", decoding);             // becomes an event
+  KorvaneLogger::e("Api", "timed out", urlError(-1001));              // network: no
+  KorvaneLogger::w("Api", "warned", decoding);                        // warning: no
+  KorvaneLogger::e("Api", "no error object");                         // no object: no
+  const auto events = errorEvents();
+  ASSERT_EQ(events.size(), 1u);
+  const JsonValue& p = *events[0].payload;
+  EXPECT_EQ(p["errorType"], "DecodingError");
+  EXPECT_EQ(p["message"], "token=*** failed");
+  EXPECT_EQ(p["layer"], "core");
+  EXPECT_EQ(p["sdkVersion"], "1.0.52-rc.2");
+  EXPECT_EQ(p["platform"], "iOS");
+  EXPECT_EQ(events[0].category, "sdk_diagnostic");
+
+  ErrorTelemetry::setTelemetryEnabled(false);
+  KorvaneLogger::e("Api", "again", decoding);
+  ErrorTelemetry::shared().reportError("host says", nullptr, "host");
+  EXPECT_EQ(errorEvents().size(), 1u) << "switched off";
+}
+
+// A queue whose enqueue itself logs an error, as a failing track path would.
+class ComplainingQueue final : public EventQueueProtocol {
+ public:
+  EventQueueManager inner;
+  void enqueue(Event event) override {
+    inner.enqueue(std::move(event));
+    KorvaneLogger::e("Queue", "enqueue trouble", Error{"X", 1, "inner", "QueueError"});
+  }
+  std::vector<Event> dequeue(std::size_t n) override { return inner.dequeue(n); }
+  std::size_t count() const override { return inner.count(); }
+  std::vector<Event> snapshot() const override { return inner.snapshot(); }
+};
+
+TEST_F(BatchServiceTest, AnErrorRaisedWhileReportingIsNotReportedAgain) {
+  LogCapture capture(LogLevel::none);
+  auto complaining = std::make_shared<ComplainingQueue>();
+  BatchServiceDependencies deps;
+  deps.queue = complaining;
+  deps.persistence = persistence_;
+  deps.api = [this]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api_); };
+  deps.context = [] { return SendContext{}; };
+  deps.mainThread = platform_.mainThread;
+  deps.clock = platform_.clock;
+  deps.random = platform_.random;
+  deps.executor = executor_;
+  auto service = EventBatchService::create(std::move(deps), 100, 30.0);
+  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  KorvaneLogger::e("Outer", "first", Error{"X", 1, "outer", "OuterError"});
+  KorvaneLogger::setTelemetrySink(nullptr);
+  ASSERT_EQ(complaining->count(), 1u) << "the error logged inside the report did not become a second event";
+  EXPECT_EQ(complaining->snapshot()[0].payload->at("errorType"), "OuterError");
+}
+
+TEST(StackTrace, KeepsFourThousandCharactersAndMarksTheCut) {
+  const std::string exact(4000, 'x');
+  EXPECT_EQ(joinStackTrace({exact}), exact);
+  EXPECT_EQ(joinStackTrace({exact + "y"}), exact + "…[truncated]");
+  EXPECT_EQ(joinStackTrace({"a", "b"}), "a\nb");
+  const std::string wide = std::string(3999, 'x') + "한국";  // counted in characters, cut between them
+  EXPECT_EQ(joinStackTrace({wide}), std::string(3999, 'x') + "한…[truncated]");
+}
+
+}  // namespace
+}  // namespace korvane

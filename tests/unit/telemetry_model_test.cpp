@@ -1,0 +1,187 @@
+// Event model, wire conversion, the bounded queue and the event file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "api/record_codec.h"
+#include "korvane/linux/linux_storage.h"
+#include "korvane/telemetry/event_persistence.h"
+#include "korvane/telemetry/event_queue.h"
+#include "log_capture.h"
+#include "manual_clock.h"
+#include "telemetry/event_codec.h"
+#include "telemetry/event_conversion.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+using json::Json;
+
+Event eventAt(double millis, std::string id = "E") {
+  return Event::make(std::move(id), EventType::missionClicked, millis, "mission", Json{{"missionId", "m1"}});
+}
+
+TEST(EventType, RawValuesRoundTripAndNothingElseConstructs) {
+  const std::vector<std::string> raw = {
+      "quiz_clicked",      "quiz_impressed",    "quiz_started",       "quiz_completed",   "mission_clicked",
+      "mission_impressed", "mission_completed", "mission_progressed", "offerwall_opened", "offerwall_closed",
+      "banner_clicked",    "banner_impressed",  "login_success",      "login_failed",     "custom",
+      "sdk_error",         "sdk_crash"};
+  for (std::size_t i = 0; i < raw.size(); ++i) {
+    EXPECT_EQ(rawValue(static_cast<EventType>(i)), raw[i]);
+    EXPECT_EQ(eventTypeFromRawValue(raw[i]), static_cast<EventType>(i));
+  }
+  for (const char* other : {"", "Custom", "session_start", "user_login", "sdk_crash "})
+    EXPECT_EQ(eventTypeFromRawValue(other), std::nullopt) << other;
+}
+
+TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
+  const SendContext context{"SESSION", std::nullopt, "DEVICE", "IFA", "17.4"};
+  struct Case {
+    Event event;
+    std::string name;
+    std::vector<std::pair<std::string, std::string>> parameters;
+  };
+  const Case cases[] = {
+      {Event::custom("1", "level_up", 0, "game", std::nullopt), "level_up", {}},
+      {Event::make("2", EventType::bannerClicked, 0, "banner", std::nullopt), "banner_clicked", {}},
+      {Event::make("3", EventType::missionProgressed, 0, "mission", Json{{"missionId", "m1"}, {"progress", 3}}),
+       "mission_progressed",
+       {{"missionId", "m1"}, {"progress", "3"}}},
+      {Event::make("4", EventType::custom, 0, "c",
+                   Json{{"b", true}, {"f", 2.5}, {"n", nullptr}, {"a", Json::array({1, "x"})}, {"o", Json{{"k", 1}}}}),
+       "custom",
+       {{"b", "true"}, {"f", "2.5"}, {"n", "null"}, {"a", R"([1,"x"])"}, {"o", R"({"k":1})"}}},
+  };
+  for (const Case& c : cases) {
+    const TrackEventRequest request = toTrackEventRequest(c.event, context);
+    EXPECT_EQ(request.name, c.name);
+    EXPECT_EQ(request.parameters, c.parameters);
+    EXPECT_EQ(request.userId, std::nullopt);
+    EXPECT_EQ(json::dump(toJson(request)).find("userId"), std::string::npos) << "absent, not null";
+    EXPECT_EQ(request.sessionId, "SESSION");
+    EXPECT_EQ(request.sdkVersion, "1.0.52-rc.2");
+    EXPECT_EQ(request.platform, "iOS");
+  }
+  // Midnight 1970 UTC seen from the device's zone.
+  const std::time_t zero = 0;
+  std::tm local{};
+  localtime_r(&zero, &local);
+  char expected[32];
+  std::strftime(expected, sizeof expected, "%Y-%m-%d %H:%M:%S", &local);
+  EXPECT_EQ(formatLocalTimestamp(0), expected);
+  EXPECT_EQ(formatLocalTimestamp(999.9), expected) << "milliseconds are cut, not rounded";
+  EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))), "2026-03-01T09:15:00Z");
+}
+
+TEST(EventFile, EncodingKeepsKeyOrderAndCarriesThePayloadAsBase64) {
+  const Event plain = Event::make("A", EventType::quizClicked, 1.5, "quiz", std::nullopt);
+  const Event named = Event::custom("B", "level_up", 2, "game", Json{{"level", 3}});
+  EXPECT_EQ(json::dump(toJson(plain)), R"({"eventId":"A","type":"quiz_clicked","timestamp":1.5,"category":"quiz"})");
+  EXPECT_EQ(json::dump(toJson(named)),
+            R"({"eventId":"B","type":"custom","customEventName":"level_up","timestamp":2.0,"category":"game",)"
+            R"("payload":"eyJsZXZlbCI6M30="})");
+  const Result<std::vector<Event>> back = decodeEventFile(encodeEventFile({plain, named}));
+  ASSERT_TRUE(back.ok());
+  EXPECT_EQ(back.value(), (std::vector<Event>{plain, named}));
+
+  for (const char* damaged : {R"([{"eventId":"A","type":"quiz_clickd","timestamp":1,"category":"q"}])",
+                              R"({"eventId":"A"})", R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","payload":"!!"}])",
+                              "", "[1]"})
+    EXPECT_FALSE(decodeEventFile(damaged).ok()) << damaged;
+}
+
+TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
+  EventQueueManager queue;
+  for (int i = 0; i < 501; ++i) queue.enqueue(eventAt(i, std::to_string(i)));
+  EXPECT_EQ(queue.count(), 500u);
+  EXPECT_EQ(queue.snapshot().front().eventId, "1") << "event 0 was dropped";
+  EXPECT_TRUE(queue.dequeue(0).empty());
+  const std::vector<Event> first = queue.dequeue(20);
+  ASSERT_EQ(first.size(), 20u);
+  EXPECT_EQ(first.front().eventId, "1");
+  EXPECT_EQ(first.back().eventId, "20");
+  EventQueueManager small;
+  for (int i = 0; i < 7; ++i) small.enqueue(eventAt(i));
+  EXPECT_EQ(small.dequeue(20).size(), 7u);
+  EXPECT_EQ(small.count(), 0u);
+}
+
+class EventFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() / ("korvane-events-" + std::to_string(::getpid()) + "-" +
+                                        ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir_);
+    documents_ = std::make_shared<linux_host::FixedDocumentsDirectory>(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+  EventPersistenceManager manager() { return EventPersistenceManager(documents_, clock_); }
+  fs::path file() const { return dir_ / "korvane_events.json"; }
+  double now() const { return static_cast<double>(clock_->nowMillis()); }
+
+  fs::path dir_;
+  std::shared_ptr<linux_host::FixedDocumentsDirectory> documents_;
+  std::shared_ptr<testing::ManualClock> clock_ = std::make_shared<testing::ManualClock>();
+};
+
+TEST_F(EventFileTest, SavingPastAThousandKeepsTheNewestFiveHundred) {
+  for (const std::size_t existing : {999u, 1000u}) {
+    auto store = manager();
+    std::vector<Event> events;
+    for (std::size_t i = 0; i < existing; ++i) events.push_back(eventAt(now(), std::to_string(i)));
+    ASSERT_TRUE(store.saveEvents(events).ok());
+    ASSERT_TRUE(store.saveEvent(eventAt(now(), "new")).ok());
+    const std::vector<Event> kept = store.loadEvents().value();
+    if (existing == 999) {
+      EXPECT_EQ(kept.size(), 1000u);
+    } else {
+      ASSERT_EQ(kept.size(), 500u);
+      EXPECT_EQ(kept.front().eventId, "501");
+      EXPECT_EQ(kept.back().eventId, "new");
+    }
+  }
+}
+
+TEST_F(EventFileTest, EventsExactlySevenDaysOldAreDropped) {
+  auto store = manager();
+  const double sevenDays = 604800.0 * 1000.0;
+  ASSERT_TRUE(store.saveEvents({eventAt(now() - sevenDays, "old"), eventAt(now() - sevenDays + 1, "young")}).ok());
+  const std::vector<Event> kept = store.loadEvents().value();
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept[0].eventId, "young");
+
+  testing::LogCapture capture;
+  store.cleanupOldEvents();
+  EXPECT_EQ(decodeEventFile([&] {
+              std::ifstream in(file());
+              return std::string(std::istreambuf_iterator<char>(in), {});
+            }())
+                .value()
+                .size(),
+            1u)
+      << "the old event is gone from the file too";
+}
+
+TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {
+  auto store = manager();
+  EXPECT_TRUE(store.loadEvents().ok());
+  EXPECT_TRUE(store.loadEvents().value().empty()) << "no file: nothing, no error";
+  EXPECT_TRUE(store.clearEvents().ok());
+
+  std::ofstream(file()) << "not an event list";
+  EXPECT_FALSE(store.loadEvents().ok()) << "a damaged file is an error for loading";
+  ASSERT_TRUE(store.saveEvent(eventAt(now(), "fresh")).ok());
+  EXPECT_EQ(store.loadEvents().value().size(), 1u) << "while saving starts a new list";
+  ASSERT_TRUE(store.clearEvents().ok());
+  EXPECT_FALSE(fs::exists(file()));
+
+  EventPersistenceManager homeless(nullptr, clock_);
+  EXPECT_EQ(homeless.saveEvent(eventAt(now())).error().description, "Could not find documents directory");
+  EXPECT_EQ(homeless.loadEvents().error().description, "Could not find documents directory");
+}
+
+}  // namespace
+}  // namespace korvane
