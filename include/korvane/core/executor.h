@@ -1,9 +1,7 @@
 #pragma once
 
-#include <condition_variable>
-#include <deque>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -17,7 +15,8 @@ class Executor {
 };
 
 // A fixed set of worker threads taking work in submission order. Destruction finishes the work
-// already submitted, then joins the workers.
+// already submitted, then joins the workers; it may even happen on one of them (the last owner
+// can be a task), in which case that worker finishes on its own.
 class ThreadPoolExecutor final : public Executor {
  public:
   explicit ThreadPoolExecutor(std::size_t threads = 2);
@@ -28,12 +27,8 @@ class ThreadPoolExecutor final : public Executor {
   void submit(std::function<void()> work) override;
 
  private:
-  void run();
-
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::deque<std::function<void()>> work_;
-  bool stopping_ = false;
+  struct State;
+  std::shared_ptr<State> state_;
   std::vector<std::thread> threads_;
 };
 

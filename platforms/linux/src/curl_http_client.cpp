@@ -3,6 +3,8 @@
 #include <curl/curl.h>
 
 #include <cerrno>
+#include <deque>
+#include <map>
 #include <mutex>
 
 namespace korvane::linux_host {
@@ -107,24 +109,96 @@ TransportErrorKind transportErrorKind(int curlCode, long osErrno) {
   }
 }
 
+// Everything the worker thread touches. Shared with the worker, so that destroying the client
+// from inside a completion (on the worker itself) leaves it valid until the worker has left.
+struct CurlHttpClient::Engine {
+  CURLM* multi = curl_multi_init();
+  std::mutex mutex;
+  std::deque<std::unique_ptr<Transfer>> pending;
+  bool stopping = false;
+  std::map<CURL*, std::unique_ptr<Transfer>> active;  // worker thread only
+
+  ~Engine() {
+    for (auto& [easy, transfer] : active) curl_multi_remove_handle(multi, easy);
+    active.clear();
+    pending.clear();
+    curl_multi_cleanup(multi);
+  }
+
+  bool stopRequested() {
+    std::lock_guard lock(mutex);
+    return stopping;
+  }
+
+  void startPending() {
+    std::deque<std::unique_ptr<Transfer>> starting;
+    {
+      std::lock_guard lock(mutex);
+      starting.swap(pending);
+    }
+    for (auto& transfer : starting) {
+      transfer->easy = curl_easy_init();
+      configure(*transfer);
+      curl_multi_add_handle(multi, transfer->easy);
+      CURL* easy = transfer->easy;
+      active.emplace(easy, std::move(transfer));
+    }
+  }
+
+  void finishDone() {
+    int queued = 0;
+    while (CURLMsg* message = curl_multi_info_read(multi, &queued)) {
+      if (message->msg != CURLMSG_DONE) continue;
+      CURL* easy = message->easy_handle;
+      const CURLcode code = message->data.result;
+      curl_multi_remove_handle(multi, easy);
+      auto found = active.find(easy);
+      std::unique_ptr<Transfer> transfer = std::move(found->second);
+      active.erase(found);
+      if (code == CURLE_OK) {
+        long status = 0;
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+        transfer->completion(HttpResponse{static_cast<int>(status), std::move(transfer->responseHeaders),
+                                          std::move(transfer->responseBody)});
+      } else {
+        long osErrno = 0;
+        curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
+        std::string text = transfer->errorText[0] ? transfer->errorText : curl_easy_strerror(code);
+        transfer->completion(TransportError{transportErrorKind(code, osErrno), static_cast<long>(code), std::move(text)});
+      }
+      if (stopRequested()) return;  // the client is gone: drop the rest
+    }
+  }
+
+  void run() {
+    while (!stopRequested()) {
+      startPending();
+      int running = 0;
+      curl_multi_perform(multi, &running);
+      finishDone();
+      if (stopRequested()) return;
+      curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+    }
+  }
+};
+
 CurlHttpClient::CurlHttpClient() {
   static std::once_flag once;
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-  multi_ = curl_multi_init();
-  worker_ = std::thread([this] { run(); });
+  engine_ = std::make_shared<Engine>();
+  worker_ = std::thread([engine = engine_] { engine->run(); });
 }
 
 CurlHttpClient::~CurlHttpClient() {
   {
-    std::lock_guard lock(mutex_);
-    stopping_ = true;
+    std::lock_guard lock(engine_->mutex);
+    engine_->stopping = true;
   }
-  curl_multi_wakeup(multi_);
-  worker_.join();
-  for (auto& [easy, transfer] : active_) curl_multi_remove_handle(multi_, easy);
-  active_.clear();
-  pending_.clear();
-  curl_multi_cleanup(multi_);
+  curl_multi_wakeup(engine_->multi);
+  if (worker_.get_id() == std::this_thread::get_id())
+    worker_.detach();
+  else
+    worker_.join();
 }
 
 void CurlHttpClient::send(HttpRequest request, std::function<void(HttpResult)> completion) {
@@ -132,61 +206,10 @@ void CurlHttpClient::send(HttpRequest request, std::function<void(HttpResult)> c
   transfer->request = std::move(request);
   transfer->completion = std::move(completion);
   {
-    std::lock_guard lock(mutex_);
-    pending_.push_back(std::move(transfer));
+    std::lock_guard lock(engine_->mutex);
+    engine_->pending.push_back(std::move(transfer));
   }
-  curl_multi_wakeup(multi_);
-}
-
-void CurlHttpClient::startPending() {
-  std::deque<std::unique_ptr<Transfer>> starting;
-  {
-    std::lock_guard lock(mutex_);
-    starting.swap(pending_);
-  }
-  for (auto& transfer : starting) {
-    transfer->easy = curl_easy_init();
-    configure(*transfer);
-    curl_multi_add_handle(multi_, transfer->easy);
-    CURL* easy = transfer->easy;
-    active_.emplace(easy, std::move(transfer));
-  }
-}
-
-void CurlHttpClient::run() {
-  for (;;) {
-    {
-      std::lock_guard lock(mutex_);
-      if (stopping_) return;
-    }
-    startPending();
-    int running = 0;
-    curl_multi_perform(multi_, &running);
-    int queued = 0;
-    while (CURLMsg* message = curl_multi_info_read(multi_, &queued)) {
-      if (message->msg != CURLMSG_DONE) continue;
-      CURL* easy = message->easy_handle;
-      const CURLcode code = message->data.result;
-      curl_multi_remove_handle(multi_, easy);
-      auto found = active_.find(easy);
-      std::unique_ptr<Transfer> transfer = std::move(found->second);
-      active_.erase(found);
-      if (code == CURLE_OK) {
-        long status = 0;
-        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-        transfer->completion(HttpResponse{static_cast<int>(status),
-                                          std::move(transfer->responseHeaders),
-                                          std::move(transfer->responseBody)});
-      } else {
-        long osErrno = 0;
-        curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
-        std::string text = transfer->errorText[0] ? transfer->errorText : curl_easy_strerror(code);
-        transfer->completion(TransportError{transportErrorKind(code, osErrno),
-                                            static_cast<long>(code), std::move(text)});
-      }
-    }
-    curl_multi_poll(multi_, nullptr, 0, 1000, nullptr);
-  }
+  curl_multi_wakeup(engine_->multi);
 }
 
 }  // namespace korvane::linux_host

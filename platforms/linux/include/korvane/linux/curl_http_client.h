@@ -1,23 +1,17 @@
 #pragma once
 
-#include <condition_variable>
-#include <deque>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "korvane/platform/http_client.h"
-
-typedef void CURLM;
-typedef void CURL;
 
 namespace korvane::linux_host {
 
 // HttpClient on libcurl's multi interface: one worker thread carries every transfer, TLS
 // peers are verified, responses are decompressed, redirects followed. Completions run on the
 // worker thread. A request's `timeout` bounds the connect and any stall in the data;
-// `resourceTimeout` bounds the whole exchange.
+// `resourceTimeout` bounds the whole exchange. Destroying the client cancels what is in flight
+// and drops those completions; it may happen inside a completion.
 class CurlHttpClient final : public HttpClient {
  public:
   CurlHttpClient();
@@ -28,16 +22,10 @@ class CurlHttpClient final : public HttpClient {
   void send(HttpRequest request, std::function<void(HttpResult)> completion) override;
 
   struct Transfer;
+  struct Engine;
 
  private:
-  void run();
-  void startPending();
-
-  CURLM* multi_;
-  std::mutex mutex_;
-  std::deque<std::unique_ptr<Transfer>> pending_;
-  bool stopping_ = false;
-  std::map<CURL*, std::unique_ptr<Transfer>> active_;  // worker thread only
+  std::shared_ptr<Engine> engine_;
   std::thread worker_;
 };
 

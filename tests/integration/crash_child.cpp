@@ -1,0 +1,48 @@
+// A host that dies of an uncaught exception with the SDK's telemetry installed.
+// Usage: korvane_crash_child DOCUMENTS_DIR [--telemetry-off MARKER_FILE]
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "korvane/linux/glib_main_thread.h"
+#include "korvane/linux/linux_diagnostics.h"
+#include "korvane/linux/linux_storage.h"
+#include "korvane/linux/system_clock.h"
+#include "korvane/telemetry/error_telemetry.h"
+
+namespace {
+std::string markerFile;
+// The handler the host had before the SDK: it must still run.
+[[noreturn]] void hostHandler() {
+  std::ofstream(markerFile) << "host handler ran";
+  std::abort();
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace korvane;
+  if (argc < 2) return 2;
+  if (argc == 4 && std::string(argv[2]) == "--telemetry-off") {
+    markerFile = argv[3];
+    std::set_terminate(hostHandler);
+    ErrorTelemetry::setTelemetryEnabled(false);
+  }
+  auto clock = std::make_shared<linux_host::SystemClock>();
+  auto random = std::make_shared<linux_host::SystemRandom>();
+  BatchServiceDependencies deps;
+  deps.queue = std::make_shared<EventQueueManager>();
+  deps.persistence = std::make_shared<EventPersistenceManager>(
+      std::make_shared<linux_host::FixedDocumentsDirectory>(argv[1]), clock);
+  deps.api = [] { return Result<std::shared_ptr<ApiService>>(Error{"test", 0, "offline"}); };
+  deps.context = [] { return SendContext{}; };
+  deps.mainThread = std::make_shared<linux_host::GlibMainThread>();
+  deps.clock = clock;
+  deps.random = random;
+  deps.executor = std::make_shared<ThreadPoolExecutor>(1);
+  auto service = EventBatchService::create(std::move(deps));
+  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", std::make_shared<linux_host::LinuxProcessDiagnostics>(),
+                                   clock, random);
+  throw std::runtime_error("payment failed for password=hunter2");
+}
