@@ -3,15 +3,16 @@
 #include <benchmark/benchmark.h>
 #include <zlib.h>
 
+#include <malloc.h>
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <malloc.h>
 
 #include <new>
 
 #include "api/gzip.h"
 #include "api/record_codec.h"
+#include "api/telemetry_json.h"
 #include "fake_platform.h"
 #include "korvane/core/logger.h"
 #include "korvane/linux/linux_storage.h"
@@ -36,20 +37,25 @@ void operator delete(void* p) noexcept {
   if (p) liveBytes -= static_cast<long long>(malloc_usable_size(p));
   std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+void operator delete(void* p, std::size_t) noexcept {
+  operator delete(p);
+}
 
 namespace {
 
 using namespace korvane;
 
 Event typicalEvent(int i) {
-  return Event::make("6D92078A-8246-4BA4-AE5B-" + std::to_string(100000000000 + i), EventType::missionImpressed,
-                     1763716500123.0 + i, "mission",
-                     JsonValue{{"missionId", "mission-" + std::to_string(i % 3)}, {"placementId", "home-top"},
+  return Event::make("6D92078A-8246-4BA4-AE5B-" + std::to_string(100000000000 + i),
+                     EventType::missionImpressed, 1763716500123.0 + i, "mission",
+                     JsonValue{{"missionId", "mission-" + std::to_string(i % 3)},
+                               {"placementId", "home-top"},
                                {"impressionOrder", i % 3 + 1}});
 }
 
-[[gnu::noinline]] void emptyCall(const void* p) { benchmark::DoNotOptimize(p); }
+[[gnu::noinline]] void emptyCall(const void* p) {
+  benchmark::DoNotOptimize(p);
+}
 
 void BM_EmptyCall(benchmark::State& state) {
   int x = 0;
@@ -63,7 +69,9 @@ std::shared_ptr<EventBatchService> quietService() {
   deps.queue = std::make_shared<EventQueueManager>();
   deps.persistence = std::make_shared<EventPersistenceManager>(nullptr, platform.clock);
   auto api = std::make_shared<testing::ScriptedApi>();
-  deps.api = [api]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api); };
+  deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
+    return std::shared_ptr<ApiService>(api);
+  };
   deps.context = [] { return SendContext{}; };
   deps.mainThread = platform.mainThread;
   deps.clock = std::make_shared<linux_host::SystemClock>();
@@ -85,11 +93,14 @@ void BM_TrackEvent(benchmark::State& state) {
     Event event = prototype;
     const auto start = std::chrono::steady_clock::now();
     service->trackEvent(std::move(event));
-    samples.push_back(std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count());
+    samples.push_back(
+        std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count());
   }
   std::sort(samples.begin(), samples.end());
-  state.counters["p50_ns"] = benchmark::Counter(samples[samples.size() / 2], benchmark::Counter::kAvgThreads);
-  state.counters["p99_ns"] = benchmark::Counter(samples[samples.size() * 99 / 100], benchmark::Counter::kAvgThreads);
+  state.counters["p50_ns"] =
+      benchmark::Counter(samples[samples.size() / 2], benchmark::Counter::kAvgThreads);
+  state.counters["p99_ns"] =
+      benchmark::Counter(samples[samples.size() * 99 / 100], benchmark::Counter::kAvgThreads);
 }
 BENCHMARK(BM_TrackEvent)->Threads(1)->Threads(4)->UseRealTime();
 
@@ -99,13 +110,14 @@ std::vector<Event> twentyEvents() {
   return events;
 }
 
-const SendContext kContext{"5B1E4C2A-9D8F-4E3B-A7C6-1F2E3D4C5B6A", "user-184220", "8D5C3B2A-1F0E-4D9C-8B7A-6F5E4D3C2B1A",
+const SendContext kContext{"5B1E4C2A-9D8F-4E3B-A7C6-1F2E3D4C5B6A", "user-184220",
+                           "8D5C3B2A-1F0E-4D9C-8B7A-6F5E4D3C2B1A",
                            "6D92078A-8246-4BA4-AE5B-76104861E7DC", "17.4.1"};
 
 std::string flushBody(const std::vector<Event>& events) {
-  EventBatch batch{"0E0C2F1A-7B3C-4D5E-8F90-A1B2C3D4E5F6", "2026-11-21T09:15:00Z", "1.0.52-rc.2", "iOS",
-                   toTrackEventRequests(events, kContext)};
-  return json::dump(toJson(batch));
+  EventBatch batch{"0E0C2F1A-7B3C-4D5E-8F90-A1B2C3D4E5F6", "2026-11-21T09:15:00Z", "1.0.52-rc.2",
+                   "iOS", toTrackEventRequests(events, kContext)};
+  return encodeBatchBody(batch);
 }
 
 void BM_FlushCpuWork(benchmark::State& state) {
@@ -120,15 +132,17 @@ void BM_ZlibOnFlushBody(benchmark::State& state) {
   std::string out(compressBound(static_cast<uLong>(body.size())), '\0');
   for (auto _ : state) {
     uLongf length = static_cast<uLongf>(out.size());
-    compress2(reinterpret_cast<Bytef*>(out.data()), &length, reinterpret_cast<const Bytef*>(body.data()),
-              static_cast<uLong>(body.size()), Z_DEFAULT_COMPRESSION);
+    compress2(reinterpret_cast<Bytef*>(out.data()), &length,
+              reinterpret_cast<const Bytef*>(body.data()), static_cast<uLong>(body.size()),
+              Z_DEFAULT_COMPRESSION);
     benchmark::DoNotOptimize(out.data());
   }
 }
 BENCHMARK(BM_ZlibOnFlushBody);
 
 struct EventFileFixture {
-  std::filesystem::path dir = std::filesystem::temp_directory_path() / ("korvane-bench-" + std::to_string(::getpid()));
+  std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("korvane-bench-" + std::to_string(::getpid()));
   std::shared_ptr<linux_host::SystemClock> clock = std::make_shared<linux_host::SystemClock>();
   EventPersistenceManager store{std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock};
   std::vector<Event> events(int n) const {

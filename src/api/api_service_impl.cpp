@@ -3,6 +3,7 @@
 
 #include "api/gzip.h"
 #include "api/record_codec.h"
+#include "api/telemetry_json.h"
 #include "api/url_text.h"
 #include "core/utf8.h"
 #include "korvane/api/api_service.h"
@@ -214,7 +215,7 @@ void ApiServiceImpl::trackEvent(const TrackEventRequest& event, ApiCompletion<Un
   KorvaneLogger::d(kTag, [&] { return "TrackEvent URL: " + url; });
   logTelemetryHeaders("TrackEvent request headers:");
   HttpRequest request = createRequest(url, "POST");
-  compressRequestBody(request, json::dump(toJson(event)));
+  compressRequestBody(request, encodeTrackEventBody(event));
   // Only transport failures count: the answer is neither read nor checked.
   send(std::move(request), [completion = std::move(completion)](HttpResult result) {
     if (auto* failure = std::get_if<TransportError>(&result)) return completion(toError(*failure));
@@ -228,7 +229,7 @@ void ApiServiceImpl::trackEventBatch(const EventBatch& batch,
   if (!url::isValid(url)) return completion(networkErrorInvalidUrl());
   KorvaneLogger::d(kTag, [&] { return "Batch URL: " + url; });
   logTelemetryHeaders("Batch request headers:");
-  const std::string body = json::dump(toJson(batch));
+  const std::string body = encodeBatchBody(batch);
   KorvaneLogger::d(kTag, [&] { return "Batch request body (uncompressed): " + body; });
   HttpRequest request = createRequest(url, "POST");
   compressRequestBody(request, body);

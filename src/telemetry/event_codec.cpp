@@ -1,6 +1,8 @@
 #include "telemetry/event_codec.h"
 
+#include "api/json_writer.h"
 #include "api/record_codec.h"
+#include "core/base64.h"
 
 namespace korvane {
 
@@ -16,12 +18,15 @@ Status read(const Json& value, Event& out, const std::string& path) {
       .required("category", out.category);
   if (!reader.status()) return reader.status();
   const std::optional<EventType> parsed = eventTypeFromRawValue(type);
-  if (!parsed) return json::corrupted(json::childPath(path, "type"), "unknown event type \"" + type + "\"");
+  if (!parsed)
+    return json::corrupted(json::childPath(path, "type"), "unknown event type \"" + type + "\"");
   out.type = *parsed;
   out.payload.reset();
   if (const Json* payload = reader.find("payload"); payload && !payload->is_null()) {
     out.payload = json::objectFromBase64(*payload);
-    if (!out.payload) return json::corrupted(json::childPath(path, "payload"), "payload is not base64 of a JSON object");
+    if (!out.payload)
+      return json::corrupted(json::childPath(path, "payload"),
+                             "payload is not base64 of a JSON object");
   }
   return okStatus();
 }
@@ -37,12 +42,154 @@ Json toJson(const Event& event) {
   return j;
 }
 
-std::string encodeEventFile(const std::vector<Event>& events) {
-  Json array = Json::array();
-  for (const Event& event : events) array.push_back(toJson(event));
-  return json::dump(array);
+void writeEvent(json::JsonWriter& w, const Event& event) {
+  w.beginObject();
+  w.field("eventId", event.eventId);
+  w.field("type", rawValue(event.type));
+  if (event.customEventName) w.field("customEventName", *event.customEventName);
+  w.key("timestamp");
+  w.number(event.timestamp);
+  w.field("category", event.category);
+  if (event.payload) w.field("payload", json::objectToBase64(*event.payload));
+  w.endObject();
 }
 
-Result<std::vector<Event>> decodeEventFile(std::string_view text) { return json::decode<std::vector<Event>>(text); }
+std::string encodeEvent(const Event& event) {
+  std::string out;
+  json::JsonWriter w(out);
+  writeEvent(w, event);
+  return out;
+}
+
+std::string encodeEventFile(const std::vector<Event>& events) {
+  std::string out;
+  out.reserve(events.size() * 260 + 2);
+  json::JsonWriter w(out);
+  w.beginArray();
+  for (const Event& event : events) writeEvent(w, event);
+  w.endArray();
+  return out;
+}
+
+Result<std::vector<Event>> decodeEventFile(std::string_view text) {
+  return json::decode<std::vector<Event>>(text);
+}
+
+namespace {
+
+// Checks an event file as it streams past, with the same rules as decoding but without building
+// anything: a file is read whole before every single-event save.
+class EventFileValidator final : public nlohmann::json_sax<Json> {
+ public:
+  std::size_t events = 0;
+
+  bool null() override { return scalar(Kind::null); }
+  bool boolean(bool) override { return scalar(Kind::other); }
+  bool number_integer(number_integer_t) override { return scalar(Kind::number); }
+  bool number_unsigned(number_unsigned_t) override { return scalar(Kind::number); }
+  bool number_float(number_float_t, const string_t&) override { return scalar(Kind::number); }
+  bool binary(binary_t&) override { return scalar(Kind::other); }
+  bool string(string_t& value) override {
+    if (depth_ != 2) return depth_ > 2;
+    return set(key_, value);
+  }
+  bool start_object(std::size_t) override {
+    if (depth_ == 1)
+      fields_ = Fields{};
+    else if (depth_ == 2)
+      scalar(Kind::other);  // a nested value under an event key
+    else if (depth_ == 0)
+      return false;
+    ++depth_;
+    return true;
+  }
+  bool key(string_t& name) override {
+    if (depth_ == 2) key_ = name;
+    return true;
+  }
+  bool end_object() override {
+    if (--depth_ != 1) return true;
+    ++events;
+    const Fields& f = fields_;
+    return f.eventId && f.type && f.timestamp && f.category && f.nameOk && f.payloadOk;
+  }
+  bool start_array(std::size_t) override {
+    if (depth_ == 1) return false;  // only objects stand in the top array
+    if (depth_ == 2) scalar(Kind::other);
+    ++depth_;
+    return true;
+  }
+  bool end_array() override {
+    --depth_;
+    return true;
+  }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+    return false;
+  }
+
+ private:
+  enum class Kind { null, number, other };
+  struct Fields {
+    bool eventId = false, type = false, timestamp = false, category = false, nameOk = true,
+         payloadOk = true;
+  };
+
+  // A non-string value; the last value of a repeated key is the one that counts.
+  bool scalar(Kind kind) {
+    if (depth_ == 1) return false;
+    if (depth_ != 2) return true;
+    if (key_ == "eventId")
+      fields_.eventId = false;
+    else if (key_ == "type")
+      fields_.type = false;
+    else if (key_ == "timestamp")
+      fields_.timestamp = kind == Kind::number;
+    else if (key_ == "category")
+      fields_.category = false;
+    else if (key_ == "customEventName")
+      fields_.nameOk = kind == Kind::null;
+    else if (key_ == "payload")
+      fields_.payloadOk = kind == Kind::null;
+    return true;
+  }
+
+  bool set(const std::string& key, const std::string& value) {
+    if (key == "eventId")
+      fields_.eventId = true;
+    else if (key == "type")
+      fields_.type = eventTypeFromRawValue(value).has_value();
+    else if (key == "timestamp")
+      fields_.timestamp = false;
+    else if (key == "category")
+      fields_.category = true;
+    else if (key == "customEventName")
+      fields_.nameOk = true;
+    else if (key == "payload")
+      fields_.payloadOk = isBase64Object(value);
+    return true;
+  }
+
+  static bool isBase64Object(const std::string& text) {
+    const std::optional<std::string> bytes = base64::decode(text);
+    if (!bytes) return false;
+    const std::size_t first = bytes->find_first_not_of(" \t\r\n");
+    return first != std::string::npos && (*bytes)[first] == '{' && Json::accept(*bytes);
+  }
+
+  int depth_ = 0;
+  std::string key_;
+  Fields fields_;
+};
+
+}  // namespace
+
+std::optional<std::size_t> validEventCount(std::string_view text) {
+  EventFileValidator validator;
+  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos ||
+      text[text.find_first_not_of(" \t\r\n")] != '[')
+    return std::nullopt;
+  if (!Json::sax_parse(text.begin(), text.end(), &validator)) return std::nullopt;
+  return validator.events;
+}
 
 }  // namespace korvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,8 +15,13 @@ namespace korvane {
 Status read(const json::Json& value, Event& out, const std::string& path);
 json::Json toJson(const Event& event);
 
+// One event's JSON text, as it stands in the file.
+std::string encodeEvent(const Event& event);
+
 // A whole event file: a JSON array of events, oldest first.
 std::string encodeEventFile(const std::vector<Event>& events);
 Result<std::vector<Event>> decodeEventFile(std::string_view text);
+// How many events a file holds when decodeEventFile would accept it, without decoding payloads.
+std::optional<std::size_t> validEventCount(std::string_view text);
 
 }  // namespace korvane

@@ -1,5 +1,6 @@
 #include "korvane/telemetry/event_persistence.h"
 
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -27,11 +28,14 @@ std::optional<std::string> readWhole(const std::string& path) {
 Error persistenceErrorFileUrlNotFound() {
   return Error{"PersistenceError", 0, "Could not find documents directory", "PersistenceError"};
 }
-Error persistenceErrorDataCorrupted() { return Error{"PersistenceError", 1, "Event data is corrupted", "PersistenceError"}; }
+Error persistenceErrorDataCorrupted() {
+  return Error{"PersistenceError", 1, "Event data is corrupted", "PersistenceError"};
+}
 
 EventPersistenceManager::EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
                                                  std::shared_ptr<Clock> clock, std::string fileName,
-                                                 std::int64_t maxFileSize, double maxEventAgeSeconds)
+                                                 std::int64_t maxFileSize,
+                                                 double maxEventAgeSeconds)
     : documents_(std::move(documents)),
       clock_(std::move(clock)),
       fileName_(std::move(fileName)),
@@ -45,26 +49,41 @@ Result<std::string> EventPersistenceManager::fileLocation() const {
   return (directory / fileName_).string();
 }
 
-Status EventPersistenceManager::writeLocked(const std::string& path, const std::vector<Event>& events) {
+Status EventPersistenceManager::writeTextLocked(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << encodeEventFile(events);
-  if (!out.flush()) return Error{"PersistenceError", 2, "Could not write " + path, "PersistenceError"};
+  out << text;
+  if (!out.flush())
+    return Error{"PersistenceError", 2, "Could not write " + path, "PersistenceError"};
   return okStatus();
+}
+
+Status EventPersistenceManager::writeLocked(const std::string& path,
+                                            const std::vector<Event>& events) {
+  return writeTextLocked(path, encodeEventFile(events));
 }
 
 Status EventPersistenceManager::saveEvent(const Event& event) {
   std::lock_guard lock(fileLock_);
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
-  std::vector<Event> events;
-  if (std::optional<std::string> text = readWhole(path.value())) {
-    Result<std::vector<Event>> existing = decodeEventFile(*text);
-    if (existing) events = std::move(existing).value();  // a damaged file is started afresh
+  std::optional<std::string> text = readWhole(path.value());
+  const std::optional<std::size_t> existing = text ? validEventCount(*text) : std::nullopt;
+  if (!existing) text.reset();  // a damaged file is started afresh
+  if (existing && *existing >= kTrimTrigger) {
+    std::vector<Event> events = decodeEventFile(*text).value();
+    events.push_back(event);
+    events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
+    return writeLocked(path.value(), events);
   }
-  const bool trim = events.size() >= kTrimTrigger;
-  events.push_back(event);
-  if (trim) events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
-  return writeLocked(path.value(), events);
+  // The usual case: the file's own text stays as it is and the new event is added at its end.
+  std::string updated = text ? std::move(*text) : std::string("[]");
+  while (!updated.empty() && std::isspace(static_cast<unsigned char>(updated.back())))
+    updated.pop_back();
+  updated.pop_back();  // the closing bracket of a well-formed array
+  if (existing.value_or(0) > 0) updated += ',';
+  updated += encodeEvent(event);
+  updated += ']';
+  return writeTextLocked(path.value(), updated);
 }
 
 Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
@@ -86,7 +105,8 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   const double now = static_cast<double>(clock_->nowMillis());
   Loaded loaded{path.value(), {}, decoded.value().size()};
   for (Event& event : decoded.value())
-    if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_) loaded.young.push_back(std::move(event));
+    if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_)
+      loaded.young.push_back(std::move(event));
   return loaded;
 }
 
@@ -113,7 +133,9 @@ void EventPersistenceManager::cleanupOldEvents() {
   Status status = loaded ? okStatus() : Status(loaded.error());
   if (loaded && loaded.value().young.size() < loaded.value().total)
     status = writeLocked(loaded.value().path, loaded.value().young);
-  if (!status) KorvaneLogger::e("EventBatchService", "Failed to cleanup old events: " + status.error().description, status.error());
+  if (!status)
+    KorvaneLogger::e("EventBatchService",
+                     "Failed to cleanup old events: " + status.error().description, status.error());
 }
 
 }  // namespace korvane

@@ -1,24 +1,33 @@
 #include "korvane/telemetry/event_queue.h"
 
+#include <optional>
+
 namespace korvane {
 
 void EventQueueManager::enqueue(Event event) {
+  std::optional<Event> dropped;  // freed after the lock is released
   std::lock_guard lock(queueLock_);
-  if (queue_.size() >= maxQueueSize_) queue_.pop_front();  // drop-oldest, silently
+  if (queue_.size() >= maxQueueSize_) {  // drop-oldest, silently
+    dropped = std::move(queue_.front());
+    queue_.pop_front();
+  }
   queue_.push_back(std::move(event));
+  size_.store(queue_.size(), std::memory_order_release);
 }
 
 std::vector<Event> EventQueueManager::dequeue(std::size_t maxCount) {
   std::lock_guard lock(queueLock_);
   const std::size_t n = std::min(maxCount, queue_.size());
-  std::vector<Event> taken(std::make_move_iterator(queue_.begin()), std::make_move_iterator(queue_.begin() + static_cast<std::ptrdiff_t>(n)));
+  std::vector<Event> taken(
+      std::make_move_iterator(queue_.begin()),
+      std::make_move_iterator(queue_.begin() + static_cast<std::ptrdiff_t>(n)));
   queue_.erase(queue_.begin(), queue_.begin() + static_cast<std::ptrdiff_t>(n));
+  size_.store(queue_.size(), std::memory_order_release);
   return taken;
 }
 
 std::size_t EventQueueManager::count() const {
-  std::lock_guard lock(queueLock_);
-  return queue_.size();
+  return size_.load(std::memory_order_acquire);
 }
 
 std::vector<Event> EventQueueManager::snapshot() const {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "api/record_codec.h"
+#include "api/telemetry_json.h"
 #include "core/base64.h"
 
 namespace korvane {
@@ -176,6 +177,31 @@ TEST(Base64, RoundTripsAndRejectsWhatThePlatformRejects) {
     EXPECT_EQ(base64::decode(base64::encode(bytes)), bytes);
   for (const char* bad : {"Zm9", "Zm9v\n", "Zm 9v", "Zm9v====", "Z===", "Zm-_"})
     EXPECT_EQ(base64::decode(bad), std::nullopt) << bad;
+}
+
+}  // namespace
+}  // namespace korvane
+
+namespace korvane {
+namespace {
+
+// The telemetry bodies are written without a document; they must be the very same JSON.
+TEST(TelemetryBodies, DirectWriterMatchesTheRecordEncoding) {
+  const std::string tricky[] = {
+      "plain", "quote\" back\\slash", "ctl\x01\x1f\n\r\t\b\f", "한국어 ✓ 😀", "", "/slash"};
+  for (const std::string& text : tricky) {
+    TrackEventRequest event{text, "v", text,  "s",  text,
+                            "d",  "i", "iOS", "17", {{text, text}, {"k", "v"}}};
+    EXPECT_EQ(encodeTrackEventBody(event), json::dump(toJson(event))) << text;
+    TrackEventRequest anonymous = event;
+    anonymous.userId.reset();
+    EventBatch batch{"B", text, "v", "iOS", {event, anonymous}};
+    EXPECT_EQ(encodeBatchBody(batch), json::dump(toJson(batch))) << text;
+  }
+  EXPECT_EQ(encodeBatchBody(EventBatch{}), json::dump(toJson(EventBatch{})));
+  TrackEventRequest broken{"bad\xFFname", "v", "t", "s", std::nullopt, "d", "i", "iOS", "17", {}};
+  EXPECT_TRUE(json::parse(encodeTrackEventBody(broken)).ok())
+      << "malformed text still gives valid JSON";
 }
 
 }  // namespace

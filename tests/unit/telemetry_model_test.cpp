@@ -20,14 +20,17 @@ namespace fs = std::filesystem;
 using json::Json;
 
 Event eventAt(double millis, std::string id = "E") {
-  return Event::make(std::move(id), EventType::missionClicked, millis, "mission", Json{{"missionId", "m1"}});
+  return Event::make(std::move(id), EventType::missionClicked, millis, "mission",
+                     Json{{"missionId", "m1"}});
 }
 
 TEST(EventType, RawValuesRoundTripAndNothingElseConstructs) {
   const std::vector<std::string> raw = {
-      "quiz_clicked",      "quiz_impressed",    "quiz_started",       "quiz_completed",   "mission_clicked",
-      "mission_impressed", "mission_completed", "mission_progressed", "offerwall_opened", "offerwall_closed",
-      "banner_clicked",    "banner_impressed",  "login_success",      "login_failed",     "custom",
+      "quiz_clicked",      "quiz_impressed",     "quiz_started",
+      "quiz_completed",    "mission_clicked",    "mission_impressed",
+      "mission_completed", "mission_progressed", "offerwall_opened",
+      "offerwall_closed",  "banner_clicked",     "banner_impressed",
+      "login_success",     "login_failed",       "custom",
       "sdk_error",         "sdk_crash"};
   for (std::size_t i = 0; i < raw.size(); ++i) {
     EXPECT_EQ(rawValue(static_cast<EventType>(i)), raw[i]);
@@ -47,11 +50,16 @@ TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
   const Case cases[] = {
       {Event::custom("1", "level_up", 0, "game", std::nullopt), "level_up", {}},
       {Event::make("2", EventType::bannerClicked, 0, "banner", std::nullopt), "banner_clicked", {}},
-      {Event::make("3", EventType::missionProgressed, 0, "mission", Json{{"missionId", "m1"}, {"progress", 3}}),
+      {Event::make("3", EventType::missionProgressed, 0, "mission",
+                   Json{{"missionId", "m1"}, {"progress", 3}}),
        "mission_progressed",
        {{"missionId", "m1"}, {"progress", "3"}}},
       {Event::make("4", EventType::custom, 0, "c",
-                   Json{{"b", true}, {"f", 2.5}, {"n", nullptr}, {"a", Json::array({1, "x"})}, {"o", Json{{"k", 1}}}}),
+                   Json{{"b", true},
+                        {"f", 2.5},
+                        {"n", nullptr},
+                        {"a", Json::array({1, "x"})},
+                        {"o", Json{{"k", 1}}}}),
        "custom",
        {{"b", "true"}, {"f", "2.5"}, {"n", "null"}, {"a", R"([1,"x"])"}, {"o", R"({"k":1})"}}},
   };
@@ -73,24 +81,47 @@ TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
   std::strftime(expected, sizeof expected, "%Y-%m-%d %H:%M:%S", &local);
   EXPECT_EQ(formatLocalTimestamp(0), expected);
   EXPECT_EQ(formatLocalTimestamp(999.9), expected) << "milliseconds are cut, not rounded";
-  EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))), "2026-03-01T09:15:00Z");
+  EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))),
+            "2026-03-01T09:15:00Z");
 }
 
 TEST(EventFile, EncodingKeepsKeyOrderAndCarriesThePayloadAsBase64) {
   const Event plain = Event::make("A", EventType::quizClicked, 1.5, "quiz", std::nullopt);
   const Event named = Event::custom("B", "level_up", 2, "game", Json{{"level", 3}});
-  EXPECT_EQ(json::dump(toJson(plain)), R"({"eventId":"A","type":"quiz_clicked","timestamp":1.5,"category":"quiz"})");
-  EXPECT_EQ(json::dump(toJson(named)),
-            R"({"eventId":"B","type":"custom","customEventName":"level_up","timestamp":2.0,"category":"game",)"
-            R"("payload":"eyJsZXZlbCI6M30="})");
+  EXPECT_EQ(json::dump(toJson(plain)),
+            R"({"eventId":"A","type":"quiz_clicked","timestamp":1.5,"category":"quiz"})");
+  EXPECT_EQ(
+      json::dump(toJson(named)),
+      R"({"eventId":"B","type":"custom","customEventName":"level_up","timestamp":2.0,"category":"game",)"
+      R"("payload":"eyJsZXZlbCI6M30="})");
+  EXPECT_EQ(encodeEventFile({plain, named}),
+            "[" + json::dump(toJson(plain)) + "," + json::dump(toJson(named)) + "]")
+      << "the file writer and the record encoding agree";
+  for (const double t : {0.0, 1763716500123.0, 1763716500123.456, 1e-9, 1e20, -3.25}) {
+    const Event e = Event::make("T", EventType::custom, t, "c", std::nullopt);
+    EXPECT_EQ(decodeEventFile(encodeEventFile({e})).value().at(0).timestamp, t) << t;
+  }
   const Result<std::vector<Event>> back = decodeEventFile(encodeEventFile({plain, named}));
   ASSERT_TRUE(back.ok());
   EXPECT_EQ(back.value(), (std::vector<Event>{plain, named}));
 
-  for (const char* damaged : {R"([{"eventId":"A","type":"quiz_clickd","timestamp":1,"category":"q"}])",
-                              R"({"eventId":"A"})", R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","payload":"!!"}])",
-                              "", "[1]"})
+  for (const char* damaged :
+       {R"([{"eventId":"A","type":"quiz_clickd","timestamp":1,"category":"q"}])",
+        R"({"eventId":"A"})",
+        R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","payload":"!!"}])", "",
+        "[1]", R"([{"eventId":"A","type":"custom","timestamp":"1","category":"q"}])",
+        R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","customEventName":7}])",
+        R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","payload":"WzFd"}])",
+        "{}"}) {
     EXPECT_FALSE(decodeEventFile(damaged).ok()) << damaged;
+    EXPECT_EQ(validEventCount(damaged), std::nullopt) << damaged;
+  }
+  const std::string good =
+      R"([{"eventId":"A","type":"custom","timestamp":1,"category":"q","payload":null,"x":{"y":[1]}},)"
+      R"({"eventId":"B","type":"custom","type":"quiz_clicked","timestamp":2,"category":"q"}])";
+  EXPECT_EQ(decodeEventFile(good).value().size(), 2u);
+  EXPECT_EQ(validEventCount(good), 2u)
+      << "unknown keys, nested values and repeated keys read alike";
 }
 
 TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
@@ -112,8 +143,9 @@ TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
 class EventFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("korvane-events-" + std::to_string(::getpid()) + "-" +
-                                        ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir_ = fs::temp_directory_path() /
+           ("korvane-events-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::remove_all(dir_);
     documents_ = std::make_shared<linux_host::FixedDocumentsDirectory>(dir_);
   }
@@ -148,7 +180,9 @@ TEST_F(EventFileTest, SavingPastAThousandKeepsTheNewestFiveHundred) {
 TEST_F(EventFileTest, EventsExactlySevenDaysOldAreDropped) {
   auto store = manager();
   const double sevenDays = 604800.0 * 1000.0;
-  ASSERT_TRUE(store.saveEvents({eventAt(now() - sevenDays, "old"), eventAt(now() - sevenDays + 1, "young")}).ok());
+  ASSERT_TRUE(
+      store.saveEvents({eventAt(now() - sevenDays, "old"), eventAt(now() - sevenDays + 1, "young")})
+          .ok());
   const std::vector<Event> kept = store.loadEvents().value();
   ASSERT_EQ(kept.size(), 1u);
   EXPECT_EQ(kept[0].eventId, "young");
@@ -179,7 +213,8 @@ TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {
   EXPECT_FALSE(fs::exists(file()));
 
   EventPersistenceManager homeless(nullptr, clock_);
-  EXPECT_EQ(homeless.saveEvent(eventAt(now())).error().description, "Could not find documents directory");
+  EXPECT_EQ(homeless.saveEvent(eventAt(now())).error().description,
+            "Could not find documents directory");
   EXPECT_EQ(homeless.loadEvents().error().description, "Could not find documents directory");
 }
 

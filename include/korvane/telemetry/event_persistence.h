@@ -37,9 +37,10 @@ class EventPersistenceProtocol {
 // more keeps the newest 500. `maxFileSize` is carried as a setting and not enforced.
 class EventPersistenceManager final : public EventPersistenceProtocol {
  public:
-  EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents, std::shared_ptr<Clock> clock,
-                          std::string fileName = "korvane_events.json", std::int64_t maxFileSize = 10485760,
-                          double maxEventAgeSeconds = 604800);
+  EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
+                          std::shared_ptr<Clock> clock,
+                          std::string fileName = "korvane_events.json",
+                          std::int64_t maxFileSize = 10485760, double maxEventAgeSeconds = 604800);
 
   Status saveEvent(const Event& event) override;
   Status saveEvents(const std::vector<Event>& events) override;
@@ -58,6 +59,7 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();
   Status writeLocked(const std::string& path, const std::vector<Event>& events);
+  Status writeTextLocked(const std::string& path, const std::string& text);
 
   std::shared_ptr<DocumentsDirectory> documents_;
   std::shared_ptr<Clock> clock_;

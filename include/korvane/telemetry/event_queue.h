@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <deque>
 #include <mutex>
@@ -35,6 +36,7 @@ class EventQueueManager final : public EventQueueProtocol {
   const std::size_t maxQueueSize_;
   mutable std::mutex queueLock_;
   std::deque<Event> queue_;
+  std::atomic<std::size_t> size_{0};  // the queue's size, written under the lock, read without it
 };
 
 }  // namespace korvane
