@@ -63,6 +63,12 @@ void BM_EmptyCall(benchmark::State& state) {
 }
 BENCHMARK(BM_EmptyCall)->Threads(1)->Threads(4);
 
+// Log lines would mix into the benchmark's own output.
+const bool silenced = [] {
+  KorvaneLogger::setLineWriter([](std::string_view) {});
+  return true;
+}();
+
 std::shared_ptr<EventBatchService> quietService() {
   static testing::FakePlatform platform;
   BatchServiceDependencies deps;

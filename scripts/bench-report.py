@@ -15,6 +15,7 @@ RATIOS = [
     ("korvane_bench_logger", "BM_ScrubPcre2/1", "BM_ScrubKorvane", "scrub throughput vs PCRE2 JIT"),
     ("korvane_bench_api", "BM_GzipBatch", "BM_ZlibCompress2Batch", "gzip of a 20-event batch vs zlib compress2 (time)"),
     ("korvane_bench_api", "BM_BuildLoginRequest", "BM_EmptyCall", "login request built, encoded, compressed vs empty call (time)"),
+    ("korvane_bench_telemetry", "BM_FlushCpuWork", "BM_ZlibOnFlushBody", "one flush's CPU work (20 events) vs zlib alone on its body (time)"),
 ]
 
 
@@ -34,7 +35,9 @@ cache = {}
 print("| measurement | value | baseline | ratio |")
 print("|---|---|---|---|")
 for binary, measured, baseline, label in RATIOS:
-    results = cache.setdefault(binary, run(binary))
+    if binary not in cache:
+        cache[binary] = run(binary)
+    results = cache[binary]
     m, b = results[measured], results[baseline]
     if "bytes_per_second" in m and "bytes_per_second" in b and m is not b and "Scrub" in measured:
         mv, bv = b["bytes_per_second"] / 1e6, m["bytes_per_second"] / 1e6
@@ -44,3 +47,13 @@ for binary, measured, baseline, label in RATIOS:
 
 gzip = cache["korvane_bench_api"]["BM_GzipBatch"]
 print(f"\ngzip ratio on the batch body: {gzip['input_bytes']:.0f} bytes in, compressed {gzip['ratio']:.1f}x")
+
+t = cache["korvane_bench_telemetry"]
+for threads in (1, 4):
+    track = t[f"BM_TrackEvent/real_time/threads:{threads}"]
+    empty = t[f"BM_EmptyCall/threads:{threads}"]
+    print(f"trackEvent, {threads} thread(s): p50 {track['p50_ns']:.0f} ns, p99 {track['p99_ns']:.0f} ns "
+          f"(empty call {empty['cpu_time']:.2f} ns)")
+print(f"saveEvent into a 999-event file: {t['BM_SaveEventInto999']['real_time']:.2f} ms; "
+      f"loadEvents of 1000: {t['BM_LoadEvents1000']['real_time']:.2f} ms")
+print(f"full queue of 500 typical events: {t['BM_FullQueueMemory/iterations:3']['KiB']:.0f} KiB")
