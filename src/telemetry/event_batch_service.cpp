@@ -14,7 +14,8 @@ namespace {
 constexpr std::string_view kTag = "EventBatchService";
 
 bool isCritical(EventType type) {
-  return type == EventType::loginSuccess || type == EventType::loginFailed || type == EventType::sdkCrash;
+  return type == EventType::loginSuccess || type == EventType::loginFailed ||
+         type == EventType::sdkCrash;
 }
 
 std::string fixed(const char* format, double value) {
@@ -26,24 +27,29 @@ std::string fixed(const char* format, double value) {
 }  // namespace
 
 std::shared_ptr<EventBatchService> EventBatchService::create(BatchServiceDependencies dependencies,
-                                                             std::size_t batchSize, double flushIntervalSeconds) {
-  auto service = std::make_shared<EventBatchService>(Token{}, std::move(dependencies), batchSize, flushIntervalSeconds);
+                                                             std::size_t batchSize,
+                                                             double flushIntervalSeconds) {
+  auto service = std::make_shared<EventBatchService>(Token{}, std::move(dependencies), batchSize,
+                                                     flushIntervalSeconds);
   service->start();
   return service;
 }
 
-EventBatchService::EventBatchService(Token, BatchServiceDependencies dependencies, std::size_t batchSize,
-                                     double flushIntervalSeconds)
+EventBatchService::EventBatchService(Token, BatchServiceDependencies dependencies,
+                                     std::size_t batchSize, double flushIntervalSeconds)
     : deps_(std::move(dependencies)),
       batchSize_(batchSize),
       flushInterval_(flushIntervalSeconds),
       lastFlushMillis_(deps_.clock->nowMillis()) {}
 
-EventBatchService::~EventBatchService() { stopFlushTimer(); }
+EventBatchService::~EventBatchService() {
+  stopFlushTimer();
+}
 
 void EventBatchService::start() {
-  KorvaneLogger::i(kTag, "Initializing EventBatchService with batch size: " + std::to_string(batchSize()) +
-                             ", flush interval: " + swiftNumber(flushInterval()) + "s");
+  KorvaneLogger::i(
+      kTag, "Initializing EventBatchService with batch size: " + std::to_string(batchSize()) +
+                ", flush interval: " + swiftNumber(flushInterval()) + "s");
   loadPersistedEvents();
   startFlushTimer();
   if (deps_.lifecycle) {
@@ -52,16 +58,24 @@ void EventBatchService::start() {
       auto self = weak.lock();
       if (!self) return;
       switch (event) {
-        case AppLifecycleEvent::willTerminate: self->handleAppTermination(); break;
-        case AppLifecycleEvent::didEnterBackground: self->handleAppBackground(); break;
-        case AppLifecycleEvent::willEnterForeground: self->handleAppForeground(); break;
-        case AppLifecycleEvent::didBecomeActive: break;
+        case AppLifecycleEvent::willTerminate:
+          self->handleAppTermination();
+          break;
+        case AppLifecycleEvent::didEnterBackground:
+          self->handleAppBackground();
+          break;
+        case AppLifecycleEvent::willEnterForeground:
+          self->handleAppForeground();
+          break;
+        case AppLifecycleEvent::didBecomeActive:
+          break;
       }
     });
   }
   const std::size_t count = deps_.queue->count();
   if (count > 0) {
-    KorvaneLogger::d(kTag, "Found " + std::to_string(count) + " events after initialization, checking flush conditions...");
+    KorvaneLogger::d(kTag, "Found " + std::to_string(count) +
+                               " events after initialization, checking flush conditions...");
     if (shouldFlush()) {
       KorvaneLogger::d(kTag, "Flush needed after initialization, triggering...");
       flushInBackground();
@@ -86,7 +100,8 @@ bool EventBatchService::shouldFlush() const {
 void EventBatchService::loadPersistedEvents() {
   Result<std::vector<Event>> loaded = deps_.persistence->loadEvents();
   if (!loaded) {
-    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description, loaded.error());
+    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description,
+                     loaded.error());
     return;
   }
   const std::size_t count = loaded.value().size();
@@ -97,7 +112,8 @@ void EventBatchService::loadPersistedEvents() {
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
   for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
   Status cleared = deps_.persistence->clearEvents();
-  if (!cleared) KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
+  if (!cleared)
+    KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
   KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
 }
 
@@ -114,7 +130,9 @@ void EventBatchService::trackEvent(Event event) {
   });
   if (critical) {
     Status saved = deps_.persistence->saveEvent(*copy);
-    if (!saved) KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description, saved.error());
+    if (!saved)
+      KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description,
+                       saved.error());
   }
   if (shouldFlush()) {
     KorvaneLogger::d(kTag, "Flush needed. Triggering flush...");
@@ -144,7 +162,10 @@ void EventBatchService::stopFlushTimer() {
 
 void EventBatchService::startFlushTimer() {
   stopFlushTimer();
-  KorvaneLogger::d(kTag, [&] { return "Starting flush timer with interval: " + swiftNumber(flushInterval()) + "s (±20% jitter)"; });
+  KorvaneLogger::d(kTag, [&] {
+    return "Starting flush timer with interval: " + swiftNumber(flushInterval()) +
+           "s (±20% jitter)";
+  });
   std::weak_ptr<EventBatchService> weak = weak_from_this();
   deps_.mainThread->post([weak] {
     if (auto self = weak.lock()) self->scheduleNextTick();
@@ -156,10 +177,12 @@ void EventBatchService::scheduleNextTick() {
   const double jitter = base * kFlushJitterFraction;
   const double period = base + deps_.random->uniform(-jitter, jitter);
   KorvaneLogger::d(kTag, [&] {
-    return "Scheduling next flush in " + fixed("%.1f", period) + "s (base: " + swiftNumber(base) + "s)";
+    return "Scheduling next flush in " + fixed("%.1f", period) + "s (base: " + swiftNumber(base) +
+           "s)";
   });
   std::weak_ptr<EventBatchService> weak = weak_from_this();
-  const auto delay = std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(period * 1000.0)));
+  const auto delay =
+      std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(period * 1000.0)));
   std::lock_guard lock(timerLock_);
   flushTimer_.cancel();
   flushTimer_ = deps_.mainThread->postAfter(delay, [weak] {
@@ -170,11 +193,12 @@ void EventBatchService::scheduleNextTick() {
 void EventBatchService::tick() {
   const std::size_t count = deps_.queue->count();
   KorvaneLogger::d(kTag, [&] {
-    return "Timer fired. Queue size: " + std::to_string(count) + ", Time since last flush: " +
-           swiftNumber(secondsSinceLastFlush()) + "s";
+    return "Timer fired. Queue size: " + std::to_string(count) +
+           ", Time since last flush: " + swiftNumber(secondsSinceLastFlush()) + "s";
   });
   if (count > 0) {
-    KorvaneLogger::d(kTag, "Timer: Events in queue: " + std::to_string(count) + ", triggering flush...");
+    KorvaneLogger::d(kTag,
+                     "Timer: Events in queue: " + std::to_string(count) + ", triggering flush...");
     flushInBackground();
   } else {
     KorvaneLogger::d(kTag, "Timer: Queue is empty, skipping flush");
@@ -215,24 +239,29 @@ void EventBatchService::send(std::vector<Event> events, std::function<void(Statu
   batch.sdkVersion = kSdkVersion;
   batch.platform = kPlatformName;
   batch.events = toTrackEventRequests(events, deps_.context());
-  KorvaneLogger::d(kTag, "Sending batch with " + std::to_string(batch.events.size()) + " events to server...");
+  KorvaneLogger::d(
+      kTag, "Sending batch with " + std::to_string(batch.events.size()) + " events to server...");
 
   Result<std::shared_ptr<ApiService>> api = deps_.api();
   if (!api) return finishSend(events, Status(api.error()), done);
   // The completion keeps the service alive until the answer is handled, so a batch in flight
   // is never dropped on the floor.
   auto self = shared_from_this();
-  api.value()->trackEventBatch(batch, [self, events = std::move(events), done](Result<EventBatchResponse> result) {
+  api.value()->trackEventBatch(batch, [self, events = std::move(events),
+                                       done](Result<EventBatchResponse> result) {
     if (!result) return self->finishSend(events, Status(result.error()), done);
     const EventBatchResponse& response = result.value();
     const std::string failedCount = std::to_string(response.failedEventIds.size());
     if (!response.success) {
       KorvaneLogger::d(kTag, "Batch failed: success=false, failed events: " + failedCount);
-      return self->finishSend(events, Status(Error{"EventBatchService", -1, "Batch processing failed on server", "NSError"}),
-                              done);
+      return self->finishSend(
+          events,
+          Status(Error{"EventBatchService", -1, "Batch processing failed on server", "NSError"}),
+          done);
     }
-    KorvaneLogger::d(kTag, "Batch sent successfully! Processed: " + std::to_string(response.processedCount) +
-                               ", Failed: " + failedCount);
+    KorvaneLogger::d(
+        kTag, "Batch sent successfully! Processed: " + std::to_string(response.processedCount) +
+                  ", Failed: " + failedCount);
     self->finishSend(events, okStatus(), done);
   });
 }
@@ -243,6 +272,7 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     retryCount_ = 0;
     KorvaneLogger::d(kTag, "Batch sent successfully!");
     lastFlushMillis_ = deps_.clock->nowMillis();
+    forgetPersisted(events);
   } else {
     KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description, outcome.error());
     handleFailure(events, outcome.error());
@@ -254,21 +284,52 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
   if (done) done(outcome);
 }
 
+// Sent events that an earlier failure also wrote to the file leave it, so that the next load
+// does not send them twice.
+void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
+  Result<std::vector<Event>> persisted = deps_.persistence->loadEvents();
+  if (!persisted || persisted.value().empty()) return;
+  std::vector<Event> remaining;
+  for (Event& event : persisted.value()) {
+    const bool wasSent = std::any_of(sent.begin(), sent.end(),
+                                     [&](const Event& e) { return e.eventId == event.eventId; });
+    if (!wasSent) remaining.push_back(std::move(event));
+  }
+  if (remaining.size() == persisted.value().size()) return;
+  Status written = remaining.empty() ? deps_.persistence->clearEvents()
+                                     : deps_.persistence->saveEvents(remaining);
+  if (!written)
+    KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description,
+                     written.error());
+}
+
 void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
   for (const Event& event : events) deps_.queue->enqueue(event);
   KorvaneLogger::d(kTag, "Re-enqueued " + std::to_string(events.size()) + " events for retry");
-  Status persisted = deps_.persistence->saveEvents(events);
+  // The file may hold events that exist nowhere else (the queue written at backgrounding while
+  // this batch was in flight): the batch is added to them rather than written over them.
+  std::vector<Event> kept;
+  if (Result<std::vector<Event>> existing = deps_.persistence->loadEvents())
+    kept = std::move(existing).value();
+  for (const Event& event : events) {
+    const bool present = std::any_of(kept.begin(), kept.end(),
+                                     [&](const Event& e) { return e.eventId == event.eventId; });
+    if (!present) kept.push_back(event);
+  }
+  Status persisted = deps_.persistence->saveEvents(kept);
   if (persisted)
     KorvaneLogger::d(kTag, "Persisted " + std::to_string(events.size()) + " events to disk");
   else
-    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description, persisted.error());
+    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description,
+                     persisted.error());
 
   if (!isRetryable(error)) {
     KorvaneLogger::w(kTag, "Error is not retryable: " + error.description);
     return;
   }
   const int attempt = ++retryCount_;
-  KorvaneLogger::d(kTag, "Will retry (" + std::to_string(attempt) + "/" + std::to_string(kMaxRetryCount) + ")...");
+  KorvaneLogger::d(kTag, "Will retry (" + std::to_string(attempt) + "/" +
+                             std::to_string(kMaxRetryCount) + ")...");
   // Only a successful send resets the count: after giving up, later failures give up at once.
   if (attempt > kMaxRetryCount - 1) {
     KorvaneLogger::w(kTag, "Max retry count reached. Giving up.");
@@ -276,12 +337,13 @@ void EventBatchService::handleFailure(const std::vector<Event>& events, const Er
   }
   const double ceiling = std::min(kRetryBaseDelay * std::pow(2.0, attempt - 1), kRetryMaxDelay);
   const double delay = deps_.random->uniform(0.0, ceiling);
-  KorvaneLogger::d(kTag, "Retrying flush after " + fixed("%.2f", delay) + "s (backoff ceiling: " + fixed("%.1f", ceiling) +
-                             "s)...");
+  KorvaneLogger::d(kTag, "Retrying flush after " + fixed("%.2f", delay) +
+                             "s (backoff ceiling: " + fixed("%.1f", ceiling) + "s)...");
   std::weak_ptr<EventBatchService> weak = weak_from_this();
-  deps_.mainThread->postAfter(std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(delay * 1000.0))), [weak] {
-    if (auto self = weak.lock()) self->flushInBackground();
-  });
+  deps_.mainThread->postAfter(
+      std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(delay * 1000.0))), [weak] {
+        if (auto self = weak.lock()) self->flushInBackground();
+      });
 }
 
 bool EventBatchService::isRetryable(const Error& error) const {
@@ -298,16 +360,19 @@ bool EventBatchService::isRetryable(const Error& error) const {
         return false;
     }
   }
-  const bool carriesResponse = std::any_of(error.userInfo.begin(), error.userInfo.end(),
-                                           [](const auto& entry) { return entry.first == "response"; });
+  const bool carriesResponse =
+      std::any_of(error.userInfo.begin(), error.userInfo.end(),
+                  [](const auto& entry) { return entry.first == "response"; });
   if (carriesResponse) {
     const long status = error.code;
     if (status >= 500 || status == 429) {
-      KorvaneLogger::d(kTag, "Will retry - HTTP " + std::to_string(status) + " (server error or rate limit)");
+      KorvaneLogger::d(
+          kTag, "Will retry - HTTP " + std::to_string(status) + " (server error or rate limit)");
       return true;
     }
     if (status >= 400)
-      KorvaneLogger::d(kTag, "Won't retry - HTTP " + std::to_string(status) + " (client error, check endpoint or request)");
+      KorvaneLogger::d(kTag, "Won't retry - HTTP " + std::to_string(status) +
+                                 " (client error, check endpoint or request)");
     return false;
   }
   KorvaneLogger::d(kTag, "Won't retry - Unknown error type");
@@ -324,15 +389,18 @@ void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> bat
     KorvaneLogger::d(kTag, "Updated batch size to: " + std::to_string(*batchSize));
     changed = true;
   }
-  if (flushIntervalSeconds && *flushIntervalSeconds > 0 && *flushIntervalSeconds != flushInterval()) {
+  if (flushIntervalSeconds && *flushIntervalSeconds > 0 &&
+      *flushIntervalSeconds != flushInterval()) {
     flushInterval_ = *flushIntervalSeconds;
-    KorvaneLogger::d(kTag, "Updated flush interval to: " + swiftNumber(*flushIntervalSeconds) + " seconds");
+    KorvaneLogger::d(
+        kTag, "Updated flush interval to: " + swiftNumber(*flushIntervalSeconds) + " seconds");
     startFlushTimer();
     changed = true;
   }
   if (!changed) return;
-  KorvaneLogger::d(kTag, "Batch configuration updated - Size: " + std::to_string(this->batchSize()) +
-                             ", Interval: " + swiftNumber(flushInterval()) + "s");
+  KorvaneLogger::d(kTag,
+                   "Batch configuration updated - Size: " + std::to_string(this->batchSize()) +
+                       ", Interval: " + swiftNumber(flushInterval()) + "s");
   if (deps_.queue->count() >= this->batchSize()) flushInBackground();
 }
 
@@ -341,10 +409,12 @@ void EventBatchService::handleAppBackground() {
   if (deps_.queue->count() == 0) return;
   // Taken out first, so nothing tracked meanwhile is lost between the write and the emptying.
   std::vector<Event> events = deps_.queue->dequeue(SIZE_MAX);
-  KorvaneLogger::i(kTag, "App backgrounded. Persisting " + std::to_string(events.size()) + " events");
+  KorvaneLogger::i(kTag,
+                   "App backgrounded. Persisting " + std::to_string(events.size()) + " events");
   for (const Event& event : events)
     KorvaneLogger::d(kTag, [&] {
-      return std::string("Persisting event: ") + rawValue(event.type) + " at " + formatLocalTimestamp(event.timestamp);
+      return std::string("Persisting event: ") + rawValue(event.type) + " at " +
+             formatLocalTimestamp(event.timestamp);
     });
   Status saved = deps_.persistence->saveEvents(events);
   if (!saved) {
@@ -371,7 +441,8 @@ void EventBatchService::handleAppForeground() {
 void EventBatchService::handleAppTermination() {
   std::vector<Event> events = deps_.queue->snapshot();
   if (events.empty()) return;
-  KorvaneLogger::i(kTag, "App terminating. Persisting " + std::to_string(events.size()) + " events");
+  KorvaneLogger::i(kTag,
+                   "App terminating. Persisting " + std::to_string(events.size()) + " events");
   deps_.persistence->saveEvents(events);
 }
 

@@ -10,6 +10,7 @@ void EventQueueManager::enqueue(Event event) {
   if (queue_.size() >= maxQueueSize_) {  // drop-oldest, silently
     dropped = std::move(queue_.front());
     queue_.pop_front();
+    ++dropped_;
   }
   queue_.push_back(std::move(event));
   size_.store(queue_.size(), std::memory_order_release);

@@ -7,8 +7,9 @@
 
 namespace korvane::testing {
 
-// An API service whose batch answers the test scripts and which records what it was sent. Batches are answered at once from the
-// script (success when it is empty), or held until release() when `holdBatches` is set.
+// An API service whose batch answers the test scripts and which records what it was sent. Batches
+// are answered at once from the script (success when it is empty), or held until release() when
+// `holdBatches` is set.
 class ScriptedApi final : public ApiService {
  public:
   bool holdBatches = false;
@@ -25,17 +26,20 @@ class ScriptedApi final : public ApiService {
     std::lock_guard lock(mutex_);
     return singles_;
   }
-  // Answers the held batches with success.
-  void release() {
+  // Answers the held batches with success, or with `failure` when one is given.
+  void release(std::optional<Error> failure = std::nullopt) {
     std::vector<ApiCompletion<EventBatchResponse>> held;
     {
       std::lock_guard lock(mutex_);
       held.swap(held_);
     }
-    for (auto& completion : held) completion(EventBatchResponse{true, 1, {}});
+    for (auto& completion : held)
+      completion(failure ? Result<EventBatchResponse>(*failure)
+                         : Result<EventBatchResponse>(EventBatchResponse{true, 1, {}}));
   }
 
-  void trackEventBatch(const EventBatch& batch, ApiCompletion<EventBatchResponse> completion) override {
+  void trackEventBatch(const EventBatch& batch,
+                       ApiCompletion<EventBatchResponse> completion) override {
     std::optional<Result<EventBatchResponse>> answer;
     {
       std::lock_guard lock(mutex_);
@@ -73,10 +77,10 @@ class ScriptedApi final : public ApiService {
     std::lock_guard lock(mutex_);
     return lastLogin_;
   }
-  void getQuiz(const std::optional<std::string>&, const std::optional<std::string>&, const std::string&,
-               ApiCompletion<QuizResponse>) override {}
-  void getMissions(const std::optional<std::string>&, const std::optional<std::string>&, const std::string&,
-                   ApiCompletion<MissionResponse>) override {}
+  void getQuiz(const std::optional<std::string>&, const std::optional<std::string>&,
+               const std::string&, ApiCompletion<QuizResponse>) override {}
+  void getMissions(const std::optional<std::string>&, const std::optional<std::string>&,
+                   const std::string&, ApiCompletion<MissionResponse>) override {}
   void getBannerInfo(const std::string&, const std::string&, const std::string&,
                      ApiCompletion<BannerInfoResponse>) override {}
   void getPlacementUrl(const std::string&, ApiCompletion<PlacementUrlResponse>) override {}

@@ -1,6 +1,8 @@
 // The batch service with a manual clock, main thread, executor and a scripted backend.
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "fake_platform.h"
 #include "korvane/telemetry/error_telemetry.h"
 #include "korvane/telemetry/event_batch_service.h"
@@ -36,11 +38,14 @@ class MemoryPersistence final : public EventPersistenceProtocol {
 
 class BatchServiceTest : public ::testing::Test {
  protected:
-  std::shared_ptr<EventBatchService> makeService(std::size_t batchSize = 20, double interval = 30.0) {
+  std::shared_ptr<EventBatchService> makeService(std::size_t batchSize = 20,
+                                                 double interval = 30.0) {
     BatchServiceDependencies deps;
     deps.queue = queue_;
     deps.persistence = persistence_;
-    deps.api = [this]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api_); };
+    deps.api = [this]() -> Result<std::shared_ptr<ApiService>> {
+      return std::shared_ptr<ApiService>(api_);
+    };
     deps.context = [] { return SendContext{"S", "u1", "D", "I", "17.4"}; };
     deps.mainThread = platform_.mainThread;
     deps.clock = platform_.clock;
@@ -50,8 +55,8 @@ class BatchServiceTest : public ::testing::Test {
     return EventBatchService::create(std::move(deps), batchSize, interval);
   }
   Event event(EventType type = EventType::missionClicked) {
-    return Event::make("E" + std::to_string(next_++), type, static_cast<double>(platform_.clock->nowMillis()), "c",
-                       std::nullopt);
+    return Event::make("E" + std::to_string(next_++), type,
+                       static_cast<double>(platform_.clock->nowMillis()), "c", std::nullopt);
   }
   // Runs everything that is due: posted main-thread work and background tasks, until quiet.
   void settle() {
@@ -147,9 +152,12 @@ Error httpError(long status) {
   e.userInfo = {{"NSLocalizedDescription", e.description}, {"response", "HTTP"}};
   return e;
 }
-Error urlError(long code) { return Error{"NSURLErrorDomain", code, "url error", "URLError"}; }
+Error urlError(long code) {
+  return Error{"NSURLErrorDomain", code, "url error", "URLError"};
+}
 
-class RetryClassification : public BatchServiceTest, public ::testing::WithParamInterface<FailureCase> {};
+class RetryClassification : public BatchServiceTest,
+                            public ::testing::WithParamInterface<FailureCase> {};
 
 TEST_P(RetryClassification, RetriesOnlyWhatMaySucceedLater) {
   platform_.random->setUnit(0.999999);
@@ -170,14 +178,19 @@ TEST_P(RetryClassification, RetriesOnlyWhatMaySucceedLater) {
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, RetryClassification,
-    ::testing::Values(FailureCase{"TimedOut", urlError(-1001), true}, FailureCase{"CannotConnect", urlError(-1004), true},
-                      FailureCase{"ConnectionLost", urlError(-1005), true}, FailureCase{"Offline", urlError(-1009), true},
-                      FailureCase{"Cancelled", urlError(-999), false}, FailureCase{"BadUrl", urlError(-1000), false},
-                      FailureCase{"Http503", httpError(503), true}, FailureCase{"Http500", httpError(500), true},
-                      FailureCase{"Http429", httpError(429), true}, FailureCase{"Http404", httpError(404), false},
-                      FailureCase{"Http400", httpError(400), false},
-                      FailureCase{"Refused", Error{"EventBatchService", -1, "Batch processing failed on server"}, false},
-                      FailureCase{"Decoding", Error{"NSCocoaErrorDomain", 4864, "bad", "DecodingError"}, false}),
+    ::testing::Values(
+        FailureCase{"TimedOut", urlError(-1001), true},
+        FailureCase{"CannotConnect", urlError(-1004), true},
+        FailureCase{"ConnectionLost", urlError(-1005), true},
+        FailureCase{"Offline", urlError(-1009), true},
+        FailureCase{"Cancelled", urlError(-999), false},
+        FailureCase{"BadUrl", urlError(-1000), false}, FailureCase{"Http503", httpError(503), true},
+        FailureCase{"Http500", httpError(500), true}, FailureCase{"Http429", httpError(429), true},
+        FailureCase{"Http404", httpError(404), false},
+        FailureCase{"Http400", httpError(400), false},
+        FailureCase{"Refused", Error{"EventBatchService", -1, "Batch processing failed on server"},
+                    false},
+        FailureCase{"Decoding", Error{"NSCocoaErrorDomain", 4864, "bad", "DecodingError"}, false}),
     [](const auto& param) { return std::string(param.param.name); });
 
 TEST_F(BatchServiceTest, BacksOffFiveThenTenSecondsThenGivesUpUntilASuccess) {
@@ -188,10 +201,12 @@ TEST_F(BatchServiceTest, BacksOffFiveThenTenSecondsThenGivesUpUntilASuccess) {
   for (int i = 0; i < 4; ++i) api_->script(httpError(503));
   service->trackEvent(event());
   settle();
-  EXPECT_TRUE(capture.contains("[D/EventBatchService] Retrying flush after 5.00s (backoff ceiling: 5.0s)..."));
+  EXPECT_TRUE(capture.contains(
+      "[D/EventBatchService] Retrying flush after 5.00s (backoff ceiling: 5.0s)..."));
   platform_.mainThread->advance(5s);
   settle();
-  EXPECT_TRUE(capture.contains("[D/EventBatchService] Retrying flush after 10.00s (backoff ceiling: 10.0s)..."));
+  EXPECT_TRUE(capture.contains(
+      "[D/EventBatchService] Retrying flush after 10.00s (backoff ceiling: 10.0s)..."));
   platform_.mainThread->advance(10s);
   settle();
   EXPECT_EQ(service->retryCount(), 3);
@@ -227,6 +242,28 @@ TEST_F(BatchServiceTest, BackgroundPersistsTheQueueAndForegroundBringsItBack) {
   platform_.lifecycle->send(AppLifecycleEvent::willTerminate);
   EXPECT_EQ(persistence_->file.size(), 7u);
   EXPECT_EQ(queue_->count(), 7u) << "termination writes the queue and leaves it";
+}
+
+TEST_F(BatchServiceTest, ABatchFailingAfterBackgroundingKeepsWhatBackgroundingWrote) {
+  api_->holdBatches = true;
+  auto service = makeService(2);
+  service->trackEvent(event());
+  service->trackEvent(event());  // E0, E1 go out and hang
+  settle();
+  service->trackEvent(event());  // E2 waits in the queue
+  platform_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+  ASSERT_EQ(persistence_->file.size(), 1u);
+  api_->release(httpError(503));
+  std::set<std::string> inFile;
+  for (const Event& e : persistence_->file) inFile.insert(e.eventId);
+  EXPECT_EQ(inFile, (std::set<std::string>{"E0", "E1", "E2"}))
+      << "the failed batch joins the file, E2 stays";
+
+  api_->holdBatches = false;
+  service->flush();
+  service->flush();
+  EXPECT_EQ(persistence_->file.size(), 1u) << "sent events leave the file";
+  EXPECT_EQ(persistence_->file[0].eventId, "E2");
 }
 
 TEST_F(BatchServiceTest, PersistedEventsAreLoadedAtStartAndSentWhenDue) {
@@ -275,7 +312,8 @@ class ErrorTelemetryTest : public BatchServiceTest {
  protected:
   void SetUp() override {
     service_ = makeService(100);
-    ErrorTelemetry::shared().install(service_, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+    ErrorTelemetry::shared().install(service_, "1.0.52-rc.2", nullptr, platform_.clock,
+                                     platform_.random);
     KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
   }
   void TearDown() override {
@@ -295,10 +333,10 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   LogCapture capture(LogLevel::none);
   KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
   const Error decoding{"NSCocoaErrorDomain", 4864, "bad data", "DecodingError"};
-  KorvaneLogger::e("Api", "token=abc failed", decoding);             // becomes an event
-  KorvaneLogger::e("Api", "timed out", urlError(-1001));              // network: no
-  KorvaneLogger::w("Api", "warned", decoding);                        // warning: no
-  KorvaneLogger::e("Api", "no error object");                         // no object: no
+  KorvaneLogger::e("Api", "token=abc failed", decoding);  // becomes an event
+  KorvaneLogger::e("Api", "timed out", urlError(-1001));  // network: no
+  KorvaneLogger::w("Api", "warned", decoding);            // warning: no
+  KorvaneLogger::e("Api", "no error object");             // no object: no
   const auto events = errorEvents();
   ASSERT_EQ(events.size(), 1u);
   const JsonValue& p = *events[0].payload;
@@ -334,18 +372,22 @@ TEST_F(BatchServiceTest, AnErrorRaisedWhileReportingIsNotReportedAgain) {
   BatchServiceDependencies deps;
   deps.queue = complaining;
   deps.persistence = persistence_;
-  deps.api = [this]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api_); };
+  deps.api = [this]() -> Result<std::shared_ptr<ApiService>> {
+    return std::shared_ptr<ApiService>(api_);
+  };
   deps.context = [] { return SendContext{}; };
   deps.mainThread = platform_.mainThread;
   deps.clock = platform_.clock;
   deps.random = platform_.random;
   deps.executor = executor_;
   auto service = EventBatchService::create(std::move(deps), 100, 30.0);
-  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock,
+                                   platform_.random);
   KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
   KorvaneLogger::e("Outer", "first", Error{"X", 1, "outer", "OuterError"});
   KorvaneLogger::setTelemetrySink(nullptr);
-  ASSERT_EQ(complaining->count(), 1u) << "the error logged inside the report did not become a second event";
+  ASSERT_EQ(complaining->count(), 1u)
+      << "the error logged inside the report did not become a second event";
   EXPECT_EQ(complaining->snapshot()[0].payload->at("errorType"), "OuterError");
 }
 
@@ -354,7 +396,8 @@ TEST(StackTrace, KeepsFourThousandCharactersAndMarksTheCut) {
   EXPECT_EQ(joinStackTrace({exact}), exact);
   EXPECT_EQ(joinStackTrace({exact + "y"}), exact + "…[truncated]");
   EXPECT_EQ(joinStackTrace({"a", "b"}), "a\nb");
-  const std::string wide = std::string(3999, 'x') + "한국";  // counted in characters, cut between them
+  const std::string wide =
+      std::string(3999, 'x') + "한국";  // counted in characters, cut between them
   EXPECT_EQ(joinStackTrace({wide}), std::string(3999, 'x') + "한…[truncated]");
 }
 

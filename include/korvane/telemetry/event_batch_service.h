@@ -90,8 +90,10 @@ class EventBatchService : public EventBatchServiceProtocol,
   void tick();
   void flushInBackground();
   void send(std::vector<Event> events, std::function<void(Status)> done);
-  void finishSend(const std::vector<Event>& events, const Status& outcome, const std::function<void(Status)>& done);
+  void finishSend(const std::vector<Event>& events, const Status& outcome,
+                  const std::function<void(Status)>& done);
   void handleFailure(const std::vector<Event>& events, const Error& error);
+  void forgetPersisted(const std::vector<Event>& sent);
   bool isRetryable(const Error& error) const;
   double secondsSinceLastFlush() const;
 

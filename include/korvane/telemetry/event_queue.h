@@ -31,12 +31,16 @@ class EventQueueManager final : public EventQueueProtocol {
   std::vector<Event> dequeue(std::size_t maxCount) override;
   std::size_t count() const override;
   std::vector<Event> snapshot() const override;
+  // How many events the bound has pushed out since construction.
+  std::size_t droppedCount() const { return dropped_.load(); }
 
  private:
   const std::size_t maxQueueSize_;
   mutable std::mutex queueLock_;
   std::deque<Event> queue_;
-  std::atomic<std::size_t> size_{0};  // the queue's size, written under the lock, read without it
+  std::atomic<std::size_t> size_{0};
+  std::atomic<std::size_t> dropped_{
+      0};  // the queue's size, written under the lock, read without it
 };
 
 }  // namespace korvane
