@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <unordered_set>
 
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
@@ -284,6 +285,20 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
   if (done) done(outcome);
 }
 
+// The file may hold events that exist nowhere else (the queue written at backgrounding while a
+// batch was in flight, or left there by a foreground that skipped loading): new events are added
+// to them, never written over them.
+Status EventBatchService::persistMerged(const std::vector<Event>& events) {
+  std::vector<Event> kept;
+  if (Result<std::vector<Event>> existing = deps_.persistence->loadEvents())
+    kept = std::move(existing).value();
+  std::unordered_set<std::string> ids;
+  for (const Event& e : kept) ids.insert(e.eventId);
+  for (const Event& event : events)
+    if (ids.insert(event.eventId).second) kept.push_back(event);
+  return deps_.persistence->saveEvents(kept);
+}
+
 // Sent events that an earlier failure also wrote to the file leave it, so that the next load
 // does not send them twice.
 void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
@@ -306,17 +321,7 @@ void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
 void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
   for (const Event& event : events) deps_.queue->enqueue(event);
   KorvaneLogger::d(kTag, "Re-enqueued " + std::to_string(events.size()) + " events for retry");
-  // The file may hold events that exist nowhere else (the queue written at backgrounding while
-  // this batch was in flight): the batch is added to them rather than written over them.
-  std::vector<Event> kept;
-  if (Result<std::vector<Event>> existing = deps_.persistence->loadEvents())
-    kept = std::move(existing).value();
-  for (const Event& event : events) {
-    const bool present = std::any_of(kept.begin(), kept.end(),
-                                     [&](const Event& e) { return e.eventId == event.eventId; });
-    if (!present) kept.push_back(event);
-  }
-  Status persisted = deps_.persistence->saveEvents(kept);
+  Status persisted = persistMerged(events);
   if (persisted)
     KorvaneLogger::d(kTag, "Persisted " + std::to_string(events.size()) + " events to disk");
   else
@@ -416,7 +421,7 @@ void EventBatchService::handleAppBackground() {
       return std::string("Persisting event: ") + rawValue(event.type) + " at " +
              formatLocalTimestamp(event.timestamp);
     });
-  Status saved = deps_.persistence->saveEvents(events);
+  Status saved = persistMerged(events);
   if (!saved) {
     // Keep them in memory rather than lose them.
     KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description, saved.error());
@@ -443,7 +448,7 @@ void EventBatchService::handleAppTermination() {
   if (events.empty()) return;
   KorvaneLogger::i(kTag,
                    "App terminating. Persisting " + std::to_string(events.size()) + " events");
-  deps_.persistence->saveEvents(events);
+  persistMerged(events);
 }
 
 }  // namespace korvane

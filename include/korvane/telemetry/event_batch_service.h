@@ -94,6 +94,7 @@ class EventBatchService : public EventBatchServiceProtocol,
                   const std::function<void(Status)>& done);
   void handleFailure(const std::vector<Event>& events, const Error& error);
   void forgetPersisted(const std::vector<Event>& sent);
+  Status persistMerged(const std::vector<Event>& events);
   bool isRetryable(const Error& error) const;
   double secondsSinceLastFlush() const;
 
