@@ -132,45 +132,20 @@ Json toJson(const DeviceInfo& value) {
   return j;
 }
 
-namespace {
-// "parameters" objects hold text values only.
-Status readTextObject(const Json& value, Json& out, const std::string& path) {
-  if (!value.is_object()) return wrongType(path, "an object");
-  for (const auto& [key, entry] : value.items())
-    if (!entry.is_string()) return wrongType(childPath(path, key), "text");
-  out = value;
-  return okStatus();
-}
-}  // namespace
-
 Status read(const Json& value, LoginInfo& out, const std::string& path) {
   ObjectReader reader(value, path);
-  reader.required("name", out.name)
-      .required("sdkVersion", out.sdkVersion)
-      .required("timestamp", out.timestamp)
-      .required("sessionId", out.sessionId)
-      .optional("userId", out.userId)
-      .required("deviceId", out.deviceId)
-      .required("ifa", out.ifa)
-      .required("platform", out.platform)
-      .required("osVersion", out.osVersion);
-  if (!reader.status()) return reader.status();
-  const Json* parameters = reader.find("parameters");
-  if (!parameters) return missingKey(childPath(path, "parameters"));
-  return readTextObject(*parameters, out.parameters, childPath(path, "parameters"));
+  if (!readEventFields(reader, out).status()) return reader.status();
+  std::vector<std::pair<std::string, std::string>> parameters;
+  Status status = readTextParameters(reader, parameters, path);
+  if (!status) return status;
+  out.parameters = Json::object();
+  for (auto& [key, text] : parameters) out.parameters[key] = std::move(text);
+  return okStatus();
 }
 
 Json toJson(const LoginInfo& value) {
   Json j = Json::object();
-  j["name"] = value.name;
-  j["sdkVersion"] = value.sdkVersion;
-  j["timestamp"] = value.timestamp;
-  j["sessionId"] = value.sessionId;
-  putOptional(j, "userId", value.userId);
-  j["deviceId"] = value.deviceId;
-  j["ifa"] = value.ifa;
-  j["platform"] = value.platform;
-  j["osVersion"] = value.osVersion;
+  writeEventFields(j, value);
   j["parameters"] = value.parameters;
   return j;
 }

@@ -53,6 +53,38 @@ Json toJson(const EventBatchResponse& value);
 
 namespace korvane::json {
 
+// LoginInfo and TrackEventRequest share the telemetry event's fields, in this order.
+template <typename Record>
+ObjectReader& readEventFields(ObjectReader& reader, Record& out) {
+  return reader.required("name", out.name)
+      .required("sdkVersion", out.sdkVersion)
+      .required("timestamp", out.timestamp)
+      .required("sessionId", out.sessionId)
+      .optional("userId", out.userId)
+      .required("deviceId", out.deviceId)
+      .required("ifa", out.ifa)
+      .required("platform", out.platform)
+      .required("osVersion", out.osVersion);
+}
+
+template <typename Record>
+void writeEventFields(Json& j, const Record& value) {
+  j["name"] = value.name;
+  j["sdkVersion"] = value.sdkVersion;
+  j["timestamp"] = value.timestamp;
+  j["sessionId"] = value.sessionId;
+  putOptional(j, "userId", value.userId);
+  j["deviceId"] = value.deviceId;
+  j["ifa"] = value.ifa;
+  j["platform"] = value.platform;
+  j["osVersion"] = value.osVersion;
+}
+
+// The required "parameters" object of text values, in order.
+Status readTextParameters(const ObjectReader& reader,
+                          std::vector<std::pair<std::string, std::string>>& out,
+                          const std::string& path);
+
 // A JSON object carried as base64 text of its compact JSON; nothing when any step fails.
 std::optional<Json> objectFromBase64(const Json& field);
 std::string objectToBase64(const Json& object);

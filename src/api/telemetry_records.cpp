@@ -1,43 +1,36 @@
 #include "api/record_codec.h"
 
+namespace korvane::json {
+
+Status readTextParameters(const ObjectReader& reader,
+                          std::vector<std::pair<std::string, std::string>>& out,
+                          const std::string& path) {
+  const std::string parametersPath = childPath(path, "parameters");
+  const Json* parameters = reader.find("parameters");
+  if (!parameters || parameters->is_null()) return missingKey(parametersPath);
+  if (!parameters->is_object()) return wrongType(parametersPath, "an object");
+  out.clear();
+  for (const auto& [key, entry] : parameters->items()) {
+    if (!entry.is_string()) return wrongType(childPath(parametersPath, key), "text");
+    out.emplace_back(key, entry.get<std::string>());
+  }
+  return okStatus();
+}
+
+}  // namespace korvane::json
+
 namespace korvane {
 using namespace json;
 
 Status read(const Json& value, TrackEventRequest& out, const std::string& path) {
   ObjectReader reader(value, path);
-  reader.required("name", out.name)
-      .required("sdkVersion", out.sdkVersion)
-      .required("timestamp", out.timestamp)
-      .required("sessionId", out.sessionId)
-      .optional("userId", out.userId)
-      .required("deviceId", out.deviceId)
-      .required("ifa", out.ifa)
-      .required("platform", out.platform)
-      .required("osVersion", out.osVersion);
-  if (!reader.status()) return reader.status();
-  const std::string parametersPath = childPath(path, "parameters");
-  const Json* parameters = reader.find("parameters");
-  if (!parameters || parameters->is_null()) return missingKey(parametersPath);
-  if (!parameters->is_object()) return wrongType(parametersPath, "an object");
-  out.parameters.clear();
-  for (const auto& [key, entry] : parameters->items()) {
-    if (!entry.is_string()) return wrongType(childPath(parametersPath, key), "text");
-    out.parameters.emplace_back(key, entry.get<std::string>());
-  }
-  return okStatus();
+  if (!readEventFields(reader, out).status()) return reader.status();
+  return readTextParameters(reader, out.parameters, path);
 }
 
 Json toJson(const TrackEventRequest& value) {
   Json j = Json::object();
-  j["name"] = value.name;
-  j["sdkVersion"] = value.sdkVersion;
-  j["timestamp"] = value.timestamp;
-  j["sessionId"] = value.sessionId;
-  putOptional(j, "userId", value.userId);
-  j["deviceId"] = value.deviceId;
-  j["ifa"] = value.ifa;
-  j["platform"] = value.platform;
-  j["osVersion"] = value.osVersion;
+  writeEventFields(j, value);
   Json parameters = Json::object();
   for (const auto& [key, text] : value.parameters) parameters[key] = text;
   j["parameters"] = std::move(parameters);
