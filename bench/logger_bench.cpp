@@ -18,13 +18,15 @@ using korvane::LogLevel;
 }
 
 void BM_EmptyCall(benchmark::State& state) {
-  for (auto _ : state) emptyCall("EventBatchService", "Event tracked: custom (category: offerwall)");
+  for (auto _ : state)
+    emptyCall("EventBatchService", "Event tracked: custom (category: offerwall)");
 }
 BENCHMARK(BM_EmptyCall);
 
 void BM_FilteredDebugLine(benchmark::State& state) {
   KorvaneLogger::setLogLevel(LogLevel::warning);
-  for (auto _ : state) KorvaneLogger::d("EventBatchService", "Event tracked: custom (category: offerwall)");
+  for (auto _ : state)
+    KorvaneLogger::d("EventBatchService", "Event tracked: custom (category: offerwall)");
 }
 BENCHMARK(BM_FilteredDebugLine);
 
@@ -32,7 +34,8 @@ void BM_FilteredDebugLineLazy(benchmark::State& state) {
   KorvaneLogger::setLogLevel(LogLevel::warning);
   const std::string category = "offerwall";
   for (auto _ : state)
-    KorvaneLogger::d("EventBatchService", [&] { return "Event tracked: custom (category: " + category + ")"; });
+    KorvaneLogger::d("EventBatchService",
+                     [&] { return "Event tracked: custom (category: " + category + ")"; });
 }
 BENCHMARK(BM_FilteredDebugLineLazy);
 
@@ -40,7 +43,8 @@ void BM_EnabledDebugLine(benchmark::State& state) {
   KorvaneLogger::setLogLevel(LogLevel::debug);
   std::size_t bytes = 0;
   KorvaneLogger::setLineWriter([&](std::string_view line) { bytes += line.size(); });
-  for (auto _ : state) KorvaneLogger::d("EventBatchService", "Event tracked: custom (category: offerwall)");
+  for (auto _ : state)
+    KorvaneLogger::d("EventBatchService", "Event tracked: custom (category: offerwall)");
   benchmark::DoNotOptimize(bytes);
   KorvaneLogger::setLineWriter(nullptr);
   KorvaneLogger::setLogLevel(LogLevel::warning);
@@ -53,11 +57,16 @@ const std::string& logLikeText() {
   static const std::string text = [] {
     const char* const lines[] = {
         "[D/ApiService] Request compressed: 4213 bytes → 1377 bytes (67% reduction)\n",
-        "[D/KorvaneOfferwallViewController] Loading offerwall URL: https://hub.korvane.io/?appKey=ak_live_8f2c&userId=user-1842&ifa=6D92078A-8246-4BA4-AE5B-76104861E7DC&session_id=0E0C2F1A\n",
-        "[V/ApiService] Response as Dictionary: {\"success\": true, \"data\": {\"user_id\": \"user-1842\", \"point\": \"1200\", \"token\": \"eyJhbGciOiJIUzI1NiJ9\"}}\n",
+        "[D/KorvaneOfferwallViewController] Loading offerwall URL: "
+        "https://hub.korvane.io/"
+        "?appKey=ak_live_8f2c&userId=user-1842&ifa=6D92078A-8246-4BA4-AE5B-76104861E7DC&session_id="
+        "0E0C2F1A\n",
+        "[V/ApiService] Response as Dictionary: {\"success\": true, \"data\": {\"user_id\": "
+        "\"user-1842\", \"point\": \"1200\", \"token\": \"eyJhbGciOiJIUzI1NiJ9\"}}\n",
         "[I/EventBatchService] Batch sent successfully: 20 events, next flush in 31.2 s\n",
         "[W/KorvaneSdk] Login failed but continuing: The request timed out.\n",
-        "[E/Support] Contact support@korvane.io or jane.doe+offers@example.co.uk about account 1842\n",
+        "[E/Support] Contact support@korvane.io or jane.doe+offers@example.co.uk about account "
+        "1842\n",
         "[D/EventBatchService] Event tracked: offerwall_opened (category: offerwall)\n",
         "[D/DeviceUtils] [SYNC] Advertising ID authorized: 6D92078A...\n",
     };
