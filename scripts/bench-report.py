@@ -57,3 +57,9 @@ for threads in (1, 4):
 print(f"saveEvent into a 999-event file: {t['BM_SaveEventInto999']['real_time']:.2f} ms; "
       f"loadEvents of 1000: {t['BM_LoadEvents1000']['real_time']:.2f} ms")
 print(f"full queue of 500 typical events: {t['BM_FullQueueMemory/iterations:3']['KiB']:.0f} KiB")
+
+s = cache.setdefault("korvane_bench_sdk", run("korvane_bench_sdk"))
+print(f"initialize on the calling thread: {s['BM_InitializeOnCallingThread/0']['real_time']:.3f} ms with an empty event file, "
+      f"{s['BM_InitializeOnCallingThread/1000']['real_time']:.2f} ms with 1000 events "
+      f"(empty call {s['BM_EmptyCall']['cpu_time']:.2f} ns); "
+      f"until isInitialized against the local backend: {s['BM_TimeUntilInitialized/iterations:50/real_time']['real_time']:.2f} ms")

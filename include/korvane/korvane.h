@@ -4,6 +4,7 @@
 #include "korvane/api/content_records.h"
 #include "korvane/core/error.h"
 #include "korvane/core/json_value.h"
+#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/core/public_errors.h"
 #include "korvane/core/sdk_config.h"

@@ -4,6 +4,7 @@
 
 #include "api/record_codec.h"
 #include "api/url_text.h"
+#include "core/no_destructor.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
 
@@ -23,8 +24,8 @@ class DeviceRandom final : public RandomSource {
 }  // namespace
 
 NetworkManager& NetworkManager::shared() {
-  static NetworkManager manager(DeviceRandom().makeUuid());
-  return manager;
+  static NoDestructor<NetworkManager> manager(DeviceRandom().makeUuid());
+  return manager.get();
 }
 
 NetworkManager::NetworkManager(std::string sessionId) : sessionId_(std::move(sessionId)) {}

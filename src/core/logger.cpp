@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "core/log_scrubber.h"
+#include "core/no_destructor.h"
 
 namespace korvane {
 namespace {
@@ -32,13 +33,13 @@ class SharedSlot {
 };
 
 SharedSlot<KorvaneLogger::TelemetrySink>& sinkSlot() {
-  static SharedSlot<KorvaneLogger::TelemetrySink> slot;
-  return slot;
+  static NoDestructor<SharedSlot<KorvaneLogger::TelemetrySink>> slot;
+  return slot.get();
 }
 
 SharedSlot<KorvaneLogger::LineWriter>& writerSlot() {
-  static SharedSlot<KorvaneLogger::LineWriter> slot;
-  return slot;
+  static NoDestructor<SharedSlot<KorvaneLogger::LineWriter>> slot;
+  return slot.get();
 }
 
 char levelLetter(LogLevel level) {

@@ -1,5 +1,6 @@
 #include "korvane/telemetry/error_telemetry.h"
 
+#include "core/no_destructor.h"
 #include "core/utf8.h"
 #include "korvane/version.h"
 
@@ -31,22 +32,24 @@ std::string joinStackTrace(const std::vector<std::string>& symbols) {
 }
 
 ErrorTelemetry& ErrorTelemetry::shared() {
-  static ErrorTelemetry telemetry;
-  return telemetry;
+  static NoDestructor<ErrorTelemetry> telemetry;
+  return telemetry.get();
 }
 
 void ErrorTelemetry::install(std::weak_ptr<EventBatchService> service, std::string sdkVersion,
-                             std::shared_ptr<ProcessDiagnostics> diagnostics, std::shared_ptr<Clock> clock,
-                             std::shared_ptr<RandomSource> random) {
+                             std::shared_ptr<ProcessDiagnostics> diagnostics,
+                             std::shared_ptr<Clock> clock, std::shared_ptr<RandomSource> random) {
   bool installHandler = false;
   {
     std::lock_guard lock(lock_);
-    installed_ = Installed{std::move(service), std::move(sdkVersion), diagnostics, std::move(clock), std::move(random)};
+    installed_ = Installed{std::move(service), std::move(sdkVersion), diagnostics, std::move(clock),
+                           std::move(random)};
     installHandler = !handlerInstalled_ && diagnostics;
     if (installHandler) handlerInstalled_ = true;
   }
   if (installHandler)
-    diagnostics->installUncaughtExceptionHandler([this](const UncaughtException& exception) { recordCrash(exception); });
+    diagnostics->installUncaughtExceptionHandler(
+        [this](const UncaughtException& exception) { recordCrash(exception); });
 }
 
 ErrorTelemetry::Installed ErrorTelemetry::snapshot() {
@@ -54,7 +57,8 @@ ErrorTelemetry::Installed ErrorTelemetry::snapshot() {
   return installed_;
 }
 
-void ErrorTelemetry::reportError(std::string_view message, const Error* error, std::string_view layer) {
+void ErrorTelemetry::reportError(std::string_view message, const Error* error,
+                                 std::string_view layer) {
   if (!telemetryEnabled() || reporting) return;
   ReentrancyGuard guard;
   Installed installed = snapshot();
@@ -63,12 +67,14 @@ void ErrorTelemetry::reportError(std::string_view message, const Error* error, s
   JsonValue payload = JsonValue::object();
   payload["errorType"] = error ? error->typeName : "Error";
   payload["message"] = KorvaneLogger::scrub(message);
-  payload["stacktrace"] = joinStackTrace(installed.diagnostics ? installed.diagnostics->callStack() : std::vector<std::string>{});
+  payload["stacktrace"] = joinStackTrace(installed.diagnostics ? installed.diagnostics->callStack()
+                                                               : std::vector<std::string>{});
   payload["layer"] = std::string(layer);
   payload["sdkVersion"] = installed.sdkVersion;
   payload["platform"] = kPlatformName;
   service->trackEvent(Event::make(installed.random->makeUuid(), EventType::sdkError,
-                                  static_cast<double>(installed.clock->nowMillis()), "sdk_diagnostic", std::move(payload)));
+                                  static_cast<double>(installed.clock->nowMillis()),
+                                  "sdk_diagnostic", std::move(payload)));
 }
 
 void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
@@ -78,15 +84,16 @@ void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
   if (!service || !installed.clock || !installed.random) return;
   JsonValue payload = JsonValue::object();
   payload["errorType"] = exception.name;
-  payload["message"] = KorvaneLogger::scrub(exception.name + ": " + exception.reason.value_or("unknown"));
+  payload["message"] =
+      KorvaneLogger::scrub(exception.name + ": " + exception.reason.value_or("unknown"));
   payload["stacktrace"] = joinStackTrace(exception.callStack);
   payload["layer"] = "core";
   payload["sdkVersion"] = installed.sdkVersion;
   payload["platform"] = kPlatformName;
   // The process is about to end: straight into the event file, to be sent at the next launch.
   service->persistence().saveEvent(Event::make(installed.random->makeUuid(), EventType::sdkCrash,
-                                               static_cast<double>(installed.clock->nowMillis()), "sdk_diagnostic",
-                                               std::move(payload)));
+                                               static_cast<double>(installed.clock->nowMillis()),
+                                               "sdk_diagnostic", std::move(payload)));
 }
 
 KorvaneLogger::TelemetrySink ErrorTelemetry::loggerSink() {

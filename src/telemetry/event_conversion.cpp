@@ -47,12 +47,16 @@ TrackEventRequest toTrackEventRequest(const Event& event, const SendContext& con
   request.platform = kPlatformName;
   request.osVersion = context.osVersion;
   if (event.payload && event.payload->is_object())
-    for (const auto& [key, value] : event.payload->items()) request.parameters.emplace_back(key, parameterText(value));
+    for (const auto& [key, value] : event.payload->items())
+      request.parameters.emplace_back(key, parameterText(value));
   return request;
 }
 
-std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& events, const SendContext& context) {
-  KorvaneLogger::d(kTag, [&] { return "Converting " + std::to_string(events.size()) + " events to TrackEventRequest format..."; });
+std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& events,
+                                                    const SendContext& context) {
+  KorvaneLogger::d(kTag, [&] {
+    return "Converting " + std::to_string(events.size()) + " events to TrackEventRequest format...";
+  });
   std::vector<TrackEventRequest> requests;
   requests.reserve(events.size());
   for (const Event& event : events) {
@@ -60,8 +64,9 @@ std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& ev
     KorvaneLogger::d(kTag, [&] {
       char millis[64];
       std::snprintf(millis, sizeof millis, "%.0f", event.timestamp);
-      return "Sending event: " + requests.back().name + ", Timestamp: " + requests.back().timestamp +
-             ", Original timestamp: " + millis + ", Raw: " + rawValue(event.type);
+      return "Sending event: " + requests.back().name +
+             ", Timestamp: " + requests.back().timestamp + ", Original timestamp: " + millis +
+             ", Raw: " + rawValue(event.type);
     });
   }
   return requests;

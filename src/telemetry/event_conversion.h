@@ -11,7 +11,6 @@
 
 namespace korvane {
 
-
 // "yyyy-MM-dd HH:mm:ss" in the device's time zone, for a time in milliseconds since 1970.
 std::string formatLocalTimestamp(double millisSince1970);
 // ISO 8601 in UTC, e.g. "2026-03-01T09:15:00Z".
@@ -22,7 +21,8 @@ std::string formatIso8601(std::chrono::system_clock::time_point time);
 std::string parameterText(const JsonValue& value);
 
 // Events in queue order to their wire form, with the batch's shared context.
-std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& events, const SendContext& context);
+std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& events,
+                                                    const SendContext& context);
 TrackEventRequest toTrackEventRequest(const Event& event, const SendContext& context);
 
 }  // namespace korvane

@@ -39,6 +39,10 @@ class LogCapture {
       out.push_back(line.size() > 15 ? line.substr(15) : line);
     return out;
   }
+  void clear() {
+    std::lock_guard lock(mutex_);
+    lines_.clear();
+  }
   bool contains(const std::string& tagged) const {
     for (const std::string& m : messages())
       if (m == tagged) return true;

@@ -64,14 +64,35 @@ class ScriptedApi final : public ApiService {
     }
     completion(Unit{});
   }
-  void validateApp(ApiCompletion<ValidateAppResponse>) override {}
-  // Remembers the request and answers with success.
+  // Validation waits for answerValidation().
+  void validateApp(ApiCompletion<ValidateAppResponse> completion) override {
+    std::lock_guard lock(mutex_);
+    validations_.push_back(std::move(completion));
+  }
+  // Answers every validation asked for so far; returns how many there were.
+  std::size_t answerValidation(const Result<ValidateAppResponse>& answer) {
+    std::vector<ApiCompletion<ValidateAppResponse>> waiting;
+    {
+      std::lock_guard lock(mutex_);
+      waiting.swap(validations_);
+    }
+    for (auto& completion : waiting) completion(answer);
+    return waiting.size();
+  }
+  // Remembers the request and answers with `loginFailure`, or success.
+  std::optional<Error> loginFailure;
   void login(const LoginRequest& request, ApiCompletion<LoginResponse> completion) override {
     {
       std::lock_guard lock(mutex_);
       lastLogin_ = request;
+      ++logins_;
     }
+    if (loginFailure) return completion(*loginFailure);
     completion(LoginResponse{true, std::nullopt, std::nullopt});
+  }
+  int logins() const {
+    std::lock_guard lock(mutex_);
+    return logins_;
   }
   std::optional<LoginRequest> lastLogin() const {
     std::lock_guard lock(mutex_);
@@ -92,6 +113,8 @@ class ScriptedApi final : public ApiService {
   std::vector<TrackEventRequest> singles_;
   std::vector<ApiCompletion<EventBatchResponse>> held_;
   std::optional<LoginRequest> lastLogin_;
+  std::vector<ApiCompletion<ValidateAppResponse>> validations_;
+  int logins_ = 0;
 };
 
 }  // namespace korvane::testing

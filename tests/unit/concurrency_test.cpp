@@ -4,7 +4,9 @@
 #include <filesystem>
 #include <thread>
 
+#include "core/sdk_environment.h"
 #include "fake_platform.h"
+#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
 #include "korvane/telemetry/event_batch_service.h"
@@ -18,7 +20,8 @@ namespace {
 TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
   testing::LogCapture quiet(LogLevel::verbose);  // build every log line too
   KorvaneLogger::setLineWriter([](std::string_view) {});
-  const auto dir = std::filesystem::temp_directory_path() / ("korvane-concurrency-" + std::to_string(::getpid()));
+  const auto dir = std::filesystem::temp_directory_path() /
+                   ("korvane-concurrency-" + std::to_string(::getpid()));
   std::filesystem::remove_all(dir);
   testing::MainLoopThread loop;
   auto lifecycle = std::make_shared<testing::FakeLifecycle>();
@@ -28,8 +31,11 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
   {
     BatchServiceDependencies deps;
     deps.queue = queue;
-    deps.persistence = std::make_shared<EventPersistenceManager>(std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock);
-    deps.api = [api]() -> Result<std::shared_ptr<ApiService>> { return std::shared_ptr<ApiService>(api); };
+    deps.persistence = std::make_shared<EventPersistenceManager>(
+        std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock);
+    deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
+      return std::shared_ptr<ApiService>(api);
+    };
     deps.context = [] { return SendContext{"S", "u", "D", "I", "17"}; };
     deps.mainThread = loop.mainThread();
     deps.clock = clock;
@@ -45,7 +51,8 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
         for (int i = 0; i < kPerThread; ++i) {
           const EventType type = i % 50 == 0 ? EventType::loginSuccess : EventType::missionClicked;
           service->trackEvent(Event::make(std::to_string(t) + "-" + std::to_string(i), type,
-                                          static_cast<double>(clock->nowMillis()), "c", JsonValue{{"i", i}}));
+                                          static_cast<double>(clock->nowMillis()), "c",
+                                          JsonValue{{"i", i}}));
         }
       });
     threads.emplace_back([&] {
@@ -54,7 +61,10 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
     threads.emplace_back([&] {
       for (int i = 0; i < 20; ++i) {
         service->updateBatchConfiguration(10 + i % 3, 0.05 + (i % 2) * 0.01);
-        loop.runSync([&] { lifecycle->send(i % 2 ? AppLifecycleEvent::willEnterForeground : AppLifecycleEvent::didEnterBackground); });
+        loop.runSync([&] {
+          lifecycle->send(i % 2 ? AppLifecycleEvent::willEnterForeground
+                                : AppLifecycleEvent::didEnterBackground);
+        });
       }
     });
     for (std::thread& thread : threads) thread.join();
@@ -64,9 +74,102 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
     std::size_t sent = 0;
     for (const EventBatch& batch : api->batches()) sent += batch.events.size();
     EXPECT_GT(sent, 0u);
-    EXPECT_LE(sent, static_cast<std::size_t>(kThreads * kPerThread) + 100u) << "only login events can come back from the file";
+    EXPECT_LE(sent, static_cast<std::size_t>(kThreads * kPerThread) + 100u)
+        << "only login events can come back from the file";
     EXPECT_EQ(queue->count(), 0u);
   }
+  KorvaneLogger::setLineWriter(nullptr);
+  std::filesystem::remove_all(dir);
+}
+
+class CountingListener final : public KorvaneSdkLoginListener {
+ public:
+  void onSuccess() override { ++successes; }
+  void onFailure(KorvaneLoginError) override { ++failures; }
+  std::atomic<int> successes{0};
+  std::atomic<int> failures{0};
+};
+
+// Logins, logouts, tracking and state reads from many threads while validation completes.
+TEST(Concurrency, FacadeCallsWhileValidationCompletes) {
+  testing::LogCapture quiet(LogLevel::verbose);
+  KorvaneLogger::setLineWriter([](std::string_view) {});
+  const auto dir = std::filesystem::temp_directory_path() /
+                   ("korvane-facade-concurrency-" + std::to_string(::getpid()));
+  std::filesystem::remove_all(dir);
+  testing::MainLoopThread loop;
+  auto api = std::make_shared<testing::ScriptedApi>();
+  auto listener = std::make_shared<CountingListener>();
+  KorvaneSdk& sdk = KorvaneSdk::shared();
+  {
+    SdkEnvironment environment;
+    testing::FakePlatform fake;
+    environment.platform = fake.services();
+    environment.platform.clock = std::make_shared<linux_host::SystemClock>();
+    environment.platform.random = std::make_shared<linux_host::SystemRandom>();
+    environment.platform.mainThread = loop.mainThread();
+    environment.platform.lifecycle = nullptr;
+    environment.platform.documents = std::make_shared<linux_host::FixedDocumentsDirectory>(dir);
+    environment.network = std::make_shared<NetworkManager>("S");
+    environment.network->initialize(api);
+    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
+    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
+    KorvaneSdkTestAccess::reset(sdk, std::move(environment));
+  }
+  sdk.initialize(KorvaneSdkConfig::Builder("key", "secret").build());
+
+  constexpr int kThreads = 4, kRounds = 200;
+  std::atomic<int> loginCalls{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t)
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kRounds; ++i) {
+        switch (i % 5) {
+          case 0:
+            ++loginCalls;
+            sdk.login(KorvaneSdkUser("user-" + std::to_string((t + i) % 3)), listener);
+            break;
+          case 1:
+            sdk.trackEventWithCustomName("tap", "ui", JsonValue{{"i", i}});
+            break;
+          case 2:
+            sdk.trackCustomEvent(i % 2 ? "session_start" : "reward", "c");
+            break;
+          case 3:
+            (void)sdk.isLoggedIn();
+            (void)sdk.getCurrentUser();
+            (void)sdk.isInitialized();
+            break;
+          default:
+            if (i % 20 == 4) sdk.logout();
+            sdk.flushEvents();
+        }
+      }
+    });
+  threads.emplace_back([&] {
+    AppData app;
+    app.appKey = "key";
+    app.appName = "Demo";
+    app.korvaneHubUrl = "https://hub.example/";
+    app.trackEventBatchCount = 7;
+    app.trackEventBatchIntervalMs = 500;
+    while (api->answerValidation(ValidateAppResponse{true, app, std::nullopt}) == 0)
+      std::this_thread::yield();
+  });
+  for (std::thread& thread : threads) thread.join();
+
+  EXPECT_TRUE(sdk.isInitialized());
+  EXPECT_EQ(sdk.eventBatchService()->batchSize(), 7u);
+  // Every login call is answered exactly once, on the main thread, eventually.
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (listener->successes + listener->failures < loginCalls &&
+         std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(listener->successes + listener->failures, loginCalls.load());
+
+  SdkEnvironment idle;
+  idle.platform = testing::FakePlatform().services();
+  KorvaneSdkTestAccess::reset(sdk, std::move(idle));
   KorvaneLogger::setLineWriter(nullptr);
   std::filesystem::remove_all(dir);
 }

@@ -9,6 +9,8 @@
 #include <thread>
 
 #include "korvane/linux/glib_main_thread.h"
+#include "korvane/linux/host_lifecycle.h"
+#include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
 #include "korvane/platform/http_client.h"
@@ -96,6 +98,50 @@ TEST(GlibMainThread, KnowsWhichThreadIsMain) {
   bool onOther = true;
   std::thread([&] { onOther = main.isCurrent(); }).join();
   EXPECT_FALSE(onOther);
+}
+
+TEST(LinuxDevice, LocaleNamesGiveLanguageAndRegion) {
+  struct Case {
+    const char* name;
+    std::optional<std::string> language, region;
+  };
+  const Case cases[] = {
+      {"ko_KR.UTF-8", "ko", "KR"},
+      {"en_US@euro", "en", "US"},
+      {"de", "de", std::nullopt},
+      {"C.UTF-8", std::nullopt, std::nullopt},
+      {"POSIX", std::nullopt, std::nullopt},
+      {"", std::nullopt, std::nullopt},
+      {"pt_", "pt", std::nullopt},
+  };
+  for (const Case& c : cases) {
+    const linux_host::LocaleParts parts = linux_host::parseLocaleName(c.name);
+    EXPECT_EQ(parts.language, c.language) << c.name;
+    EXPECT_EQ(parts.region, c.region) << c.name;
+  }
+}
+
+// Reports from other threads arrive on the main thread; a report made on it arrives at once.
+TEST(HostAppLifecycle, DeliversOnTheMainThreadUntilUnsubscribed) {
+  auto main = std::make_shared<linux_host::GlibMainThread>();
+  auto lifecycle = std::make_shared<linux_host::HostAppLifecycle>(main);
+  std::vector<std::pair<AppLifecycleEvent, bool>> heard;
+  Subscription subscription = lifecycle->subscribe(
+      [&](AppLifecycleEvent event) { heard.emplace_back(event, main->isCurrent()); });
+
+  lifecycle->notify(AppLifecycleEvent::willTerminate);
+  EXPECT_EQ(heard.size(), 1u) << "on the main thread: delivered before notify returns";
+  std::thread([&] { lifecycle->notify(AppLifecycleEvent::didEnterBackground); }).join();
+  EXPECT_EQ(heard.size(), 1u);
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+  EXPECT_EQ(lifecycle->state(), AppState::background);
+  subscription.reset();
+  lifecycle->notify(AppLifecycleEvent::willEnterForeground);
+  EXPECT_EQ(heard, (std::vector<std::pair<AppLifecycleEvent, bool>>{
+                       {AppLifecycleEvent::willTerminate, true},
+                       {AppLifecycleEvent::didEnterBackground, true}}));
+  EXPECT_EQ(lifecycle->state(), AppState::active);
 }
 
 TEST(RandomSource, UuidsAreUpperCaseVersion4AndDistinct) {

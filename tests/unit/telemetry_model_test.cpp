@@ -12,6 +12,7 @@
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
+#include "telemetry/number_text.h"
 
 namespace korvane {
 namespace {
@@ -83,6 +84,15 @@ TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
   EXPECT_EQ(formatLocalTimestamp(999.9), expected) << "milliseconds are cut, not rounded";
   EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))),
             "2026-03-01T09:15:00Z");
+}
+
+// Intervals and delays in log lines print as the platform's default number description.
+TEST(NumberText, ShortestDigitsWithAFractionAndExponentsOnlyAtTheExtremes) {
+  const std::pair<double, const char*> cases[] = {
+      {30.0, "30.0"}, {1.5, "1.5"},     {31.204, "31.204"}, {0.3, "0.3"},    {2000.0, "2000.0"},
+      {0.0, "0.0"},   {-4.25, "-4.25"}, {1e-5, "1e-05"},    {1e16, "1e+16"}, {0.0001, "0.0001"},
+  };
+  for (const auto& [value, text] : cases) EXPECT_EQ(swiftNumber(value), text) << value;
 }
 
 TEST(EventFile, EncodingKeepsKeyOrderAndCarriesThePayloadAsBase64) {

@@ -166,6 +166,8 @@ DevServer::DevServer(Options options)
     : options_(std::move(options)),
       server_(std::make_unique<httplib::Server>()),
       state_(std::make_shared<State>()) {
+  // Answers are written in pieces; without this, a reused connection waits out delayed ACKs.
+  server_->set_tcp_nodelay(true);
   const std::filesystem::path appsFile = options_.dataDir / "apps.json";
   if (!options_.dataDir.empty() && std::filesystem::exists(appsFile)) {
     std::ifstream in(appsFile);

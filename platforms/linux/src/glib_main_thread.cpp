@@ -1,5 +1,7 @@
 #include "korvane/linux/glib_main_thread.h"
 
+#include <unistd.h>
+
 #include <memory>
 
 #include <glib.h>
@@ -31,10 +33,11 @@ void attach(GMainContext* context, GSource* source, std::unique_ptr<PendingWork>
 
 }  // namespace
 
-GlibMainThread::GlibMainThread(GMainContext* context)
+GlibMainThread::GlibMainThread(GMainContext* context, Owner owner)
     : context_(context ? g_main_context_ref(context)
                        : g_main_context_ref(g_main_context_default())),
-      owner_(std::this_thread::get_id()) {}
+      owner_(std::this_thread::get_id()),
+      processMain_(owner == Owner::processMain) {}
 
 GlibMainThread::~GlibMainThread() {
   g_main_context_unref(context_);
@@ -55,6 +58,8 @@ TaskHandle GlibMainThread::postAfter(std::chrono::milliseconds delay, std::funct
 }
 
 bool GlibMainThread::isCurrent() const {
+  // The first thread's kernel thread id equals the process id.
+  if (processMain_) return ::gettid() == ::getpid();
   return std::this_thread::get_id() == owner_;
 }
 

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "korvane/api/app_records.h"
+#include "korvane/core/error.h"
+#include "korvane/core/json_value.h"
+#include "korvane/core/logger.h"
+#include "korvane/core/public_errors.h"
+#include "korvane/core/sdk_config.h"
+#include "korvane/core/sdk_user.h"
+#include "korvane/platform/platform_services.h"
+#include "korvane/telemetry/event.h"
+
+namespace korvane {
+
+class EventBatchService;
+class SdkSession;
+
+// The host application's object. Platforms without one pass nothing; the SDK only keeps it
+// (weakly) and never calls it.
+using ApplicationHandle = std::weak_ptr<void>;
+
+// The SDK's single entry point (process-wide through shared()). Call initialize once at launch;
+// the SDK counts as initialised only after the backend has validated the app. Every method may be
+// called from any thread, never throws, and reports refusals as a log line (plus the listener's
+// onFailure for login). Listener callbacks run on the main thread.
+class KorvaneSdk {
+ public:
+  // Defined by the platform library the application links, which supplies its services.
+  static KorvaneSdk& shared();
+
+  // Stores the configuration, starts the advertising identifier, the network layer and the
+  // telemetry pipeline, then validates the app in the background. Refused when already
+  // initialised and when the app key or secret is empty.
+  void initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig);
+  void initialize(const KorvaneSdkConfig& sdkConfig) { initialize({}, sdkConfig); }
+
+  // Makes `user` the current user and registers it with the backend. onSuccess follows even when
+  // the backend request fails; onFailure only when not initialised or the user id is empty.
+  void login(const KorvaneSdkUser& user,
+             std::shared_ptr<KorvaneSdkLoginListener> listener = nullptr);
+  // Tracks "user_logout" for the current user, then forgets it.
+  void logout();
+
+  bool isInitialized() const;
+  bool isLoggedIn() const;
+  std::optional<KorvaneSdkUser> getCurrentUser() const;
+  std::optional<KorvaneSdkConfig> getConfig() const;
+  std::string getSDKVersion() const;
+  static void setLogLevel(LogLevel level);
+  // The advertising identifier, or "00000000-0000-0000-0000-000000000000" when there is none.
+  void getAdvertisingId(const std::function<void(std::string)>& completion) const;
+
+  // Queues an event for the next batch ("session_start" and "user_login" go out at once).
+  void trackEvent(EventType eventType, const std::string& category,
+                  std::optional<JsonValue> payload = std::nullopt);
+  void trackEventWithCustomName(const std::string& eventName, const std::string& category,
+                                std::optional<JsonValue> payload = std::nullopt);
+  // A custom event whose payload also carries the name under "event_name".
+  void trackCustomEvent(const std::string& eventName, const std::string& category,
+                        std::optional<JsonValue> payload = std::nullopt);
+  // Asks the telemetry pipeline to send one batch now.
+  void flushEvents();
+
+  // Reports an SDK failure as an "sdk_error" event (unless telemetry is disabled).
+  static void reportSdkError(std::string_view message, const Error* error, std::string_view layer);
+  static bool telemetryEnabled();
+  static void setTelemetryEnabled(bool enabled);
+
+  // What validation returned (absent before, or when the backend sent no app record).
+  std::optional<AppData> validatedAppData() const;
+  std::shared_ptr<EventBatchService> eventBatchService() const;
+
+  KorvaneSdk(const KorvaneSdk&) = delete;
+  KorvaneSdk& operator=(const KorvaneSdk&) = delete;
+
+ private:
+  explicit KorvaneSdk(std::function<PlatformServices()> platform);
+  ~KorvaneSdk();
+  std::shared_ptr<SdkSession> session() const;
+
+  friend class KorvaneSdkTestAccess;
+  std::function<PlatformServices()> platform_;
+  mutable std::mutex sessionLock_;
+  mutable std::shared_ptr<SdkSession> session_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,62 @@
+#include <memory>
+
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/linux/curl_http_client.h"
+#include "korvane/linux/gio_url_opener.h"
+#include "korvane/linux/glib_main_thread.h"
+#include "korvane/linux/host_lifecycle.h"
+#include "korvane/linux/linux_device.h"
+#include "korvane/linux/linux_diagnostics.h"
+#include "korvane/linux/linux_platform.h"
+#include "korvane/linux/linux_storage.h"
+#include "korvane/linux/system_clock.h"
+
+namespace korvane {
+namespace linux_host {
+
+std::shared_ptr<GlibMainThread> processMainThread() {
+  static const auto mainThread =
+      std::make_shared<GlibMainThread>(nullptr, GlibMainThread::Owner::processMain);
+  return mainThread;
+}
+
+std::shared_ptr<HostAppLifecycle> hostLifecycle() {
+  static const auto lifecycle = std::make_shared<HostAppLifecycle>(processMainThread());
+  return lifecycle;
+}
+
+PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory) {
+  PlatformServices services;
+  std::shared_ptr<GlibMainThread> mainThread = processMainThread();
+  services.http = std::make_shared<CurlHttpClient>();
+  services.userDefaults = std::make_shared<FileKeyValueStore>(dataDirectory / "user_defaults.json");
+  services.documents = std::make_shared<FixedDocumentsDirectory>(dataDirectory / "Documents");
+  services.mainThread = mainThread;
+  services.clock = std::make_shared<SystemClock>();
+  services.random = std::make_shared<SystemRandom>();
+  services.device = std::make_shared<LinuxDeviceProbe>();
+  services.tracking = std::make_shared<LinuxTrackingAuthorization>();
+  services.reachability = std::make_shared<LinuxReachability>();
+  services.lifecycle = hostLifecycle();
+  services.urlOpener = std::make_shared<GioUrlOpener>(mainThread);
+  services.diagnostics = std::make_shared<LinuxProcessDiagnostics>();
+  return services;
+}
+
+}  // namespace linux_host
+
+KorvaneSdk& KorvaneSdk::shared() {
+  // Never destroyed: its background work may still run while the process exits. (A local class
+  // may use the private constructor.)
+  union Holder {
+    Holder()
+        : sdk([] { return linux_host::makePlatformServices(linux_host::defaultDataDirectory()); }) {
+    }
+    ~Holder() {}
+    KorvaneSdk sdk;
+  };
+  static Holder holder;
+  return holder.sdk;
+}
+
+}  // namespace korvane

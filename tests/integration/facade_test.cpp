@@ -1,0 +1,212 @@
+// A host's whole session through the facade: real main loop, libcurl, files and the local
+// backend.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <future>
+
+#include "core/sdk_environment.h"
+#include "dev_server.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/linux/host_lifecycle.h"
+#include "korvane/linux/linux_device.h"
+#include "korvane/linux/linux_platform.h"
+#include "korvane/telemetry/event_batch_service.h"
+#include "log_capture.h"
+#include "main_loop_thread.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using devserver::DevServer;
+
+constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
+
+template <typename Predicate>
+bool eventually(Predicate done, std::chrono::milliseconds timeout = 5s) {
+  const auto until = std::chrono::steady_clock::now() + timeout;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > until) return false;
+    std::this_thread::sleep_for(5ms);
+  }
+  return true;
+}
+
+class PromisedListener final : public KorvaneSdkLoginListener {
+ public:
+  void onSuccess() override { outcome.set_value("success"); }
+  void onFailure(KorvaneLoginError error) override { outcome.set_value(description(error)); }
+  std::promise<std::string> outcome;
+};
+
+class FacadeSession : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(server_.start(), 0);
+    resetSdk();
+  }
+  void resetSdk() {
+    // Each session gets its own directory: work of a replaced session may still be finishing.
+    data_ = fs::temp_directory_path() /
+            ("korvane-facade-it-" + std::to_string(::getpid()) + "-" + std::to_string(++sessions_));
+    fs::remove_all(data_);
+    SdkEnvironment environment;
+    environment.platform = linux_host::makePlatformServices(data_);
+    environment.platform.mainThread = loop_.mainThread();
+    lifecycle_ = std::make_shared<linux_host::HostAppLifecycle>(loop_.mainThread());
+    environment.platform.lifecycle = lifecycle_;
+    environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
+        tracking_status::kAuthorized, kIdfa);
+    environment.network = std::make_shared<NetworkManager>("SESSION-IT");
+    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
+    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
+    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+  }
+  void TearDown() override {
+    SdkEnvironment idle;
+    idle.platform = linux_host::makePlatformServices(data_);
+    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    std::error_code ignored;
+    for (int i = 1; i <= sessions_; ++i)
+      fs::remove_all(data_.parent_path() / ("korvane-facade-it-" + std::to_string(::getpid()) +
+                                            "-" + std::to_string(i)),
+                     ignored);
+  }
+
+  KorvaneSdkConfig config(const std::string& key, const std::string& secret) const {
+    return KorvaneSdkConfig::Builder(key, secret)
+        .setApiBaseUrl(server_.baseUrl())
+        .setTimeoutMillis(2000)
+        .build();
+  }
+  std::string login(const std::string& userId) {
+    auto listener = std::make_shared<PromisedListener>();
+    auto outcome = listener->outcome.get_future();
+    sdk_.login(KorvaneSdkUser(userId, KorvaneSdkUser::Gender::female, 1994), listener);
+    return outcome.wait_for(5s) == std::future_status::ready ? outcome.get() : "timed out";
+  }
+  std::size_t linesStartingWith(const std::string& prefix) const {
+    std::size_t count = 0;
+    for (const std::string& m : log_.messages()) count += m.rfind(prefix, 0) == 0;
+    return count;
+  }
+  std::vector<std::string> deliveredNames() const {
+    std::vector<std::string> names;
+    for (const TrackEventRequest& e : server_.deliveredEvents()) names.push_back(e.name);
+    return names;
+  }
+
+  testing::LogCapture log_{LogLevel::verbose};
+  KorvaneSdk& sdk_ = KorvaneSdk::shared();
+  DevServer server_;
+  testing::MainLoopThread loop_;
+  std::shared_ptr<linux_host::HostAppLifecycle> lifecycle_;
+  fs::path data_;
+  int sessions_ = 0;
+};
+
+TEST_F(FacadeSession, InitialiseLoginTrackBackgroundFlushLogout) {
+  sdk_.initialize(config("demo-app-key", "demo-app-secret"));
+  EXPECT_FALSE(sdk_.isInitialized()) << "only the backend's answer initialises";
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  EXPECT_EQ(sdk_.validatedAppData()->korvaneHubUrl, server_.baseUrl() + "/offerwall/");
+
+  ASSERT_EQ(login("user-42"), "success");
+  EXPECT_EQ(sdk_.getCurrentUser()->userId(), "user-42");
+  const auto logins = server_.requestsTo("/v1/api/sdk/login");
+  ASSERT_EQ(logins.size(), 1u);
+  const JsonValue body = JsonValue::parse(logins[0].body);
+  EXPECT_EQ(body["userId"], "user-42");
+  EXPECT_EQ(body["gender"], "F");
+  EXPECT_EQ(body["birthYear"], "1994");
+  EXPECT_EQ(body["loginInfo"]["ifa"], kIdfa);
+  EXPECT_EQ(body["loginInfo"]["sessionId"], "SESSION-IT");
+  EXPECT_EQ(body["loginInfo"]["parameters"],
+            (JsonValue{{"user_id", "user-42"}, {"category", "authentication"}}));
+  EXPECT_TRUE(body["deviceInfo"].is_object() && !body["deviceInfo"].empty());
+  ASSERT_TRUE(server_.waitForEvents(1, 5s));
+  EXPECT_EQ(deliveredNames(), std::vector<std::string>{"session_start"});
+
+  sdk_.trackEvent(EventType::missionClicked, "mission", JsonValue{{"missionId", "m1"}});
+  sdk_.trackEventWithCustomName("level_up", "game", JsonValue{{"level", 3}});
+  sdk_.trackCustomEvent("reward_claimed", "reward", JsonValue{{"amount", 100}});
+
+  // Backgrounding moves the queue into the event file; the foreground brings it back.
+  loop_.runSync([&] { lifecycle_->notify(AppLifecycleEvent::didEnterBackground); });
+  EXPECT_TRUE(fs::exists(data_ / "Documents" / "korvane_events.json"));
+  loop_.runSync([&] { lifecycle_->notify(AppLifecycleEvent::willEnterForeground); });
+  sdk_.flushEvents();
+  ASSERT_TRUE(server_.waitForEvents(4, 5s));
+  // A flush while a send is still running sends nothing, so let this one finish first.
+  ASSERT_TRUE(eventually(
+      [&] { return linesStartingWith("[I/KorvaneSdk] Events flushed successfully") == 1; }));
+  EXPECT_EQ(deliveredNames(),
+            (std::vector<std::string>{"session_start", "mission_clicked", "level_up", "custom"}));
+  const TrackEventRequest custom = server_.deliveredEvents()[3];
+  EXPECT_EQ(custom.userId, "user-42");
+  EXPECT_EQ(custom.parameters, (std::vector<std::pair<std::string, std::string>>{
+                                   {"amount", "100"}, {"event_name", "reward_claimed"}}));
+
+  sdk_.logout();
+  EXPECT_FALSE(sdk_.isLoggedIn());
+  sdk_.flushEvents();
+  ASSERT_TRUE(server_.waitForEvents(5, 5s));
+  const TrackEventRequest logout = server_.deliveredEvents()[4];
+  EXPECT_EQ(logout.name, "custom");
+  EXPECT_EQ(logout.parameters, (std::vector<std::pair<std::string, std::string>>{
+                                   {"event_name", "user_logout"}, {"user_id", "user-42"}}));
+}
+
+// A refusal the SDK can decode ({"success": false, ...}) still validates, without app data; one
+// it cannot decode leaves the SDK uninitialised and a later initialize runs again.
+TEST_F(FacadeSession, RefusedValidationByKindOfAnswer) {
+  sdk_.initialize(config("demo-app-key", "wrong-secret"));
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  EXPECT_FALSE(sdk_.validatedAppData());
+  EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").at(0).status, 401);
+
+  resetSdk();
+  server_.clearRequests();
+  server_.setUndecodableRefusals(true);
+  log_.clear();
+  sdk_.initialize(config("demo-app-key", "wrong-secret"));
+  ASSERT_TRUE(
+      eventually([&] { return linesStartingWith("[E/KorvaneSdk] SDK validation failed: ") == 1; }));
+  EXPECT_FALSE(sdk_.isInitialized());
+  EXPECT_EQ(login("user-42"), "SDK is not initialized");
+
+  // Not a duplicate: every step runs again, and this time the refusal decodes.
+  server_.setUndecodableRefusals(false);
+  sdk_.initialize(config("demo-app-key", "wrong-secret"));
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 2u);
+}
+
+// With 5 events / 2,000 ms from the server, five events leave at once as one batch, and two
+// more leave on the two-second timer instead of the default thirty.
+TEST_F(FacadeSession, ServerBatchSettingsChangeWhenEventsLeave) {
+  devserver::App app = DevServer::demoApp();
+  app.appKey = "batchy-app";
+  app.trackEventBatchCount = 5;
+  app.trackEventBatchIntervalMs = 2000;
+  server_.addApp(app);
+  sdk_.initialize(config(app.appKey, app.appSecret));
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  EXPECT_EQ(sdk_.eventBatchService()->batchSize(), 5u);
+
+  for (int i = 0; i < 5; ++i) sdk_.trackEventWithCustomName("tap", "ui", JsonValue{{"i", i}});
+  ASSERT_TRUE(server_.waitForEvents(5, 1500ms)) << "a full batch goes without waiting";
+  const auto batches = [&] { return server_.requestsTo("/v1/api/sdk/event/batch").size(); };
+  EXPECT_TRUE(eventually([&] { return batches() == 1; }));
+
+  sdk_.trackEventWithCustomName("tap", "ui");
+  sdk_.trackEventWithCustomName("tap", "ui");
+  ASSERT_TRUE(server_.waitForEvents(7, 6s)) << "the two-second timer sends the rest";
+  EXPECT_TRUE(eventually([&] { return batches() == 2; }));
+}
+
+}  // namespace
+}  // namespace korvane

@@ -1,0 +1,333 @@
+// The facade over fakes: a manual main thread, manual executors and a scripted backend.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "core/sdk_environment.h"
+#include "fake_platform.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/linux/linux_storage.h"
+#include "korvane/telemetry/event_batch_service.h"
+#include "log_capture.h"
+#include "manual_executor.h"
+#include "scripted_api.h"
+
+namespace korvane {
+namespace {
+
+using testing::LogCapture;
+
+// Records what the listener heard and whether it heard it on the main thread.
+class RecordingListener final : public KorvaneSdkLoginListener {
+ public:
+  explicit RecordingListener(const MainThread& mainThread) : mainThread_(mainThread) {}
+  void onSuccess() override { heard.push_back(mainThread_.isCurrent() ? "success" : "success@bg"); }
+  void onFailure(KorvaneLoginError error) override {
+    heard.push_back(std::string(mainThread_.isCurrent() ? "failure:" : "failure@bg:") +
+                    description(error));
+  }
+  std::vector<std::string> heard;
+
+ private:
+  const MainThread& mainThread_;
+};
+
+ValidateAppResponse validAnswer(std::optional<std::int64_t> count = std::nullopt,
+                                std::optional<std::int64_t> intervalMs = std::nullopt) {
+  AppData app;
+  app.appKey = "key";
+  app.appName = "Demo";
+  app.korvaneHubUrl = "https://hub.example/offerwall";
+  app.trackEventBatchCount = count;
+  app.trackEventBatchIntervalMs = intervalMs;
+  return ValidateAppResponse{true, app, std::nullopt};
+}
+
+class FacadeTest : public ::testing::Test {
+ public:  // table rows act on the fixture
+  enum class Stage { notInitialized, validating, initialized };
+
+  void SetUp() override {
+    std::filesystem::remove_all(documents_);
+    fake_ = testing::FakePlatform();
+    api_ = std::make_shared<testing::ScriptedApi>();
+    tasks_ = std::make_shared<testing::ManualExecutor>();
+    serial_ = std::make_shared<testing::ManualExecutor>();
+    listener_ = std::make_shared<RecordingListener>(*fake_.mainThread);
+    log_.clear();
+    SdkEnvironment environment;
+    environment.platform = fake_.services();
+    environment.platform.documents =
+        std::make_shared<linux_host::FixedDocumentsDirectory>(documents_);
+    environment.network = std::make_shared<NetworkManager>("SESSION-1");
+    environment.network->initialize(api_);
+    environment.tasks = tasks_;
+    environment.serial = serial_;
+    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+  }
+  void TearDown() override {
+    SdkEnvironment idle;
+    idle.platform = testing::FakePlatform().services();
+    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    std::filesystem::remove_all(documents_);
+  }
+
+  // Runs background work and main-thread work until nothing is left.
+  void settle() {
+    while (serial_->runAll() + tasks_->runAll() + fake_.mainThread->runUntilIdle() > 0) {
+    }
+  }
+  void initialize() { sdk_.initialize(config_); }
+  void reach(Stage stage) {
+    if (stage == Stage::notInitialized) return;
+    initialize();
+    settle();
+    if (stage == Stage::initialized) api_->answerValidation(validAnswer());
+    settle();
+  }
+  void loginAs(const std::string& userId) {
+    sdk_.login(KorvaneSdkUser(userId), listener_);
+    settle();
+  }
+  std::vector<std::string> singleEventNames() const {
+    std::vector<std::string> names;
+    for (const TrackEventRequest& r : api_->singleEvents()) names.push_back(r.name);
+    return names;
+  }
+
+  KorvaneSdk& sdk_ = KorvaneSdk::shared();
+  LogCapture log_{LogLevel::verbose};
+  testing::FakePlatform fake_;
+  std::shared_ptr<testing::ScriptedApi> api_;
+  std::shared_ptr<testing::ManualExecutor> tasks_;
+  std::shared_ptr<testing::ManualExecutor> serial_;
+  std::shared_ptr<RecordingListener> listener_;
+  KorvaneSdkConfig config_ = KorvaneSdkConfig::Builder("key", "secret").build();
+  std::filesystem::path documents_ =
+      std::filesystem::temp_directory_path() / ("korvane-facade-" + std::to_string(::getpid()));
+};
+
+// Each public call in each state of the facade: what it logs or answers.
+TEST_F(FacadeTest, EveryCallInEveryState) {
+  struct Row {
+    const char* call;
+    Stage stage;
+    std::function<void(FacadeTest&)> act;
+    std::function<bool(FacadeTest&)> expected;
+  };
+  const auto logged = [](std::string line) {
+    return [line](FacadeTest& t) { return t.log_.contains(line); };
+  };
+  const auto heard = [](std::string what) {
+    return [what](FacadeTest& t) { return t.listener_->heard == std::vector<std::string>{what}; };
+  };
+  const auto login = [](FacadeTest& t) { t.loginAs("u1"); };
+  const auto track = [](FacadeTest& t) { t.sdk_.trackEventWithCustomName("tapped", "ui"); };
+  const auto dau = [](FacadeTest& t) { t.sdk_.trackCustomEvent("session_start", "session"); };
+  const auto init = [](FacadeTest& t) { t.initialize(); };
+  const auto flush = [](FacadeTest& t) {
+    t.sdk_.trackEvent(EventType::bannerClicked, "banner");
+    t.sdk_.flushEvents();
+  };
+  const auto sentAt = [](std::string name) {
+    return [name](FacadeTest& t) { return t.singleEventNames() == std::vector<std::string>{name}; };
+  };
+  const std::string notInit = "failure:SDK is not initialized";
+  const std::vector<Row> rows = {
+      {"login", Stage::notInitialized, login, heard(notInit)},
+      {"login", Stage::validating, login, heard(notInit)},
+      {"login", Stage::initialized, login, heard("success")},
+      {"track", Stage::notInitialized, track,
+       logged("[W/KorvaneSdk] SDK not initialized. Event not tracked: tapped")},
+      {"track", Stage::validating, track,
+       logged("[W/KorvaneSdk] SDK not initialized. Event not tracked: tapped")},
+      {"track", Stage::initialized, track,
+       logged("[D/KorvaneSdk] Custom event tracked: tapped (category: ui)")},
+      {"dau", Stage::notInitialized, dau,
+       logged("[W/KorvaneSdk] SDK not initialized. Event not tracked: session_start")},
+      {"dau", Stage::validating, dau,
+       logged("[W/KorvaneSdk] SDK not initialized. Event not tracked: session_start")},
+      {"dau", Stage::initialized, dau, sentAt("session_start")},
+      {"initialize", Stage::notInitialized, init,
+       logged("[D/KorvaneSdk] EventBatchService created successfully")},
+      // Validation has not answered, so a second call runs every step again.
+      {"initialize", Stage::validating, init,
+       [](FacadeTest& t) {
+         return t.api_->answerValidation(validAnswer()) == 2 && t.sdk_.isInitialized();
+       }},
+      {"initialize", Stage::initialized, init,
+       logged("[W/KorvaneSdk] SDK is already initialized. Ignoring duplicate initialization.")},
+      {"flush", Stage::notInitialized, flush,
+       [](FacadeTest& t) { return t.api_->batches().empty(); }},
+      {"flush", Stage::validating, flush,
+       [](FacadeTest& t) {
+         return t.api_->batches().empty() &&
+                t.log_.contains("[I/KorvaneSdk] Events flushed successfully");
+       }},
+      {"flush", Stage::initialized, flush,
+       [](FacadeTest& t) {
+         return t.api_->batches().size() == 1 &&
+                t.log_.contains("[I/KorvaneSdk] Events flushed successfully");
+       }},
+  };
+  const char* stageNames[] = {"not initialised", "validating", "initialised"};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.call) + " while " + stageNames[static_cast<int>(row.stage)]);
+    TearDown();
+    SetUp();
+    reach(row.stage);
+    log_.clear();
+    row.act(*this);
+    settle();
+    EXPECT_TRUE(row.expected(*this));
+  }
+}
+
+TEST_F(FacadeTest, ChecksInitialisationBeforeTheUserIdAndTheKeyBeforeTheSecret) {
+  sdk_.login(KorvaneSdkUser(""), listener_);
+  settle();
+  EXPECT_EQ(listener_->heard, std::vector<std::string>{"failure:SDK is not initialized"});
+
+  log_.clear();
+  sdk_.initialize(KorvaneSdkConfig::Builder("", "").build());
+  sdk_.initialize(KorvaneSdkConfig::Builder("key", "").build());
+  std::vector<std::string> facadeLines;
+  for (const std::string& m : log_.messages())
+    if (m.find("/KorvaneSdk]") != std::string::npos) facadeLines.push_back(m);
+  EXPECT_EQ(facadeLines, (std::vector<std::string>{
+                             "[E/KorvaneSdk] App Key cannot be empty. Initialization failed.",
+                             "[E/KorvaneSdk] App Secret cannot be empty. Initialization failed."}));
+  EXPECT_FALSE(sdk_.getConfig());
+  EXPECT_FALSE(sdk_.eventBatchService());
+
+  reach(Stage::initialized);
+  listener_->heard.clear();
+  sdk_.login(KorvaneSdkUser(""), listener_);
+  EXPECT_TRUE(listener_->heard.empty()) << "answers come through the main thread, later";
+  settle();
+  EXPECT_EQ(listener_->heard, std::vector<std::string>{"failure:User ID cannot be empty"});
+}
+
+// A decoded answer validates whatever its flag says; only a failed call leaves the SDK
+// uninitialised. Server batch settings apply only when the server names one of them.
+TEST_F(FacadeTest, ValidationOutcomes) {
+  struct Case {
+    const char* name;
+    Result<ValidateAppResponse> answer;
+    bool initialized;
+    std::size_t batchSize;
+    double interval;
+    const char* line;
+  };
+  const Error undecodable{"NSCocoaErrorDomain", 4864, "The data couldn't be read.",
+                          "DecodingError"};
+  const std::vector<Case> cases = {
+      {"refused but decoded", ValidateAppResponse{false, std::nullopt, "Invalid app key or secret"},
+       true, 20, 30.0, "[I/KorvaneSdk] SDK validated successfully with server"},
+      {"undecodable", undecodable, false, 20, 30.0,
+       "[E/KorvaneSdk] SDK validation failed: The data couldn't be read. - The data couldn't be "
+       "read."},
+      {"no batch settings", validAnswer(), true, 20, 30.0,
+       "[D/KorvaneSdk] Offerwall URL: https://hub.example/offerwall"},
+      {"both settings", validAnswer(5, 2000), true, 5, 2.0,
+       "[I/KorvaneSdk] Event batch configuration updated from server - Count: 5, Interval: 2000 "
+       "ms"},
+      {"count only", validAnswer(7), true, 7, 30.0,
+       "[I/KorvaneSdk] Event batch configuration updated from server - Count: 7, Interval: "
+       "default"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    SetUp();
+    initialize();
+    settle();
+    api_->answerValidation(c.answer);
+    settle();
+    EXPECT_EQ(sdk_.isInitialized(), c.initialized);
+    EXPECT_EQ(sdk_.eventBatchService()->batchSize(), c.batchSize);
+    EXPECT_DOUBLE_EQ(sdk_.eventBatchService()->flushInterval(), c.interval);
+    EXPECT_TRUE(log_.contains(c.line));
+    if (c.initialized) {
+      EXPECT_EQ(sdk_.validatedAppData(), c.answer.value().app);
+    }
+  }
+}
+
+TEST_F(FacadeTest, LoginOfAnotherUserLogsTheFirstOutAndAFailedRequestStillSucceeds) {
+  reach(Stage::initialized);
+  loginAs("alice");
+  loginAs("alice");
+  api_->loginFailure = Error{Error::kUrlLoadingDomain, -1004, "Could not connect to the server."};
+  loginAs("bob");
+
+  EXPECT_EQ(listener_->heard, (std::vector<std::string>{"success", "success", "success"}));
+  EXPECT_EQ(api_->logins(), 3);
+  EXPECT_EQ(sdk_.getCurrentUser()->userId(), "bob");
+  EXPECT_EQ(fake_.userDefaults->getString("currentUserId"), "bob");
+  EXPECT_TRUE(log_.contains(
+      "[W/KorvaneSdk] Login failed but continuing: Could not connect to the server."));
+  EXPECT_EQ(singleEventNames(),
+            (std::vector<std::string>{"session_start", "session_start", "session_start"}));
+  EXPECT_EQ(api_->singleEvents().back().userId, "bob");
+
+  // Exactly one logout, for alice, queued before bob's login went out.
+  sdk_.flushEvents();
+  settle();
+  std::vector<TrackEventRequest> logouts;
+  for (const EventBatch& batch : api_->batches())
+    for (const TrackEventRequest& e : batch.events) logouts.push_back(e);
+  ASSERT_EQ(logouts.size(), 1u);
+  EXPECT_EQ(logouts[0].name, "custom");
+  EXPECT_EQ(logouts[0].parameters, (std::vector<std::pair<std::string, std::string>>{
+                                       {"event_name", "user_logout"}, {"user_id", "alice"}}));
+
+  sdk_.logout();
+  EXPECT_FALSE(sdk_.isLoggedIn());
+  EXPECT_FALSE(fake_.userDefaults->getString("currentUserId"));
+}
+
+TEST_F(FacadeTest, ImmediateEventsSkipTheQueueAndNameTheirUser) {
+  reach(Stage::initialized);
+  sdk_.trackEventWithCustomName("user_login", "auth", JsonValue{{"userId", "from-payload"}});
+  sdk_.trackCustomEvent("session_start", "session", JsonValue{{"userId", 42}});
+  settle();
+  ASSERT_EQ(api_->singleEvents().size(), 2u);
+  EXPECT_EQ(api_->singleEvents()[0].userId, "from-payload");
+  EXPECT_EQ(api_->singleEvents()[1].userId, "") << "a non-text userId names nobody";
+  EXPECT_TRUE(log_.contains("[D/KorvaneSdk] Sending DAU event immediately: user_login"));
+  sdk_.flushEvents();
+  settle();
+  EXPECT_TRUE(api_->batches().empty()) << "nothing entered the batch queue";
+}
+
+TEST_F(FacadeTest, TrackCustomEventNamesThePayloadAndKeepsOtherKeys) {
+  reach(Stage::initialized);
+  sdk_.trackCustomEvent("reward_shown", "ui", JsonValue{{"event_name", "host"}, {"amount", 3}});
+  sdk_.trackEvent(EventType::quizClicked, "quiz", JsonValue::array({1, 2}));
+  sdk_.flushEvents();
+  settle();
+  const std::vector<EventBatch> batches = api_->batches();
+  ASSERT_EQ(batches.size(), 1u);
+  const auto& events = batches[0].events;
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0].parameters, (std::vector<std::pair<std::string, std::string>>{
+                                      {"event_name", "reward_shown"}, {"amount", "3"}}));
+  EXPECT_EQ(events[1].name, "quiz_clicked");
+  EXPECT_TRUE(events[1].parameters.empty()) << "a payload that is not an object is dropped";
+}
+
+TEST_F(FacadeTest, AdvertisingIdIsZeroUntilTrackingAllowsIt) {
+  std::string id;
+  sdk_.getAdvertisingId([&](std::string value) { id = std::move(value); });
+  EXPECT_EQ(id, kZeroAdvertisingId);
+  fake_.tracking->currentStatus = tracking_status::kAuthorized;
+  reach(Stage::initialized);
+  sdk_.getAdvertisingId([&](std::string value) { id = std::move(value); });
+  EXPECT_EQ(id, fake_.tracking->identifier);
+  EXPECT_EQ(sdk_.getSDKVersion(), "1.0.52-rc.2");
+}
+
+}  // namespace
+}  // namespace korvane
