@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, tests and tools need. Safe to run again: packages
+# Installs the Debian packages the build, tests and tools need (WebKitGTK and Xvfb for the
+# offerwall's web view and its tests). Safe to run again: packages
 # already present are left alone and nothing is downloaded when all are there.
 set -euo pipefail
 
@@ -8,6 +9,7 @@ packages=(
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
+  libwebkit2gtk-4.1-dev xvfb xauth
 )
 
 missing=()

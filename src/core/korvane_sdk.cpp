@@ -17,6 +17,10 @@ SdkEnvironment defaultSdkEnvironment(PlatformServices platform) {
   return environment;
 }
 
+std::shared_ptr<SdkSession> SdkInternals::session() {
+  return KorvaneSdk::shared().session();
+}
+
 void KorvaneSdkTestAccess::reset(KorvaneSdk& sdk, SdkEnvironment environment) {
   auto fresh = std::make_shared<SdkSession>(std::move(environment));
   std::lock_guard lock(sdk.sessionLock_);

@@ -24,6 +24,14 @@ struct SdkEnvironment {
 SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
 
 class KorvaneSdk;
+class SdkSession;
+
+// The SDK's other parts reach the facade's session (platform, device, network) through this.
+class SdkInternals {
+ public:
+  static std::shared_ptr<SdkSession> session();
+};
+
 // Lets tests start again from a clean facade; not part of the public API.
 class KorvaneSdkTestAccess {
  public:

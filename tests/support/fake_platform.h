@@ -105,6 +105,31 @@ class FakeLifecycle final : public AppLifecycle {
   std::vector<std::pair<int, std::function<void(AppLifecycleEvent)>>> observers_;
 };
 
+// Records what the SDK asked the system to open. Opens complete at once with `opens`, or never
+// when `neverComplete` is set.
+class FakeUrlOpener final : public UrlOpener {
+ public:
+  bool opens = true;
+  bool neverComplete = false;
+  bool canOpen(const std::string&) const override { return opens; }
+  void open(const std::string& url, std::function<void(bool)> completion) override {
+    opened.push_back(url);
+    if (neverComplete) {
+      pending.push_back(std::move(completion));
+    } else if (completion) {
+      completion(opens);
+    }
+  }
+  std::vector<std::string> opened;
+  std::vector<std::function<void(bool)>> pending;
+};
+
+class FakeReachability final : public Reachability {
+ public:
+  bool connected = true;
+  bool isConnected() const override { return connected; }
+};
+
 // The fakes wired together as one platform.
 struct FakePlatform {
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
@@ -115,6 +140,8 @@ struct FakePlatform {
   std::shared_ptr<FakeDeviceProbe> device = std::make_shared<FakeDeviceProbe>();
   std::shared_ptr<FakeTracking> tracking = std::make_shared<FakeTracking>();
   std::shared_ptr<FakeLifecycle> lifecycle = std::make_shared<FakeLifecycle>();
+  std::shared_ptr<FakeUrlOpener> urlOpener = std::make_shared<FakeUrlOpener>();
+  std::shared_ptr<FakeReachability> reachability = std::make_shared<FakeReachability>();
 
   PlatformServices services() const {
     PlatformServices s;
@@ -126,6 +153,8 @@ struct FakePlatform {
     s.device = device;
     s.tracking = tracking;
     s.lifecycle = lifecycle;
+    s.urlOpener = urlOpener;
+    s.reachability = reachability;
     return s;
   }
 };

@@ -69,7 +69,12 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
     });
     for (std::thread& thread : threads) thread.join();
     loop.runSync([&] { lifecycle->send(AppLifecycleEvent::willEnterForeground); });
-    for (int i = 0; i < 200 && queue->count() > 0; ++i) service->flush();
+    // A flush while a send runs does nothing, so keep asking until the queue is drained.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (queue->count() > 0 && std::chrono::steady_clock::now() < until) {
+      service->flush();
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
 
     std::size_t sent = 0;
     for (const EventBatch& batch : api->batches()) sent += batch.events.size();

@@ -118,6 +118,7 @@ struct DevServer::State {
   bool undecodableRefusals = false;
   std::vector<RecordedRequest> requests;
   std::vector<TrackEventRequest> events;
+  std::map<std::string, std::string> pages;
   std::string baseUrl;
 
   std::optional<App> findApp(const std::string& key) const {
@@ -168,6 +169,8 @@ DevServer::DevServer(Options options)
       state_(std::make_shared<State>()) {
   // Answers are written in pieces; without this, a reused connection waits out delayed ACKs.
   server_->set_tcp_nodelay(true);
+  // Stopping waits for idle keep-alive connections (a web view keeps some open) to time out.
+  server_->set_keep_alive_timeout(1);
   const std::filesystem::path appsFile = options_.dataDir / "apps.json";
   if (!options_.dataDir.empty() && std::filesystem::exists(appsFile)) {
     std::ifstream in(appsFile);
@@ -200,6 +203,10 @@ int DevServer::start() {
 
 void DevServer::stop() {
   if (thread_.joinable()) {
+    // A stop that comes before the loop has started is lost, so wait for it first.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (!server_->is_running() && std::chrono::steady_clock::now() < until)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     server_->stop();
     thread_.join();
   }
@@ -227,6 +234,11 @@ void DevServer::clearFaults() {
 void DevServer::setUndecodableRefusals(bool undecodable) {
   std::lock_guard lock(state_->mutex);
   state_->undecodableRefusals = undecodable;
+}
+
+void DevServer::setPage(const std::string& path, std::string html) {
+  std::lock_guard lock(state_->mutex);
+  state_->pages[path] = std::move(html);
 }
 
 std::vector<RecordedRequest> DevServer::requests() const {
@@ -497,6 +509,26 @@ void DevServer::installRoutes() {
     record.status = 400;
     for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
     std::lock_guard lock(state->mutex);
+    state->requests.push_back(std::move(record));
+  });
+
+  // Pages tests and tools put up; every request for one is recorded with its query and headers.
+  server_->Get(R"(/pages/.*)", [state](const httplib::Request& req, httplib::Response& res) {
+    RecordedRequest record;
+    record.method = req.method;
+    record.path = req.path;
+    record.target = req.target;
+    for (const auto& [name, value] : req.params) record.query.emplace_back(name, value);
+    for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+    std::lock_guard lock(state->mutex);
+    const auto page = state->pages.find(req.path);
+    record.status = page == state->pages.end() ? 404 : 200;
+    if (page == state->pages.end()) {
+      res.status = 404;
+      res.set_content("not found", "text/plain");
+    } else {
+      res.set_content(page->second, "text/html; charset=utf-8");
+    }
     state->requests.push_back(std::move(record));
   });
 

@@ -84,6 +84,9 @@ class DevServer {
   // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.
   void setUndecodableRefusals(bool undecodable);
 
+  // Serves `html` at `path`, which starts with "/pages/".
+  void setPage(const std::string& path, std::string html);
+
   std::vector<RecordedRequest> requests() const;
   std::vector<RecordedRequest> requestsTo(const std::string& path) const;
   void clearRequests();

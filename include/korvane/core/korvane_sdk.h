@@ -86,6 +86,7 @@ class KorvaneSdk {
   std::shared_ptr<SdkSession> session() const;
 
   friend class KorvaneSdkTestAccess;
+  friend class SdkInternals;
   std::function<PlatformServices()> platform_;
   mutable std::mutex sessionLock_;
   mutable std::shared_ptr<SdkSession> session_;

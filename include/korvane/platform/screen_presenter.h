@@ -23,6 +23,10 @@ class Screen {
   virtual WebView& webView() = 0;
   // Called when the person uses the screen's own close or back control.
   virtual void setCloseHandler(std::function<void()> handler) = 0;
+  // Called when the person uses the screen's reload control.
+  virtual void setRefreshHandler(std::function<void()> handler) = 0;
+  // Takes the screen's own web view off the screen (a page embedded over it has replaced it).
+  virtual void removeWebView() = 0;
   // Animates the page's opacity to `alpha` over `duration`; `done` runs when it has finished.
   virtual void fade(double alpha, std::chrono::milliseconds duration,
                     std::function<void()> done) = 0;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <memory>
 
 #include <glib.h>
@@ -12,20 +13,30 @@ namespace {
 struct PendingWork {
   std::function<void()> work;
   TaskHandle handle;
+  // GLib hands the work to the loop thread safely, but through code ThreadSanitizer cannot see;
+  // this release/acquire pair states the same ordering where it can.
+  std::atomic<bool> published{false};
 };
 
-gboolean runOnce(gpointer data) {
+PendingWork* received(gpointer data) {
   auto* pending = static_cast<PendingWork*>(data);
+  (void)pending->published.load(std::memory_order_acquire);
+  return pending;
+}
+
+gboolean runOnce(gpointer data) {
+  PendingWork* pending = received(data);
   if (!pending->handle.isCancelled()) pending->work();
   return G_SOURCE_REMOVE;
 }
 
 void destroyPending(gpointer data) {
-  std::unique_ptr<PendingWork>(static_cast<PendingWork*>(data));
+  std::unique_ptr<PendingWork>(received(data));
 }
 
 // GLib owns the work until the source runs or is destroyed; the destroy notify frees it.
 void attach(GMainContext* context, GSource* source, std::unique_ptr<PendingWork> pending) {
+  pending->published.store(true, std::memory_order_release);
   g_source_set_callback(source, runOnce, pending.release(), destroyPending);
   g_source_attach(source, context);
   g_source_unref(source);
@@ -46,14 +57,18 @@ GlibMainThread::~GlibMainThread() {
 void GlibMainThread::post(std::function<void()> work) {
   GSource* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  attach(context_, source, std::make_unique<PendingWork>(PendingWork{std::move(work), {}}));
+  auto pending = std::make_unique<PendingWork>();
+  pending->work = std::move(work);
+  attach(context_, source, std::move(pending));
 }
 
 TaskHandle GlibMainThread::postAfter(std::chrono::milliseconds delay, std::function<void()> work) {
   TaskHandle handle(std::make_shared<std::atomic<bool>>(false));
   const auto millis = delay.count() < 0 ? 0 : static_cast<guint>(delay.count());
-  attach(context_, g_timeout_source_new(millis),
-         std::make_unique<PendingWork>(PendingWork{std::move(work), handle}));
+  auto pending = std::make_unique<PendingWork>();
+  pending->work = std::move(work);
+  pending->handle = handle;
+  attach(context_, g_timeout_source_new(millis), std::move(pending));
   return handle;
 }
 

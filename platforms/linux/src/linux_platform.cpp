@@ -2,6 +2,9 @@
 
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/curl_http_client.h"
+#if KORVANE_WITH_WEBKIT
+#include "korvane/linux/gtk_screens.h"
+#endif
 #include "korvane/linux/gio_url_opener.h"
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
@@ -40,6 +43,9 @@ PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory
   services.lifecycle = hostLifecycle();
   services.urlOpener = std::make_shared<GioUrlOpener>(mainThread);
   services.diagnostics = std::make_shared<LinuxProcessDiagnostics>();
+#if KORVANE_WITH_WEBKIT
+  services.screens = std::make_shared<GtkScreenPresenter>();
+#endif
   return services;
 }
 

@@ -10,7 +10,8 @@ namespace korvane::linux_host {
 class LinuxProcessDiagnostics final : public ProcessDiagnostics {
  public:
   std::vector<std::string> callStack() const override;
-  void installUncaughtExceptionHandler(std::function<void(const UncaughtException&)> handler) override;
+  void installUncaughtExceptionHandler(
+      std::function<void(const UncaughtException&)> handler) override;
 };
 
 }  // namespace korvane::linux_host

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "korvane/offerwall/offerwall_callback.h"
+
+namespace korvane {
+
+class OfferwallControllerImpl;
+class Screen;
+
+// The full-screen offerwall: one page per controller, inner pages as further controllers. Set
+// the fields, then present. Main thread only. Callbacks are shared by all controllers, since one
+// offerwall is shown at a time: onClosed is reported at most once until a launch installs a new
+// callback.
+class KorvaneOfferwallViewController {
+  struct Token {
+    explicit Token() = default;
+  };
+
+ public:
+  static std::shared_ptr<KorvaneOfferwallViewController> create();
+  explicit KorvaneOfferwallViewController(Token) {}
+  ~KorvaneOfferwallViewController();
+
+  std::optional<std::string> baseUrl;
+  std::optional<std::string> userId;
+  std::optional<std::string> appKey;
+  std::optional<std::string> placementId;
+  bool isSubWebView = false;
+  std::string contextType = "offerwall";
+  std::optional<std::string> quizId;
+  std::optional<std::string> quizTitle;
+  bool showNavigationBar = false;
+  bool useNativeNavigationBar = false;
+
+  // Shows it full screen over `over` (the host's top screen when null), inside a navigation
+  // container when `inNavigationContainer`; the page starts loading at once.
+  void present(Screen* over = nullptr, bool inNavigationContainer = false);
+  // The close and back buttons: dismisses this page; the root also dismisses its inner pages,
+  // reports onClosed once and records "offerwall_closed".
+  void closeOfferwall();
+  void refreshWebView();
+  // On screen and not yet dismissed.
+  bool isPresented() const;
+  std::string advertisingId() const;
+
+  static void setOfferwallCallback(std::shared_ptr<OfferwallCallback> callback);
+  static std::shared_ptr<OfferwallCallback> offerwallCallback();
+  static void setEventCallback(std::shared_ptr<OfferwallEventCallback> callback);
+  static std::shared_ptr<OfferwallEventCallback> eventCallback();
+  static bool hasFiredOnClosed();
+  static void setHasFiredOnClosed(bool fired);
+  // Inner pages currently shown, oldest first.
+  static std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers();
+
+ private:
+  friend class OfferwallControllerImpl;
+  std::shared_ptr<OfferwallControllerImpl> impl_;
+};
+
+}  // namespace korvane

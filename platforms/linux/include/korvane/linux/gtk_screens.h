@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "korvane/platform/screen_presenter.h"
+
+namespace korvane::linux_host {
+
+// Offerwall screens on GTK 3: a window per full-screen page (a header with back, title and
+// reload when a bar is asked for), pages embedded over a page with a slide-up, and pages stacked
+// in an overlay with real opacity fades. Main thread only; calls gtk_init when nobody has.
+class GtkScreenPresenter final : public ScreenPresenter {
+ public:
+  GtkScreenPresenter();
+  std::unique_ptr<Screen> presentFullScreen(Screen* over, const ScreenOptions& options) override;
+  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
+                                         std::function<void()> done) override;
+  std::unique_ptr<Screen> stackOver(Screen& parent) override;
+
+  // Window size of a full-screen page, in pixels (a phone-shaped window on a desktop).
+  static constexpr int kWidth = 414;
+  static constexpr int kHeight = 800;
+};
+
+// Saves the window that shows `screen` as a PNG; false when it has nothing drawn yet.
+bool saveScreenshot(Screen& screen, const std::string& path);
+
+}  // namespace korvane::linux_host

@@ -1,0 +1,222 @@
+#include "korvane/linux/gtk_screens.h"
+
+#include <gtk/gtk.h>
+
+#include "korvane/linux/webkit_web_view.h"
+
+namespace korvane::linux_host {
+namespace {
+
+// Runs `step(progress)` on every frame for `duration`, then `done`, unless the owner went away.
+class Animation {
+ public:
+  Animation(std::weak_ptr<bool> owner, std::chrono::milliseconds duration,
+            std::function<void(double)> step, std::function<void()> done)
+      : owner_(std::move(owner)),
+        duration_(duration),
+        step_(std::move(step)),
+        done_(std::move(done)),
+        start_(g_get_monotonic_time()) {}
+
+  static void start(std::unique_ptr<Animation> animation) {
+    g_timeout_add_full(G_PRIORITY_DEFAULT, 16, tick, animation.release(), [](gpointer data) {
+      std::unique_ptr<Animation>(static_cast<Animation*>(data));
+    });
+  }
+
+ private:
+  static gboolean tick(gpointer data) {
+    auto* self = static_cast<Animation*>(data);
+    if (self->owner_.expired()) return G_SOURCE_REMOVE;
+    const double elapsed = static_cast<double>(g_get_monotonic_time() - self->start_) / 1000.0;
+    const double total = static_cast<double>(self->duration_.count());
+    const double progress = total <= 0 ? 1.0 : std::min(1.0, elapsed / total);
+    self->step_(progress);
+    if (progress < 1.0) return G_SOURCE_CONTINUE;
+    if (self->done_) self->done_();
+    return G_SOURCE_REMOVE;
+  }
+
+  std::weak_ptr<bool> owner_;
+  std::chrono::milliseconds duration_;
+  std::function<void(double)> step_;
+  std::function<void()> done_;
+  gint64 start_;
+};
+
+class GtkScreen final : public Screen {
+ public:
+  // A window of its own.
+  GtkScreen(GtkWindow* over, const ScreenOptions& options) {
+    window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_window_set_default_size(GTK_WINDOW(window_), GtkScreenPresenter::kWidth,
+                                GtkScreenPresenter::kHeight);
+    gtk_window_set_title(GTK_WINDOW(window_),
+                         options.title.empty() ? "Korvane offerwall" : options.title.c_str());
+    if (over) gtk_window_set_transient_for(GTK_WINDOW(window_), over);
+    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    if (options.showNavigationBar)
+      gtk_box_pack_start(GTK_BOX(column), makeBar(options), FALSE, FALSE, 0);
+    overlay_ = gtk_overlay_new();
+    gtk_container_add(GTK_CONTAINER(overlay_), webView_.widget());
+    gtk_box_pack_start(GTK_BOX(column), overlay_, TRUE, TRUE, 0);
+    gtk_container_add(GTK_CONTAINER(window_), column);
+    g_signal_connect(window_, "delete-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer data) {
+                       static_cast<GtkScreen*>(data)->closeRequested();
+                       return TRUE;
+                     }),
+                     this);
+    gtk_widget_show_all(window_);
+  }
+
+  // A page inside `parent`'s overlay, above what it shows.
+  explicit GtkScreen(GtkScreen& parent)
+      : parentOverlay_(parent.overlay_), overlay_(parent.overlay_) {
+    GtkWidget* widget = webView_.widget();
+    gtk_overlay_add_overlay(GTK_OVERLAY(parentOverlay_), widget);
+    gtk_widget_set_halign(widget, GTK_ALIGN_FILL);
+    gtk_widget_set_valign(widget, GTK_ALIGN_FILL);
+    gtk_widget_show(widget);
+  }
+
+  ~GtkScreen() override {
+    *alive_ = false;
+    alive_.reset();
+    if (window_) gtk_widget_destroy(window_);
+  }
+
+  WebView& webView() override { return webView_; }
+  void setCloseHandler(std::function<void()> handler) override { close_ = std::move(handler); }
+  void setRefreshHandler(std::function<void()> handler) override { refresh_ = std::move(handler); }
+  void removeWebView() override { gtk_widget_hide(webView_.widget()); }
+
+  void fade(double alpha, std::chrono::milliseconds duration, std::function<void()> done) override {
+    GtkWidget* widget = webView_.widget();
+    const double from = gtk_widget_get_opacity(widget);
+    Animation::start(std::make_unique<Animation>(
+        alive_, duration,
+        [widget, from, alpha](double t) {
+          gtk_widget_set_opacity(widget, from + (alpha - from) * t);
+        },
+        std::move(done)));
+  }
+
+  void dismiss(bool animated, std::function<void()> done) override {
+    GtkWidget* target = window_ ? window_ : webView_.widget();
+    auto finish = [target, done = std::move(done)] {
+      gtk_widget_hide(target);
+      if (done) done();
+    };
+    if (!animated) return finish();
+    const double from = gtk_widget_get_opacity(target);
+    Animation::start(std::make_unique<Animation>(
+        alive_, std::chrono::milliseconds(200),
+        [target, from](double t) { gtk_widget_set_opacity(target, from * (1 - t)); }, finish));
+  }
+
+  // Starts just below the visible area and slides up to cover it.
+  void slideUp(std::chrono::milliseconds duration, std::function<void()> done) {
+    GtkWidget* widget = webView_.widget();
+    const int height = std::max(1, gtk_widget_get_allocated_height(parentOverlay_));
+    gtk_widget_set_valign(widget, GTK_ALIGN_START);
+    gtk_widget_set_size_request(widget, -1, height);
+    gtk_widget_set_margin_top(widget, height);
+    Animation::start(std::make_unique<Animation>(
+        alive_, duration,
+        [widget, height](double t) {
+          const double eased = 1 - (1 - t) * (1 - t);  // ease-out
+          gtk_widget_set_margin_top(widget, static_cast<int>(height * (1 - eased)));
+        },
+        [widget, done = std::move(done)] {
+          gtk_widget_set_valign(widget, GTK_ALIGN_FILL);
+          gtk_widget_set_size_request(widget, -1, -1);
+          if (done) done();
+        }));
+  }
+
+  GtkWindow* window() const {
+    if (window_) return GTK_WINDOW(window_);
+    return GTK_WINDOW(gtk_widget_get_toplevel(overlay_));
+  }
+
+ private:
+  GtkWidget* makeBar(const ScreenOptions& options) {
+    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_size_request(bar, -1, 44);
+    GtkWidget* close = gtk_button_new_with_label(options.inNavigationContainer ? "✕" : "< 뒤로");
+    GtkWidget* title = gtk_label_new(options.inNavigationContainer ? options.title.c_str() : "");
+    GtkWidget* refresh = gtk_button_new_with_label("⟳");
+    for (GtkWidget* button : {close, refresh})
+      gtk_button_set_relief(GTK_BUTTON(button), GTK_RELIEF_NONE);
+    gtk_widget_set_margin_start(close, 16);
+    gtk_widget_set_margin_end(refresh, 16);
+    gtk_box_pack_start(GTK_BOX(bar), close, FALSE, FALSE, 0);
+    gtk_box_set_center_widget(GTK_BOX(bar), title);
+    gtk_box_pack_end(GTK_BOX(bar), refresh, FALSE, FALSE, 0);
+    g_signal_connect(close, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
+                       static_cast<GtkScreen*>(data)->closeRequested();
+                     }),
+                     this);
+    g_signal_connect(refresh, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
+                       auto* self = static_cast<GtkScreen*>(data);
+                       if (self->refresh_) self->refresh_();
+                     }),
+                     this);
+    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_pack_start(GTK_BOX(column), bar, FALSE, FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(column), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL), FALSE, FALSE,
+                       0);
+    return column;
+  }
+
+  void closeRequested() {
+    if (close_) close_();
+  }
+
+  WebKitWebViewPort webView_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  GtkWidget* window_ = nullptr;
+  GtkWidget* parentOverlay_ = nullptr;
+  GtkWidget* overlay_ = nullptr;
+  std::function<void()> close_;
+  std::function<void()> refresh_;
+};
+
+}  // namespace
+
+GtkScreenPresenter::GtkScreenPresenter() = default;
+
+std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(Screen* over,
+                                                              const ScreenOptions& options) {
+  // GTK starts with the first page, so hosts that never show one need no display.
+  static const bool started = gtk_init_check(nullptr, nullptr);
+  if (!started) g_warning("GTK could not open a display");
+  GtkWindow* parent = over ? static_cast<GtkScreen*>(over)->window() : nullptr;
+  return std::make_unique<GtkScreen>(parent, options);
+}
+
+std::unique_ptr<Screen> GtkScreenPresenter::embedSlidingUp(Screen& parent,
+                                                           std::chrono::milliseconds duration,
+                                                           std::function<void()> done) {
+  auto screen = std::make_unique<GtkScreen>(static_cast<GtkScreen&>(parent));
+  screen->slideUp(duration, std::move(done));
+  return screen;
+}
+
+std::unique_ptr<Screen> GtkScreenPresenter::stackOver(Screen& parent) {
+  return std::make_unique<GtkScreen>(static_cast<GtkScreen&>(parent));
+}
+
+bool saveScreenshot(Screen& screen, const std::string& path) {
+  GtkWindow* window = static_cast<GtkScreen&>(screen).window();
+  GdkWindow* drawn = window ? gtk_widget_get_window(GTK_WIDGET(window)) : nullptr;
+  if (!drawn) return false;
+  GdkPixbuf* pixels = gdk_pixbuf_get_from_window(drawn, 0, 0, gdk_window_get_width(drawn),
+                                                 gdk_window_get_height(drawn));
+  if (!pixels) return false;
+  const bool saved = gdk_pixbuf_save(pixels, path.c_str(), "png", nullptr, nullptr);
+  g_object_unref(pixels);
+  return saved;
+}
+
+}  // namespace korvane::linux_host

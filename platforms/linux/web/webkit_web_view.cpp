@@ -1,0 +1,279 @@
+#include "korvane/linux/webkit_web_view.h"
+
+#include <gio/gio.h>
+#include <webkit2/webkit2.h>
+
+#include <algorithm>
+
+#include "korvane/version.h"
+
+namespace korvane::linux_host {
+
+// What signal handlers reach; it outlives the port while WebKit may still call in.
+struct WebKitWebViewPort::Signals {
+  std::weak_ptr<WebViewDelegate> delegate;
+  bool loadFailed = false;
+  std::shared_ptr<WebViewDelegate> target() const { return delegate.lock(); }
+};
+
+namespace {
+
+using Signals = WebKitWebViewPort::Signals;
+
+Signals& signalsOf(gpointer data) {
+  return **static_cast<std::shared_ptr<Signals>*>(data);
+}
+
+gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
+                        WebKitPolicyDecisionType type, gpointer data) {
+  if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
+      type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
+    return FALSE;
+  auto delegate = signalsOf(data).target();
+  if (!delegate) return FALSE;
+  auto* navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
+  WebKitNavigationAction* action =
+      webkit_navigation_policy_decision_get_navigation_action(navigation);
+  WebKitURIRequest* request = webkit_navigation_action_get_request(action);
+  NavigationAction asked;
+  asked.url = webkit_uri_request_get_uri(request);
+  // WebKitGTK does not say which frame navigates; the policy treats all frames alike.
+  asked.mainFrame = type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION;
+  if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
+    webkit_policy_decision_use(decision);
+  } else {
+    webkit_policy_decision_ignore(decision);
+  }
+  return TRUE;
+}
+
+void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
+  Signals& signals = signalsOf(data);
+  if (event == WEBKIT_LOAD_STARTED) signals.loadFailed = false;
+  if (event != WEBKIT_LOAD_FINISHED || signals.loadFailed) return;
+  if (auto delegate = signals.target()) delegate->didFinishNavigation();
+}
+
+gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* error, gpointer data) {
+  Signals& signals = signalsOf(data);
+  signals.loadFailed = true;
+  if (auto delegate = signals.target()) {
+    delegate->didFailNavigation(
+        urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
+        event == WEBKIT_LOAD_STARTED);
+  }
+  return TRUE;  // never WebKit's own error page
+}
+
+void onProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer data) {
+  if (auto delegate = signalsOf(data).target()) delegate->webContentProcessDidTerminate();
+}
+
+gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer data) {
+  if (webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_ALERT) return FALSE;
+  if (auto delegate = signalsOf(data).target())
+    delegate->runAlert(webkit_script_dialog_get_message(dialog), [] {});
+  return TRUE;  // answered: no alert is shown
+}
+
+void onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult* result, gpointer data) {
+  auto* entry = static_cast<std::pair<std::shared_ptr<Signals>, std::string>*>(data);
+  auto delegate = entry->first->target();
+  if (!delegate) return;
+  JSCValue* value = webkit_javascript_result_get_js_value(result);
+  ScriptMessage message;
+  message.handlerName = entry->second;
+  message.isString = jsc_value_is_string(value);
+  gchar* text = message.isString ? jsc_value_to_string(value) : jsc_value_to_json(value, 0);
+  message.body = text ? text : "null";
+  g_free(text);
+  delegate->didReceiveScriptMessage(message);
+}
+
+void freeHandlerEntry(gpointer data, GClosure*) {
+  std::unique_ptr<std::pair<std::shared_ptr<Signals>, std::string>>(
+      static_cast<std::pair<std::shared_ptr<Signals>, std::string>*>(data));
+}
+
+void freeSignals(gpointer data, GClosure*) {
+  std::unique_ptr<std::shared_ptr<Signals>>(static_cast<std::shared_ptr<Signals>*>(data));
+}
+
+template <typename Handler>
+void connect(gpointer instance, const char* signal, Handler handler,
+             const std::shared_ptr<Signals>& signals) {
+  g_signal_connect_data(instance, signal, G_CALLBACK(handler),
+                        std::make_unique<std::shared_ptr<Signals>>(signals).release(), freeSignals,
+                        GConnectFlags(0));
+}
+
+}  // namespace
+
+Error urlLoadingError(const char* domain, int code, const std::string& message) {
+  const std::string name = domain ? domain : "";
+  long urlCode = -1;
+  if ((name == "WebKitNetworkError" && code == WEBKIT_NETWORK_ERROR_CANCELLED) ||
+      (name == "WebKitPolicyError" &&
+       code == WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE) ||
+      (name == "g-io-error-quark" && code == G_IO_ERROR_CANCELLED)) {
+    urlCode = -999;
+  } else if (name == "g-io-error-quark" &&
+             (code == G_IO_ERROR_CONNECTION_REFUSED || code == G_IO_ERROR_HOST_UNREACHABLE ||
+              code == G_IO_ERROR_NETWORK_UNREACHABLE || code == G_IO_ERROR_NOT_CONNECTED)) {
+    urlCode = -1009;
+  } else if (name == "g-resolver-error-quark") {
+    urlCode = -1009;
+  } else if (name == "g-io-error-quark" && code == G_IO_ERROR_TIMED_OUT) {
+    urlCode = -1001;
+  } else if (name == "g-io-error-quark" &&
+             (code == G_IO_ERROR_CONNECTION_CLOSED || code == G_IO_ERROR_BROKEN_PIPE)) {
+    urlCode = -1005;
+  }
+  return Error{Error::kUrlLoadingDomain, urlCode, message, "WebKitError"};
+}
+
+WebKitWebViewPort::WebKitWebViewPort() : signals_(std::make_shared<Signals>()) {
+  WebKitUserContentManager* content = webkit_user_content_manager_new();
+  view_ = WEBKIT_WEB_VIEW(webkit_web_view_new_with_user_content_manager(content));
+  g_object_unref(content);
+  g_object_ref_sink(view_);
+  WebKitSettings* settings = webkit_web_view_get_settings(view_);
+  webkit_settings_set_enable_javascript(settings, TRUE);
+  webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
+  webkit_settings_set_media_playback_requires_user_gesture(settings, FALSE);
+  webkit_settings_set_user_agent_with_application_details(settings, "KorvaneSDK", kSdkVersion);
+  GdkRGBA white{1, 1, 1, 1};
+  webkit_web_view_set_background_color(view_, &white);
+  connect(view_, "decide-policy", onDecidePolicy, signals_);
+  connect(view_, "load-changed", onLoadChanged, signals_);
+  connect(view_, "load-failed", onLoadFailed, signals_);
+  connect(view_, "web-process-terminated", onProcessTerminated, signals_);
+  connect(view_, "script-dialog", onScriptDialog, signals_);
+}
+
+WebKitWebViewPort::~WebKitWebViewPort() {
+  // Handlers still connected find no delegate from here on; their data goes with the view.
+  signals_->delegate.reset();
+  WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
+  for (const std::string& name : handlers_) {
+    g_signal_handlers_disconnect_matched(content, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
+                                         reinterpret_cast<gpointer>(onScriptMessage), nullptr);
+    webkit_user_content_manager_unregister_script_message_handler(content, name.c_str());
+  }
+  webkit_web_view_stop_loading(view_);
+  GtkWidget* widget = GTK_WIDGET(view_);
+  if (GtkWidget* parent = gtk_widget_get_parent(widget))
+    gtk_container_remove(GTK_CONTAINER(parent), widget);
+  gtk_widget_destroy(widget);
+  g_object_unref(view_);
+}
+
+GtkWidget* WebKitWebViewPort::widget() const {
+  return GTK_WIDGET(view_);
+}
+
+void WebKitWebViewPort::setDelegate(std::weak_ptr<WebViewDelegate> delegate) {
+  signals_->delegate = std::move(delegate);
+}
+
+void WebKitWebViewPort::addUserScript(const std::string& script) {
+  WebKitUserScript* user =
+      webkit_user_script_new(script.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+                             WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr);
+  webkit_user_content_manager_add_script(webkit_web_view_get_user_content_manager(view_), user);
+  webkit_user_script_unref(user);
+}
+
+void WebKitWebViewPort::addScriptMessageHandler(const std::string& name) {
+  WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
+  if (!webkit_user_content_manager_register_script_message_handler(content, name.c_str())) return;
+  handlers_.push_back(name);
+  const std::string signal = "script-message-received::" + name;
+  g_signal_connect_data(
+      content, signal.c_str(), G_CALLBACK(onScriptMessage),
+      std::make_unique<std::pair<std::shared_ptr<Signals>, std::string>>(signals_, name).release(),
+      freeHandlerEntry, GConnectFlags(0));
+}
+
+void WebKitWebViewPort::removeScriptMessageHandler(const std::string& name) {
+  const auto it = std::find(handlers_.begin(), handlers_.end(), name);
+  if (it == handlers_.end()) return;
+  handlers_.erase(it);
+  WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
+  const std::string signal = "script-message-received::" + name;
+  guint id = 0;
+  GQuark detail = 0;
+  if (g_signal_parse_name(signal.c_str(), G_OBJECT_TYPE(content), &id, &detail, FALSE)) {
+    g_signal_handlers_disconnect_matched(
+        content, GSignalMatchType(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DETAIL), id, detail, nullptr,
+        nullptr, nullptr);
+  }
+  webkit_user_content_manager_unregister_script_message_handler(content, name.c_str());
+}
+
+void WebKitWebViewPort::load(const WebRequest& request) {
+  WebKitURIRequest* uri = webkit_uri_request_new(request.url.c_str());
+  // Headers travel with this first request only, which is all the offerwall needs.
+  if (SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(uri)) {
+    for (const auto& [name, value] : request.headers)
+      soup_message_headers_append(headers, name.c_str(), value.c_str());
+  }
+  webkit_web_view_load_request(view_, uri);
+  g_object_unref(uri);
+}
+
+void WebKitWebViewPort::loadHtml(const std::string& html,
+                                 const std::optional<std::string>& baseUrl) {
+  webkit_web_view_load_html(view_, html.c_str(), baseUrl ? baseUrl->c_str() : nullptr);
+}
+
+void WebKitWebViewPort::evaluateJavaScript(const std::string& script,
+                                           std::function<void(Result<std::string>)> completion) {
+  using Completion = std::function<void(Result<std::string>)>;
+  auto finished = [](GObject* source, GAsyncResult* result, gpointer data) {
+    std::unique_ptr<Completion> done(static_cast<Completion*>(data));
+    GError* error = nullptr;
+    JSCValue* value =
+        webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error);
+    if (!*done) {
+      if (error) g_error_free(error);
+      if (value) g_object_unref(value);
+      return;
+    }
+    if (!value) {
+      Error failure{"WKErrorDomain", error ? error->code : -1,
+                    error ? error->message : "JavaScript evaluation failed", "WebKitError"};
+      if (error) g_error_free(error);
+      return (*done)(failure);
+    }
+    gchar* json = jsc_value_is_undefined(value) ? nullptr : jsc_value_to_json(value, 0);
+    std::string text = json ? json : "null";
+    g_free(json);
+    g_object_unref(value);
+    (*done)(text);
+  };
+  webkit_web_view_evaluate_javascript(
+      view_, script.c_str(), -1, nullptr, nullptr, nullptr, finished,
+      std::make_unique<Completion>(std::move(completion)).release());
+}
+
+void WebKitWebViewPort::reload() {
+  webkit_web_view_reload(view_);
+}
+void WebKitWebViewPort::stopLoading() {
+  webkit_web_view_stop_loading(view_);
+}
+bool WebKitWebViewPort::canGoBack() const {
+  return webkit_web_view_can_go_back(view_);
+}
+void WebKitWebViewPort::goBack() {
+  webkit_web_view_go_back(view_);
+}
+
+std::optional<std::string> WebKitWebViewPort::currentUrl() const {
+  const gchar* uri = webkit_web_view_get_uri(view_);
+  if (!uri) return std::nullopt;
+  return std::string(uri);
+}
+
+}  // namespace korvane::linux_host

@@ -1,0 +1,240 @@
+#include "offerwall/bridge_scripts.h"
+
+namespace korvane {
+
+const std::string& postMessagePolyfillScript() {
+  static const std::string script = R"JS((function() {
+    if (!window.webkit || !window.webkit.messageHandlers) { return; }
+    var handlers = window.webkit.messageHandlers;
+    var post = function(message) {
+        try {
+            var text = typeof message === 'string' ? message : JSON.stringify(message);
+            window.webkit.messageHandlers.korvaneNative.postMessage(text);
+        } catch (e) {
+            console.error('[KorvaneSDK] bridge error', e);
+        }
+    };
+    try {
+        var proto = Object.getPrototypeOf(handlers) || Object.prototype;
+        Object.defineProperty(proto, 'postMessage', {
+            configurable: true,
+            get: function() { return this === handlers ? post : undefined; }
+        });
+        console.log('[KorvaneSDK] Polyfill installed on prototype');
+    } catch (e) {
+        try {
+            Object.defineProperty(Object.prototype, 'postMessage', {
+                configurable: true,
+                get: function() { return this === window.webkit.messageHandlers ? post : undefined; }
+            });
+            console.log('[KorvaneSDK] Polyfill installed on Object.prototype (fallback)');
+        } catch (e2) {
+            console.log('[KorvaneSDK] Failed to install polyfill');
+        }
+    }
+})();)JS";
+  return script;
+}
+
+const std::string& korvaneBridgeScript() {
+  static const std::string script = R"JS(window.KorvaneBridge = {
+    postMessage: function(type, data) {
+        var message = { type: type, data: data || {} };
+        if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.korvaneNative) {
+            window.webkit.messageHandlers.korvaneNative.postMessage(JSON.stringify(message));
+        } else {
+            console.error('Native bridge not available');
+        }
+    },
+    openWebView: function(url) { this.postMessage('openWebView', { url: url }); },
+    close: function() { this.postMessage('close', {}); },
+    closeAndOpenWebView: function(url) { this.postMessage('closeOpenWebView', { url: url }); },
+    openExternalBrowser: function(url) { this.postMessage('externalOpenBrowser', { url: url }); },
+    quizStarted: function(quizId) { this.postMessage('quizStarted', { quizId: quizId }); },
+    quizCompleted: function(quizId, score) { this.postMessage('quizCompleted', { quizId: quizId, score: score }); },
+    missionCompleted: function(missionId) { this.postMessage('missionCompleted', { missionId: missionId }); },
+    missionRefreshed: function(unitId) { this.postMessage('missionRefreshed', { unitId: unitId || '' }); },
+    getUserInfo: function(callback) {
+        window.userInfoCallback = callback;
+        this.postMessage('getUserInfo', {});
+    },
+    trackEvent: function(eventNameOrObject, parameters) {
+        if (typeof eventNameOrObject === 'string') {
+            this.postMessage('trackEvent', { eventName: eventNameOrObject, parameters: parameters || {} });
+        } else if (eventNameOrObject !== null && typeof eventNameOrObject === 'object') {
+            this.postMessage('trackEvent', eventNameOrObject);
+        } else {
+            console.error('[KorvaneBridge] trackEvent: Invalid parameter type');
+        }
+    },
+    openAdjoeOfferwall: function(placementId) {
+        this.postMessage('openAdjoeOfferwall', { placementId: placementId || 'default' });
+    },
+    checkAppInstalled: function(params, legacyCallback) {
+        if (typeof params === 'string') {
+            this.postMessage('checkAppInstalled', { identifier: params, callback: legacyCallback });
+        } else if (params !== null && typeof params === 'object') {
+            this.postMessage('checkAppInstalled', params);
+        } else {
+            console.error('[KorvaneBridge] checkAppInstalled: Invalid parameter type');
+        }
+    },
+    sendEvent: function(eventType, payload) {
+        this.postMessage('customEvent', { eventType: eventType, payload: payload || {} });
+    },
+    requestData: function(requestType, params, callback) {
+        var requestId = 'req_' + Date.now() + '_' + Math.random().toString(36).substr(2, 9);
+        if (typeof callback === 'function') {
+            window['_korvane_callback_' + requestId] = callback;
+        }
+        this.postMessage('dataRequest', { requestId: requestId, requestType: requestType, params: params || {} });
+    }
+};
+console.log('KorvaneBridge injected successfully');)JS";
+  return script;
+}
+
+std::string advertisingIdScript(const std::string& advertisingId) {
+  return "if(window.KorvaneConfig) { window.KorvaneConfig.ifa = '" + advertisingId + "'; }";
+}
+
+std::string userInfoReplyScript(const JsonValue& userInfo) {
+  return "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived(" + userInfo.dump() +
+         ");\n}";
+}
+
+std::string appInstalledResultJson(bool installed, const std::string& identifier) {
+  return std::string("{\n    \"installed\": ") + (installed ? "true" : "false") +
+         ",\n    \"identifier\": \"" + identifier + "\"\n}";
+}
+
+std::string appInstalledReplyScript(const std::string& name, bool installed,
+                                    const std::string& identifier) {
+  const std::string json = appInstalledResultJson(installed, identifier);
+  return "(function() {\n    try {\n        if (typeof window." + name +
+         " === 'function') {\n            window." + name + "(" + json +
+         ");\n            console.log('[KorvaneBridge] Called " + name + " with result:', " + json +
+         ");\n        } else {\n            console.warn('[KorvaneBridge] Callback " + name +
+         " is not a function');\n        }\n    } catch (e) {\n        "
+         "console.error('[KorvaneBridge] "
+         "Error calling " +
+         name + ":', e);\n    }\n})();";
+}
+
+std::string dataResponseScript(const std::string& requestId, const JsonValue& response) {
+  return "(function() {\n    try {\n        var callback = window._korvane_callback_" + requestId +
+         ";\n        if (callback && typeof callback === 'function') {\n            callback(" +
+         response.dump() + ");\n            delete window._korvane_callback_" + requestId +
+         ";\n            console.log('[KorvaneBridge] Data request fulfilled: " + requestId +
+         "');\n        } else {\n            console.warn('[KorvaneBridge] No callback found for "
+         "request: " +
+         requestId +
+         "');\n        }\n    } catch (e) {\n        console.error('[KorvaneBridge] Error "
+         "executing "
+         "data callback:', e);\n    }\n})();";
+}
+
+const std::string& offlinePageHtml() {
+  static const std::string html = R"HTML(<!DOCTYPE html>
+<html lang="ko">
+<head>
+<meta charset="utf-8">
+<meta name="viewport" content="width=device-width, initial-scale=1.0, maximum-scale=1.0, user-scalable=no">
+<style>
+  * { margin: 0; padding: 0; box-sizing: border-box; }
+  body {
+    font-family: -apple-system, BlinkMacSystemFont, "Segoe UI", sans-serif;
+    background: #ffffff;
+    min-height: 100vh;
+    display: flex;
+    align-items: center;
+    justify-content: center;
+    padding: 20px;
+  }
+  .card {
+    background: #ffffff;
+    width: 100%;
+    max-width: 380px;
+    border-radius: 24px;
+    box-shadow: 0 10px 40px rgba(0, 0, 0, 0.08);
+    padding: 40px 28px;
+    text-align: center;
+    animation: slideUp 0.5s ease-out;
+  }
+  @keyframes slideUp {
+    from { opacity: 0; transform: translateY(30px); }
+    to { opacity: 1; transform: translateY(0); }
+  }
+  .badge {
+    width: 90px;
+    height: 90px;
+    margin: 0 auto 24px;
+    border-radius: 50%;
+    background: linear-gradient(135deg, #f093fb 0%, #f5576c 100%);
+    display: flex;
+    align-items: center;
+    justify-content: center;
+    font-size: 44px;
+  }
+  h1 { font-size: 26px; font-weight: bold; color: #2d3436; margin-bottom: 12px; }
+  p { font-size: 17px; color: #636e72; line-height: 1.5; margin-bottom: 32px; }
+  button {
+    width: 100%;
+    padding: 16px;
+    border: none;
+    border-radius: 14px;
+    background: linear-gradient(135deg, #667eea 0%, #764ba2 100%);
+    color: #ffffff;
+    font-size: 17px;
+    font-weight: 600;
+  }
+  button:disabled { opacity: 0.6; }
+  .spinner {
+    display: none;
+    width: 24px;
+    height: 24px;
+    margin: 0 auto 16px;
+    border: 3px solid #dfe6e9;
+    border-top-color: #667eea;
+    border-radius: 50%;
+    animation: spin 0.8s linear infinite;
+  }
+  @keyframes spin { to { transform: rotate(360deg); } }
+</style>
+</head>
+<body>
+  <div class="card">
+    <div class="badge">🌐</div>
+    <h1>연결할 수 없음</h1>
+    <p>인터넷 연결을 확인한 후<br>다시 시도해 주세요</p>
+    <div class="spinner" id="spinner"></div>
+    <button onclick="closeOfferwall()">닫기</button>
+  </div>
+<script>
+  function closeOfferwall() {
+    if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.korvaneNative) {
+      window.webkit.messageHandlers.korvaneNative.postMessage(JSON.stringify({ type: 'close' }));
+    } else {
+      window.history.back();
+    }
+  }
+  function retry() {
+    document.getElementById('spinner').style.display = 'block';
+    var buttons = document.querySelectorAll('button');
+    for (var i = 0; i < buttons.length; i++) { buttons[i].disabled = true; }
+    setTimeout(function() {
+      if (window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers.korvaneNative) {
+        window.webkit.messageHandlers.korvaneNative.postMessage(JSON.stringify({ type: 'retry' }));
+      } else {
+        window.location.reload();
+      }
+    }, 300);
+  }
+</script>
+</body>
+</html>
+)HTML";
+  return html;
+}
+
+}  // namespace korvane

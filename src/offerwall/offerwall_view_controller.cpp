@@ -1,0 +1,322 @@
+#include "korvane/offerwall/offerwall_view_controller.h"
+
+#include "api/url_text.h"
+#include "core/sdk_session.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/core/logger.h"
+#include "korvane/platform/screen_presenter.h"
+#include "offerwall/bridge_dispatcher.h"
+#include "offerwall/bridge_scripts.h"
+#include "offerwall/navigation_policy.h"
+#include "offerwall/offerwall_url.h"
+#include "offerwall/page_host.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::string_view kTag = "KorvaneOfferwallViewController";
+
+// One offerwall is shown at a time, so its callbacks and close flag are shared by every
+// controller. Main thread only.
+struct TypeWideState {
+  std::shared_ptr<OfferwallCallback> offerwallCallback;
+  std::shared_ptr<OfferwallEventCallback> eventCallback;
+  bool hasFiredOnClosed = false;
+  std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers;
+  // Presented controllers stay alive until they are dismissed.
+  std::vector<std::shared_ptr<KorvaneOfferwallViewController>> presented;
+};
+
+TypeWideState& typeWide() {
+  static TypeWideState state;
+  return state;
+}
+
+// The title the native bar shows: the base address's host without a leading "www.".
+std::string navigationTitle(const std::optional<std::string>& baseUrl) {
+  const std::string fallback = "Adjoe Offerwall";
+  if (!baseUrl || !url::isValid(*baseUrl)) return fallback;
+  const std::size_t start = baseUrl->find("://");
+  if (start == std::string::npos) return fallback;
+  std::string host = baseUrl->substr(start + 3);
+  host = host.substr(0, host.find_first_of("/?#"));
+  if (const std::size_t at = host.rfind('@'); at != std::string::npos) host = host.substr(at + 1);
+  host = host.substr(0, host.find(':'));
+  if (host.empty()) return fallback;
+  return host.rfind("www.", 0) == 0 ? host.substr(4) : host;
+}
+
+}  // namespace
+
+// The controller's behaviour: the page host, the bridge host and the web view's delegate.
+class OfferwallControllerImpl final : public PageHost, public BridgeHost {
+ public:
+  explicit OfferwallControllerImpl(std::weak_ptr<KorvaneOfferwallViewController> owner)
+      : PageHost(BridgeHostKind::controller, std::string(kTag)), owner_(std::move(owner)) {}
+  // The web view belongs to the screen, so let go of it before the screen goes.
+  ~OfferwallControllerImpl() override { detach(); }
+
+  void present(Screen* over, bool inNavigationContainer);
+  // Takes a screen another controller made for it (the slide-up replacement) and loads.
+  void adoptScreen(std::unique_ptr<Screen> screen);
+  void closeProcedure();
+  void dismiss(bool animated);
+
+  // BridgeHost
+  void openPage(const std::string& url) override;
+  void closePage() override;
+  void retry() override { retryLoad(); }
+  void replacePage(const std::string& url) override;
+  void replacePageWithoutUrl() override {
+    KorvaneLogger::w(kTag, "closeOpenWebView: No URL provided");
+  }
+  void openAdjoeOfferwall(const std::string& placementId,
+                          std::shared_ptr<OfferwallCallback> callback) override;
+  void evaluate(const std::string& script,
+                std::function<void(Result<std::string>)> completion) override {
+    evaluateInPage(script, std::move(completion));
+  }
+  std::shared_ptr<OfferwallEventCallback> eventCallback() const override {
+    return typeWide().eventCallback;
+  }
+  bool isSubPage() const override { return owner() && owner()->isSubWebView; }
+  std::string contextType() const override {
+    return owner() ? owner()->contextType : std::string("offerwall");
+  }
+  std::optional<std::string> quizId() const override {
+    return owner() ? owner()->quizId : std::nullopt;
+  }
+
+  // PageHost
+  void closeFromPage() override { closePage(); }
+  void reportError(const std::string& message) override {
+    if (!isSubPage() && typeWide().offerwallCallback)
+      typeWide().offerwallCallback->onError(message);
+  }
+  void onScriptMessage(const ScriptMessage& message) override { dispatcher_->receive(message); }
+
+  bool isPresented() const { return screen_ != nullptr && !dismissing_; }
+  Screen* screen() const { return screen_.get(); }
+
+ private:
+  std::shared_ptr<KorvaneOfferwallViewController> owner() const { return owner_.lock(); }
+  void viewDidLoad();
+  void fireOnClosedOnce();
+  void finishDismissal();
+
+  std::weak_ptr<KorvaneOfferwallViewController> owner_;
+  std::shared_ptr<BridgeDispatcher> dispatcher_;
+  std::unique_ptr<Screen> screen_;
+  bool dismissing_ = false;
+  // A page that slid up over this one and replaced its web view.
+  std::shared_ptr<KorvaneOfferwallViewController> child_;
+};
+
+void OfferwallControllerImpl::present(Screen* over, bool inNavigationContainer) {
+  auto self = owner();
+  const PlatformServices& platform = SdkInternals::session()->environment().platform;
+  if (!platform.screens) {
+    KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
+    return;
+  }
+  ScreenOptions options;
+  options.inNavigationContainer = inNavigationContainer;
+  if (self->useNativeNavigationBar) {
+    options.inNavigationContainer = true;
+    options.showNavigationBar = true;
+    options.title = navigationTitle(self->baseUrl);
+  } else if (self->showNavigationBar) {
+    options.showNavigationBar = true;
+  }
+  screen_ = platform.screens->presentFullScreen(over, options);
+  typeWide().presented.push_back(self);
+  viewDidLoad();
+}
+
+void OfferwallControllerImpl::adoptScreen(std::unique_ptr<Screen> screen) {
+  screen_ = std::move(screen);
+  viewDidLoad();
+}
+
+// Registers an inner page, sets up the web view, then loads.
+void OfferwallControllerImpl::viewDidLoad() {
+  auto self = owner();
+  std::shared_ptr<SdkSession> session = SdkInternals::session();
+  const PlatformServices& platform = session->environment().platform;
+  std::weak_ptr<OfferwallControllerImpl> weak =
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
+  dispatcher_ = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, std::string(kTag),
+                                                   weak, platform.mainThread, platform.urlOpener,
+                                                   placementMessages());
+  screen_->setCloseHandler([weak] {
+    if (auto alive = weak.lock()) alive->closeProcedure();
+  });
+  screen_->setRefreshHandler([weak] {
+    if (auto alive = weak.lock()) alive->reloadPage();
+  });
+  if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
+  attach(screen_->webView(), session);
+  page().baseUrl = self->baseUrl;
+  page().userId = self->userId;
+  page().appKey = self->appKey;
+  page().placementId = self->placementId;
+  page().contextType = self->contextType;
+  page().quizId = self->quizId;
+  page().quizTitle = self->quizTitle;
+
+  if (!self->baseUrl || self->baseUrl->empty()) {
+    KorvaneLogger::e(kTag, "No base URL provided");
+    if (!self->isSubWebView && typeWide().offerwallCallback)
+      typeWide().offerwallCallback->onError("Failed to load offerwall: No URL provided");
+    return dismiss(true);
+  }
+  if (self->isSubWebView) return loadAsGiven(*self->baseUrl);
+  loadComposed(/*includeQuizItems=*/true);
+}
+
+void OfferwallControllerImpl::fireOnClosedOnce() {
+  TypeWideState& state = typeWide();
+  if (state.hasFiredOnClosed) {
+    KorvaneLogger::d(kTag, "onClosed already fired, ignoring duplicate");
+    return;
+  }
+  state.hasFiredOnClosed = true;
+  if (state.offerwallCallback) state.offerwallCallback->onClosed();
+}
+
+void OfferwallControllerImpl::closeProcedure() {
+  KorvaneLogger::d(kTag, "Closing offerwall");
+  if (isSubPage()) return dismiss(true);
+  auto subs = std::move(typeWide().activeSubControllers);
+  typeWide().activeSubControllers.clear();
+  for (auto it = subs.rbegin(); it != subs.rend(); ++it)
+    if (auto sub = it->value.lock()) sub->impl_->dismiss(false);
+  fireOnClosedOnce();
+  KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
+  dismiss(true);
+}
+
+void OfferwallControllerImpl::closePage() {
+  if (!isSubPage()) fireOnClosedOnce();
+  dismiss(true);
+}
+
+void OfferwallControllerImpl::dismiss(bool animated) {
+  if (!screen_ || dismissing_) return;
+  dismissing_ = true;
+  std::weak_ptr<OfferwallControllerImpl> weak =
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
+  screen_->dismiss(animated, [weak] {
+    if (auto alive = weak.lock()) alive->finishDismissal();
+  });
+}
+
+// View will disappear, then the page leaves the screen.
+void OfferwallControllerImpl::finishDismissal() {
+  TypeWideState& state = typeWide();
+  auto self = owner();
+  if (isSubPage()) {
+    std::erase_if(state.activeSubControllers, [&](const Weak<KorvaneOfferwallViewController>& w) {
+      auto alive = w.value.lock();
+      return !alive || alive == self;
+    });
+  } else {
+    state.offerwallCallback = nullptr;
+  }
+  detach();
+  if (child_) child_->impl_->dismiss(false);
+  child_.reset();
+  screen_.reset();
+  std::erase(state.presented, self);
+}
+
+void OfferwallControllerImpl::openPage(const std::string& url) {
+  auto sub = KorvaneOfferwallViewController::create();
+  sub->baseUrl = url;
+  sub->isSubWebView = true;
+  if (std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser())
+    sub->userId = user->userId();
+  if (std::optional<KorvaneSdkConfig> config = KorvaneSdk::shared().getConfig())
+    sub->appKey = config->appKey();
+  sub->present(screen_.get());
+}
+
+void OfferwallControllerImpl::replacePage(const std::string& url) {
+  auto self = owner();
+  std::shared_ptr<SdkSession> session = SdkInternals::session();
+  const PlatformServices& platform = session->environment().platform;
+  if (!screen_ || !platform.screens) return;
+  auto child = KorvaneOfferwallViewController::create();
+  child->baseUrl = url;
+  child->isSubWebView = true;
+  child->userId = self->userId;
+  child->appKey = self->appKey;
+  std::weak_ptr<OfferwallControllerImpl> weak =
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
+  std::unique_ptr<Screen> childScreen =
+      platform.screens->embedSlidingUp(*screen_, std::chrono::milliseconds(300), [weak] {
+        auto alive = weak.lock();
+        if (!alive || !alive->screen_) return;
+        alive->retireWebView();
+        alive->screen_->removeWebView();
+        KorvaneLogger::d(kTag, "WebView replaced successfully with child VC");
+      });
+  child->impl_->adoptScreen(std::move(childScreen));
+  child_ = child;
+}
+
+void OfferwallControllerImpl::openAdjoeOfferwall(const std::string& placementId,
+                                                 std::shared_ptr<OfferwallCallback> callback) {
+  openAdjoeFromPage(placementId, std::move(callback), screen_.get());
+}
+
+std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create() {
+  auto controller = std::make_shared<KorvaneOfferwallViewController>(Token{});
+  controller->impl_ = std::make_shared<OfferwallControllerImpl>(controller);
+  return controller;
+}
+
+KorvaneOfferwallViewController::~KorvaneOfferwallViewController() = default;
+
+void KorvaneOfferwallViewController::present(Screen* over, bool inNavigationContainer) {
+  impl_->present(over, inNavigationContainer);
+}
+void KorvaneOfferwallViewController::closeOfferwall() {
+  impl_->closeProcedure();
+}
+void KorvaneOfferwallViewController::refreshWebView() {
+  impl_->reloadPage();
+}
+bool KorvaneOfferwallViewController::isPresented() const {
+  return impl_->isPresented();
+}
+std::string KorvaneOfferwallViewController::advertisingId() const {
+  return impl_->page().advertisingId;
+}
+
+void KorvaneOfferwallViewController::setOfferwallCallback(
+    std::shared_ptr<OfferwallCallback> callback) {
+  typeWide().offerwallCallback = std::move(callback);
+}
+std::shared_ptr<OfferwallCallback> KorvaneOfferwallViewController::offerwallCallback() {
+  return typeWide().offerwallCallback;
+}
+void KorvaneOfferwallViewController::setEventCallback(
+    std::shared_ptr<OfferwallEventCallback> callback) {
+  typeWide().eventCallback = std::move(callback);
+}
+std::shared_ptr<OfferwallEventCallback> KorvaneOfferwallViewController::eventCallback() {
+  return typeWide().eventCallback;
+}
+bool KorvaneOfferwallViewController::hasFiredOnClosed() {
+  return typeWide().hasFiredOnClosed;
+}
+void KorvaneOfferwallViewController::setHasFiredOnClosed(bool fired) {
+  typeWide().hasFiredOnClosed = fired;
+}
+std::vector<Weak<KorvaneOfferwallViewController>>
+KorvaneOfferwallViewController::activeSubControllers() {
+  return typeWide().activeSubControllers;
+}
+
+}  // namespace korvane

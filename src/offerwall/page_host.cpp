@@ -1,0 +1,217 @@
+#include "offerwall/page_host.h"
+
+#include "api/url_text.h"
+#include "core/sdk_session.h"
+#include "korvane/core/logger.h"
+#include "offerwall/bridge_scripts.h"
+#include "offerwall/navigation_policy.h"
+
+namespace korvane {
+
+PageHost::PageHost(BridgeHostKind kind, std::string tag) : kind_(kind), tag_(std::move(tag)) {}
+
+PageHost::~PageHost() {
+  detach();
+}
+
+const PlatformServices& PageHost::platform() const {
+  return session_->environment().platform;
+}
+
+void PageHost::attach(WebView& webView, std::shared_ptr<SdkSession> session) {
+  session_ = std::move(session);
+  webView_ = &webView;
+  // The web view holds its delegate weakly, so the page never keeps its host alive.
+  webView.setDelegate(weak_from_this());
+  webView.addScriptMessageHandler(kBridgeHandlerName);
+  webView.addUserScript(postMessagePolyfillScript());
+}
+
+void PageHost::detach() {
+  if (!webView_) return;
+  webView_->removeScriptMessageHandler(kBridgeHandlerName);
+  retireWebView();
+}
+
+void PageHost::retireWebView() {
+  if (!webView_) return;
+  webView_->stopLoading();
+  webView_->setDelegate({});
+  webView_ = nullptr;
+}
+
+bool PageHost::networkAvailable() const {
+  return !platform().reachability || platform().reachability->isConnected();
+}
+
+void PageHost::loadComposed(bool includeQuizItems) {
+  if (!networkAvailable()) {
+    KorvaneLogger::w(tag_, "No network connection detected, showing offline UI");
+    return showOfflinePage();
+  }
+  platform().mainThread->post([weak = weak_from_this(), includeQuizItems] {
+    auto self = weak.lock();
+    if (!self || !self->webView_) return;
+    DeviceUtils& device = self->session_->device();
+    self->page_.advertisingId = device.getAdvertisingId();
+    self->advertisingIdKnown_ = true;
+    OfferwallDevice facts;
+    facts.deviceId = device.getDeviceId();
+    facts.osVersion = device.getOsVersion();
+    facts.deviceModel = device.getDeviceModel();
+    if (self->platform().device) {
+      if (std::optional<ScreenPixels> screen = self->platform().device->screenPixels()) {
+        facts.screenWidth = screen->width;
+        facts.screenHeight = screen->height;
+      }
+    }
+    facts.sessionId = self->session_->environment().network->sessionId();
+    facts.timestampMillis = self->platform().clock->nowMillis();
+    std::optional<std::string> url = composeOfferwallUrl(self->page_, facts, includeQuizItems);
+    if (!url) {
+      KorvaneLogger::e(self->tag_, self->kind_ == BridgeHostKind::controller
+                                       ? "Invalid offerwall URL, cannot build request"
+                                       : "Invalid offerwall URL");
+      if (self->kind_ == BridgeHostKind::embeddedView) self->reportError("Invalid offerwall URL");
+      return;
+    }
+    KorvaneLogger::d(self->tag_, "Loading offerwall URL: " + *url);
+    self->webView_->load(offerwallRequest(*url, self->page_));
+  });
+}
+
+void PageHost::loadAsGiven(const std::string& url) {
+  if (!webView_ || !url::isValid(url)) return;
+  webView_->load(plainRequest(url));
+}
+
+void PageHost::showOfflinePage() {
+  KorvaneLogger::d(tag_, "Showing offline UI");
+  platform().mainThread->post([weak = weak_from_this()] {
+    auto self = weak.lock();
+    if (self && self->webView_) self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
+  });
+}
+
+void PageHost::retryLoad() {
+  KorvaneLogger::d(tag_, "Handling retry message");
+  platform().mainThread->post([weak = weak_from_this()] {
+    auto self = weak.lock();
+    if (!self || !self->webView_) return;
+    if (!self->networkAvailable()) {
+      KorvaneLogger::w(self->tag_, "Network still unavailable, showing offline UI");
+      return self->showOfflinePage();
+    }
+    // The retry loads the bare base address: no query items, no headers.
+    const std::optional<std::string>& base = self->page_.baseUrl;
+    if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
+    KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
+    self->webView_->load(plainRequest(*base));
+  });
+}
+
+void PageHost::reloadPage() {
+  if (webView_) webView_->reload();
+}
+
+void PageHost::evaluateInPage(const std::string& script,
+                              std::function<void(Result<std::string>)> completion) {
+  if (!webView_) return;
+  webView_->evaluateJavaScript(script, [completion = std::move(completion)](Result<std::string> r) {
+    if (completion) completion(std::move(r));
+  });
+}
+
+void PageHost::openAdjoeFromPage(const std::string& placementId,
+                                 std::shared_ptr<OfferwallCallback> callback, Screen*) {
+  KorvaneLogger::w(tag_, "adjoe offerwall is not available for placement " + placementId);
+  if (callback) callback->onError("adjoe offerwall is not available");
+}
+
+std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {
+  return nullptr;
+}
+
+NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
+  const std::string& url = action.url;
+  switch (decideNavigation(url)) {
+    case NavigationDecision::allow:
+      return NavigationPolicy::allow;
+    case NavigationDecision::closeOfferwall:
+      platform().mainThread->post([weak = weak_from_this()] {
+        if (auto self = weak.lock()) self->closeFromPage();
+      });
+      break;
+    case NavigationDecision::openAppStore:
+      openOutside(url, "✅ Opened App Store: " + url, "❌ Failed to open App Store: " + url);
+      break;
+    case NavigationDecision::openUniversalLink:
+      openOutside(url, "✅ Opened App Store (Universal Link): " + url,
+                  "❌ Failed to open App Store (Universal Link): " + url);
+      break;
+    case NavigationDecision::openWithSystem:
+      openOutside(url, "✅ Opened custom scheme: " + url,
+                  "❌ Failed to open custom scheme: " + lowerCaseScheme(url) +
+                      ":// (app not installed or launch failed)");
+      break;
+  }
+  return NavigationPolicy::cancel;
+}
+
+void PageHost::openOutside(const std::string& url, const std::string& opened,
+                           const std::string& failed) {
+  platform().mainThread->post([opener = platform().urlOpener, tag = tag_, url, opened, failed] {
+    if (!opener) return KorvaneLogger::w(tag, failed);
+    opener->open(url, [tag, opened, failed](bool ok) {
+      if (ok) {
+        KorvaneLogger::d(tag, opened);
+      } else {
+        KorvaneLogger::w(tag, failed);
+      }
+    });
+  });
+}
+
+void PageHost::didFinishNavigation() {
+  KorvaneLogger::d(tag_, "Page loaded successfully");
+  if (!webView_) return;
+  webView_->evaluateJavaScript(korvaneBridgeScript(), [tag = tag_](Result<std::string> outcome) {
+    if (outcome) {
+      KorvaneLogger::d(tag, "JavaScript bridge injected successfully");
+    } else {
+      KorvaneLogger::e(tag, "Failed to inject JavaScript bridge: " + outcome.error().description);
+    }
+  });
+  if (advertisingIdKnown_)
+    webView_->evaluateJavaScript(advertisingIdScript(page_.advertisingId), nullptr);
+  afterPageLoaded();
+}
+
+void PageHost::didFailNavigation(const Error& error, bool provisional) {
+  KorvaneLogger::e(tag_,
+                   (provisional ? "WebView provisional navigation error: " : "WebView error: ") +
+                       error.description);
+  switch (respondToLoadFailure(error.code)) {
+    case LoadFailureResponse::ignore:
+      return;
+    case LoadFailureResponse::showOfflinePage:
+      return showOfflinePage();
+    case LoadFailureResponse::reportError:
+      return reportError("Failed to load offerwall: " + error.description);
+  }
+}
+
+void PageHost::webContentProcessDidTerminate() {
+  KorvaneLogger::w(tag_, "WebView content process terminated, reloading");
+  reloadPage();
+}
+
+void PageHost::didReceiveScriptMessage(const ScriptMessage& message) {
+  onScriptMessage(message);
+}
+
+void PageHost::runAlert(const std::string&, std::function<void()> dismissed) {
+  if (dismissed) dismissed();
+}
+
+}  // namespace korvane

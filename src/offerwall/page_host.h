@@ -1,0 +1,82 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "korvane/offerwall/offerwall_callback.h"
+#include "korvane/platform/platform_services.h"
+#include "korvane/platform/web_view.h"
+#include "offerwall/bridge_dispatcher.h"
+#include "offerwall/offerwall_url.h"
+
+namespace korvane {
+
+class SdkSession;
+class Screen;
+
+// What both page hosts do with one web view: set it up for the bridge, load the composed
+// offerwall address (or an inner page's address as given), show the offline page, retry, apply
+// the navigation policy and answer load failures. Main thread only; the web view holds it
+// weakly.
+class PageHost : public WebViewDelegate, public std::enable_shared_from_this<PageHost> {
+ public:
+  PageHost(BridgeHostKind kind, std::string tag);
+  ~PageHost() override;
+
+  OfferwallPage& page() { return page_; }
+  const OfferwallPage& page() const { return page_; }
+  WebView* webView() const { return webView_; }
+
+  // Makes this the web view's delegate, registers "korvaneNative" and the polyfill.
+  void attach(WebView& webView, std::shared_ptr<SdkSession> session);
+  // Removes the handler, stops loading and stops being the delegate.
+  void detach();
+  // Stops loading and stops being the delegate (the page was replaced).
+  void retireWebView();
+
+  // Tests the network, then loads the composed address with its headers (or the offline page).
+  void loadComposed(bool includeQuizItems);
+  void loadAsGiven(const std::string& url);
+  void retryLoad();
+  void reloadPage();
+  void showOfflinePage();
+  void evaluateInPage(const std::string& script,
+                      std::function<void(Result<std::string>)> completion);
+  void openAdjoeFromPage(const std::string& placementId,
+                         std::shared_ptr<OfferwallCallback> callback, Screen* over);
+  std::shared_ptr<PlacementMessages> placementMessages() const;
+
+  // WebViewDelegate
+  NavigationPolicy decidePolicy(const NavigationAction& action) override;
+  void didFinishNavigation() override;
+  void didFailNavigation(const Error& error, bool provisional) override;
+  void webContentProcessDidTerminate() override;
+  void didReceiveScriptMessage(const ScriptMessage& message) override;
+  void runAlert(const std::string& message, std::function<void()> dismissed) override;
+
+ protected:
+  // "korvane://close" and the offline page's close button.
+  virtual void closeFromPage() = 0;
+  virtual void reportError(const std::string& message) = 0;
+  virtual void onScriptMessage(const ScriptMessage& message) = 0;
+  // Runs after the bridge script went in (the embedded view measures the page).
+  virtual void afterPageLoaded() {}
+
+  const PlatformServices& platform() const;
+  const std::string& tag() const { return tag_; }
+  BridgeHostKind kind() const { return kind_; }
+
+ private:
+  bool networkAvailable() const;
+  void openOutside(const std::string& url, const std::string& opened, const std::string& failed);
+
+  BridgeHostKind kind_;
+  std::string tag_;
+  OfferwallPage page_;
+  std::shared_ptr<SdkSession> session_;
+  WebView* webView_ = nullptr;  // owned by its screen
+  bool advertisingIdKnown_ = false;
+};
+
+}  // namespace korvane

@@ -1,0 +1,358 @@
+// The offerwall in real WebKitGTK windows: pages from the local backend call the bridge and the
+// tests watch the native effects. Runs under Xvfb where there is no display.
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "core/sdk_environment.h"
+#include "dev_server.h"
+#include "fake_platform.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/linux/glib_main_thread.h"
+#include "korvane/linux/gtk_screens.h"
+#include "korvane/linux/linux_device.h"
+#include "korvane/linux/linux_platform.h"
+#include "korvane/offerwall/offerwall_view_controller.h"
+#include "log_capture.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
+
+// Every screen the SDK puts up, so tests can reach the page it shows; forgets screens the SDK
+// destroyed.
+class TrackingPresenter final : public ScreenPresenter {
+ public:
+  class Tracked;
+  std::vector<Tracked*> live;
+  int presented = 0;
+
+  class Tracked final : public Screen {
+   public:
+    Tracked(TrackingPresenter& owner, std::unique_ptr<Screen> inner)
+        : owner_(owner), inner_(std::move(inner)) {
+      owner_.live.push_back(this);
+    }
+    ~Tracked() override { std::erase(owner_.live, this); }
+    WebView& webView() override { return inner_->webView(); }
+    void setCloseHandler(std::function<void()> h) override {
+      close = h, inner_->setCloseHandler(h);
+    }
+    void setRefreshHandler(std::function<void()> h) override { inner_->setRefreshHandler(h); }
+    void removeWebView() override { inner_->removeWebView(); }
+    void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
+      inner_->fade(a, d, std::move(done));
+    }
+    void dismiss(bool animated, std::function<void()> done) override {
+      dismissed = true;
+      inner_->dismiss(animated, std::move(done));
+    }
+    Screen& inner() { return *inner_; }
+    std::function<void()> close;
+    bool dismissed = false;
+
+   private:
+    TrackingPresenter& owner_;
+    std::unique_ptr<Screen> inner_;
+  };
+
+  std::unique_ptr<Screen> presentFullScreen(Screen* over, const ScreenOptions& options) override {
+    ++presented;
+    lastOptions = options;
+    return std::make_unique<Tracked>(
+        *this,
+        gtk_.presentFullScreen(over ? &static_cast<Tracked*>(over)->inner() : nullptr, options));
+  }
+  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
+                                         std::function<void()> done) override {
+    return std::make_unique<Tracked>(
+        *this,
+        gtk_.embedSlidingUp(static_cast<Tracked&>(parent).inner(), duration, std::move(done)));
+  }
+  std::unique_ptr<Screen> stackOver(Screen& parent) override {
+    return std::make_unique<Tracked>(*this, gtk_.stackOver(static_cast<Tracked&>(parent).inner()));
+  }
+  ScreenOptions lastOptions;
+
+ private:
+  linux_host::GtkScreenPresenter gtk_;
+};
+
+class RecordingCallback final : public OfferwallCallback {
+ public:
+  void onOpened() override { heard.push_back("opened"); }
+  void onClosed() override { heard.push_back("closed"); }
+  void onError(const std::string& message) override { heard.push_back("error:" + message); }
+  void onRewardEarned(int amount) override { heard.push_back("reward:" + std::to_string(amount)); }
+  std::vector<std::string> heard;
+};
+
+class RecordingEvents final : public OfferwallEventCallback {
+ public:
+  void onCustomEvent(const std::string& type, const JsonValue& payload) override {
+    custom.emplace_back(type, payload);
+  }
+  std::optional<JsonValue> onDataRequest(const std::string&, const std::string& type,
+                                         const JsonValue& params) override {
+    if (type != "points") return std::nullopt;
+    return JsonValue{{"points", 1200}, {"asked", params}};
+  }
+  std::vector<std::pair<std::string, JsonValue>> custom;
+};
+
+// A page that keeps what native sent back where a test can read it.
+std::string page(const std::string& title, const std::string& body = "") {
+  return "<!doctype html><html><head><meta charset=\"utf-8\"><title>" + title +
+         "</title></head><body><h1>" + title + "</h1>" + body +
+         "<script>window.__replies = [];"
+         "window.onUserInfoReceived = function(info) { window.__replies.push(info); };"
+         "window.onAppInstalledResult = function(r) { window.__replies.push(r); };"
+         "</script></body></html>";
+}
+
+const char* kScrollerPage = R"(<!doctype html><html><head><meta charset="utf-8"><style>
+  html, body { margin: 0; height: 100%; overflow: hidden; }
+  #list { height: 100%; overflow-y: auto; }
+  .row { height: 80px; border-bottom: 1px solid #ddd; }
+</style></head><body><div id="list"></div><script>
+  var list = document.getElementById('list');
+  for (var i = 0; i < 60; i++) { var r = document.createElement('div'); r.className = 'row';
+    r.textContent = 'offer ' + i; list.appendChild(r); }
+</script></body></html>)";
+
+class OfferwallWeb : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(server_.start(), 0);
+    server_.setPage("/pages/root.html", page("Root"));
+    server_.setPage("/pages/sub.html", page("Sub"));
+    server_.setPage("/pages/other.html", page("Other"));
+    server_.setPage("/pages/scroller.html", kScrollerPage);
+    fs::remove_all(data_);
+    SdkEnvironment environment;
+    environment.platform = linux_host::makePlatformServices(data_);
+    environment.platform.mainThread = mainThread_;
+    environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
+        tracking_status::kAuthorized, kIdfa);
+    environment.platform.urlOpener = opener_;
+    environment.platform.reachability = reachability_;
+    environment.platform.screens = presenter_;
+    environment.platform.lifecycle = nullptr;
+    environment.network = std::make_shared<NetworkManager>("SESSION-WEB");
+    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
+    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
+    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+    sdk_.initialize(KorvaneSdkConfig::Builder("demo-app-key", "demo-app-secret")
+                        .setApiBaseUrl(server_.baseUrl())
+                        .build());
+    ASSERT_TRUE(pumpUntil([&] { return sdk_.isInitialized(); }));
+    sdk_.login(KorvaneSdkUser("web-user", KorvaneSdkUser::Gender::male, 1990));
+    ASSERT_TRUE(pumpUntil([&] { return sdk_.isLoggedIn(); }));
+    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
+    KorvaneOfferwallViewController::setEventCallback(events_);
+    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  }
+
+  void TearDown() override {
+    if (HasFailure())
+      for (const std::string& line : log_.messages())
+        if (line.find("Offerwall") != std::string::npos) std::printf("%s\n", line.c_str());
+    // Closing the root dismisses everything above it.
+    if (!presenter_->live.empty() && presenter_->live.front()->close)
+      presenter_->live.front()->close();
+    pumpUntil([&] { return presenter_->live.empty(); }, 3s);
+    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
+    KorvaneOfferwallViewController::setEventCallback(nullptr);
+    SdkEnvironment idle;
+    idle.platform = testing::FakePlatform().services();
+    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    pumpFor(50ms);
+    fs::remove_all(data_);
+  }
+
+  template <typename Predicate>
+  bool pumpUntil(Predicate done, std::chrono::milliseconds timeout = 10s) {
+    const auto until = std::chrono::steady_clock::now() + timeout;
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > until) return false;
+      while (g_main_context_iteration(nullptr, FALSE)) {
+      }
+      std::this_thread::sleep_for(2ms);
+    }
+    return true;
+  }
+  void pumpFor(std::chrono::milliseconds duration) {
+    pumpUntil([] { return false; }, duration);
+  }
+
+  // Evaluates `script` in the page on `screen` and waits for its JSON result.
+  std::string evaluate(Screen& screen, const std::string& script) {
+    std::optional<std::string> result;
+    screen.webView().evaluateJavaScript(script, [&](Result<std::string> r) {
+      result = r ? r.value() : "error:" + r.error().description;
+    });
+    pumpUntil([&] { return result.has_value(); }, 5s);
+    return result.value_or("timed out");
+  }
+  // Waits until the page on `screen` has the bridge, then runs `script`.
+  void callBridge(Screen& screen, const std::string& script) {
+    ASSERT_TRUE(pumpUntil(
+        [&] { return evaluate(screen, "typeof window.KorvaneBridge === 'object'") == "true"; }));
+    evaluate(screen, script);
+  }
+  bool logged(const std::string& tagged) const { return log_.contains(tagged); }
+
+  std::shared_ptr<KorvaneOfferwallViewController> openRoot(const std::string& path) {
+    auto controller = KorvaneOfferwallViewController::create();
+    controller->baseUrl = server_.baseUrl() + path;
+    controller->userId = "web-user";
+    controller->appKey = "demo-app-key";
+    controller->placementId = "home";
+    controller->present();
+    return controller;
+  }
+  TrackingPresenter::Tracked& screen(std::size_t index) { return *presenter_->live.at(index); }
+
+  testing::LogCapture log_{LogLevel::verbose};
+  KorvaneSdk& sdk_ = KorvaneSdk::shared();
+  devserver::DevServer server_;
+  std::shared_ptr<linux_host::GlibMainThread> mainThread_ =
+      std::make_shared<linux_host::GlibMainThread>();
+  std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
+  std::shared_ptr<testing::FakeReachability> reachability_ =
+      std::make_shared<testing::FakeReachability>();
+  std::shared_ptr<TrackingPresenter> presenter_ = std::make_shared<TrackingPresenter>();
+  std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
+  std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
+  fs::path data_ = fs::temp_directory_path() / ("korvane-web-" + std::to_string(::getpid()));
+};
+
+TEST_F(OfferwallWeb, LoadsTheComposedAddressWithHeadersAndTheBridge) {
+  auto root = openRoot("/pages/root.html?tab=offers");
+  ASSERT_TRUE(pumpUntil([&] {
+    return logged("[D/KorvaneOfferwallViewController] JavaScript bridge injected successfully");
+  }));
+  const auto requests = server_.requestsTo("/pages/root.html");
+  ASSERT_EQ(requests.size(), 1u);
+  const std::string& target = requests[0].target;
+  EXPECT_EQ(target.rfind("/pages/root.html?tab=offers&user_id=web-user&app_key=demo-app-key&"
+                         "placement_id=home&ifa=" +
+                             std::string(kIdfa) + "&device_id=",
+                         0),
+            0u)
+      << target;
+  EXPECT_NE(target.find("&platform=iOS&"), std::string::npos);
+  EXPECT_NE(target.find("&sdk_version=1.0.52-rc.2&session_id=SESSION-WEB&timestamp="),
+            std::string::npos);
+  EXPECT_EQ(requests[0].header("x-korvane-app-key"), "demo-app-key");
+  EXPECT_EQ(requests[0].header("x-korvane-user-id"), "web-user");
+  EXPECT_EQ(requests[0].header("x-korvane-advertising-id"), kIdfa);
+  EXPECT_NE(requests[0].header("User-Agent").value_or("").find(" KorvaneSDK/1.0.52-rc.2"),
+            std::string::npos);
+  EXPECT_EQ(evaluate(screen(0), "typeof window.webkit.messageHandlers.postMessage"), "\"function\"")
+      << "the polyfill is in place";
+}
+
+TEST_F(OfferwallWeb, SubPagesPushAndPopAndTheRootClosesOnce) {
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0),
+             "window.KorvaneBridge.openWebView('" + server_.baseUrl() + "/pages/sub.html')");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  EXPECT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 1u);
+  ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/sub.html").empty(); }));
+  const auto sub = server_.requestsTo("/pages/sub.html");
+  ASSERT_EQ(sub.size(), 1u);
+  EXPECT_EQ(sub[0].target, "/pages/sub.html") << "inner pages load as given";
+  EXPECT_FALSE(sub[0].header("x-korvane-user-id"));
+
+  callBridge(screen(1), "window.KorvaneBridge.close()");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  EXPECT_TRUE(callback_->heard.empty()) << "an inner page's close reports nothing";
+  EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+
+  callBridge(screen(0), "window.webkit.messageHandlers.postMessage({type: 'close'})");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  root->closeOfferwall();
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
+TEST_F(OfferwallWeb, RepliesReachThePage) {
+  opener_->opens = true;
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0),
+             "window.KorvaneBridge.getUserInfo(function() {});"
+             "window.KorvaneBridge.checkAppInstalled('someapp://open');"
+             "window.KorvaneBridge.requestData('points', {month: 11}, function(r) {"
+             "  window.__replies.push(r); });"
+             "window.KorvaneBridge.sendEvent('reward_shown', {amount: 5});");
+  ASSERT_TRUE(pumpUntil([&] { return evaluate(screen(0), "window.__replies.length") == "3"; }));
+  // Compared without key order (the page's objects come back in the engine's order) and in any
+  // order of arrival (the app check waits for the system's answer).
+  const nlohmann::json replies = nlohmann::json::parse(evaluate(screen(0), "window.__replies"));
+  for (const nlohmann::json& expected :
+       {nlohmann::json{{"userId", "web-user"}, {"gender", "M"}, {"birthYear", 1990}},
+        nlohmann::json{{"installed", true}, {"identifier", "someapp://open"}},
+        nlohmann::json{{"points", 1200}, {"asked", {{"month", 11}}}}}) {
+    EXPECT_NE(std::find(replies.begin(), replies.end(), expected), replies.end()) << expected;
+  }
+  ASSERT_EQ(events_->custom.size(), 1u);
+  EXPECT_EQ(events_->custom[0].first, "reward_shown");
+  EXPECT_EQ(events_->custom[0].second, (JsonValue{{"amount", 5}}));
+  EXPECT_EQ(opener_->opened, std::vector<std::string>{"someapp://open"});
+}
+
+TEST_F(OfferwallWeb, AnUnansweredAppCheckFallsBackAfterTwoSeconds) {
+  opener_->neverComplete = true;
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0), "window.KorvaneBridge.checkAppInstalled({identifier: 'slowapp://x'})");
+  ASSERT_TRUE(pumpUntil([&] { return evaluate(screen(0), "window.__replies.length") == "1"; }, 5s));
+  EXPECT_EQ(nlohmann::json::parse(evaluate(screen(0), "window.__replies[0]")),
+            (nlohmann::json{{"installed", false}, {"identifier", "slowapp://x"}}));
+  ASSERT_EQ(opener_->pending.size(), 1u);
+  opener_->pending[0](true);  // too late: nothing more is sent
+  pumpFor(200ms);
+  EXPECT_EQ(evaluate(screen(0), "window.__replies.length"), "1");
+}
+
+TEST_F(OfferwallWeb, NavigationPolicyClosesAndLeavesTheWebView) {
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0), "window.location.href = 'itms-apps://apps.apple.com/app/id1'");
+  ASSERT_TRUE(pumpUntil([&] { return opener_->opened.size() == 1; }));
+  EXPECT_EQ(opener_->opened[0], "itms-apps://apps.apple.com/app/id1");
+  EXPECT_NE(screen(0).webView().currentUrl().value_or("").find("/pages/root.html"),
+            std::string::npos);
+
+  callBridge(screen(0), "window.location.href = 'korvane://close'");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
+TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
+  std::string closedBase;
+  {
+    devserver::DevServer gone;  // a port that refuses once this server has stopped
+    gone.start();
+    closedBase = gone.baseUrl();
+  }
+  auto root = KorvaneOfferwallViewController::create();
+  root->baseUrl = closedBase + "/offerwall/";
+  root->present();
+  ASSERT_TRUE(pumpUntil([&] {
+    return evaluate(screen(0), "document.body ? document.body.innerText : ''")
+               .find("연결할 수 없음") != std::string::npos;
+  }));
+  EXPECT_TRUE(logged("[D/KorvaneOfferwallViewController] Showing offline UI"));
+  EXPECT_TRUE(callback_->heard.empty());
+  evaluate(screen(0), "document.querySelector('button').click()");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
+}  // namespace
+}  // namespace korvane
