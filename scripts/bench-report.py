@@ -19,8 +19,9 @@ RATIOS = [
 ]
 
 
-def run(binary):
-    out = subprocess.run([f"{BUILD}/bench/{binary}", "--benchmark_format=json",
+def run(binary, display=False):
+    wrapper = ["bash", "tests/web/run-with-display.sh"] if display else []
+    out = subprocess.run(wrapper + [f"{BUILD}/bench/{binary}", "--benchmark_format=json",
                           "--benchmark_repetitions=10", "--benchmark_enable_random_interleaving=true",
                           "--benchmark_report_aggregates_only=true"],
                          check=True, capture_output=True, text=True).stdout
@@ -63,3 +64,11 @@ print(f"initialize on the calling thread: {s['BM_InitializeOnCallingThread/0']['
       f"{s['BM_InitializeOnCallingThread/1000']['real_time']:.2f} ms with 1000 events "
       f"(empty call {s['BM_EmptyCall']['cpu_time']:.2f} ns); "
       f"until isInitialized against the local backend: {s['BM_TimeUntilInitialized/iterations:50/real_time']['real_time']:.2f} ms")
+
+o = run("korvane_bench_offerwall")
+print(f"offerwall open to first request: {o['BM_OpenToFirstRequest']['cpu_time'] / 1000:.1f} us; "
+      f"one bridge message dispatched: {o['BM_DispatchBridgeMessage']['cpu_time'] / 1000:.1f} us "
+      f"(empty call {o['BM_EmptyCall']['cpu_time']:.2f} ns)")
+w = run("korvane_bench_webkit", display=True)
+print(f"WebKitGTK open to load finished (local page): "
+      f"{w['BM_WebKitOpenToLoadFinished/iterations:10/real_time']['real_time']:.0f} ms")

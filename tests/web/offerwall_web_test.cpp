@@ -14,6 +14,7 @@
 #include "korvane/linux/gtk_screens.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
+#include "korvane/offerwall/offerwall_view.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "log_capture.h"
 
@@ -352,6 +353,56 @@ TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
   evaluate(screen(0), "document.querySelector('button').click()");
   ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
+// The embedded view's stack: a push covers the page, a pop fades back to it with its inner
+// scroller where it was; the last close reports onClosed once.
+TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
+  auto view = KorvaneOfferwallView::create();
+  auto viewCallback = std::make_shared<RecordingCallback>();
+  view->setCallback(viewCallback);
+  view->loadOfferwall(server_.baseUrl() + "/pages/scroller.html", "web-user", "demo-app-key",
+                      "home");
+  EXPECT_EQ(viewCallback->heard, std::vector<std::string>{"opened"});
+  ASSERT_EQ(presenter_->live.size(), 1u);
+  Screen& base = screen(0);
+  ASSERT_TRUE(pumpUntil([&] {
+    return evaluate(base,
+                    "typeof window.KorvaneBridge === 'object' && "
+                    "document.getElementById('list') !== null") == "true";
+  }));
+  evaluate(base, "document.getElementById('list').scrollTop = 640");
+  ASSERT_EQ(evaluate(base, "document.getElementById('list').scrollTop"), "640");
+
+  evaluate(base, "window.KorvaneBridge.openWebView('" + server_.baseUrl() + "/pages/sub.html')");
+  ASSERT_TRUE(pumpUntil([&] { return view->stackSize() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] {
+    for (const std::string& line : log_.messages())
+      if (line.rfind("[D/KorvaneOfferwallView] 💾 Saved scroll position: 640 for WebView ", 0) == 0)
+        return true;
+    return false;
+  }));
+  // The page beneath is reset, as if it had scrolled away while covered.
+  evaluate(base, "document.getElementById('list').scrollTop = 0");
+  callBridge(screen(1), "window.KorvaneBridge.close()");
+  ASSERT_TRUE(pumpUntil([&] { return view->stackSize() == 1 && presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil(
+      [&] { return evaluate(base, "document.getElementById('list').scrollTop") == "640"; }));
+  bool restored = false;
+  for (const std::string& line : log_.messages())
+    restored |=
+        line.rfind("[D/KorvaneOfferwallView] 📍 Restored scroll position: restored:640", 0) == 0;
+  EXPECT_TRUE(restored);
+
+  evaluate(base, "window.KorvaneBridge.close()");
+  evaluate(base, "window.KorvaneBridge.close()");
+  ASSERT_TRUE(pumpUntil([&] {
+    return logged("[D/KorvaneOfferwallView] onClosed already fired, ignoring duplicate");
+  }));
+  EXPECT_EQ(viewCallback->heard, (std::vector<std::string>{"opened", "closed"}));
+  EXPECT_EQ(view->stackSize(), 1u) << "the last page stays for the host to remove";
+  view.reset();
+  EXPECT_TRUE(presenter_->live.empty());
 }
 
 }  // namespace

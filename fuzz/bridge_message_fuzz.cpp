@@ -1,0 +1,72 @@
+// Page messages, whatever a page posts: parsing and dispatch for both hosts must never crash,
+// and every action they schedule runs against a host that answers everything.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "core/sdk_environment.h"
+#include "fake_platform.h"
+#include "korvane/core/korvane_sdk.h"
+#include "offerwall/bridge_dispatcher.h"
+
+namespace {
+
+using namespace korvane;
+
+class AnsweringEvents final : public OfferwallEventCallback {
+ public:
+  void onCustomEvent(const std::string&, const JsonValue&) override {}
+  std::optional<JsonValue> onDataRequest(const std::string&, const std::string&,
+                                         const JsonValue& params) override {
+    return params;
+  }
+};
+
+class NullHost final : public BridgeHost {
+ public:
+  void openPage(const std::string&) override {}
+  void closePage() override {}
+  void retry() override {}
+  void replacePage(const std::string&) override {}
+  void replacePageWithoutUrl() override {}
+  void openAdjoeOfferwall(const std::string&,
+                          std::shared_ptr<OfferwallCallback> callback) override {
+    callback->onError("fuzz");
+  }
+  void evaluate(const std::string&, std::function<void(Result<std::string>)> done) override {
+    if (done) done(std::string("null"));
+  }
+  std::shared_ptr<OfferwallEventCallback> eventCallback() const override { return events; }
+  bool isSubPage() const override { return false; }
+  std::string contextType() const override { return "quiz"; }
+  std::optional<std::string> quizId() const override { return "q"; }
+  std::shared_ptr<OfferwallEventCallback> events = std::make_shared<AnsweringEvents>();
+};
+
+struct World {
+  testing::FakePlatform fake;
+  std::shared_ptr<NullHost> host = std::make_shared<NullHost>();
+  std::shared_ptr<BridgeDispatcher> controller;
+  std::shared_ptr<BridgeDispatcher> embedded;
+  World() {
+    KorvaneLogger::setLogLevel(LogLevel::none);
+    SdkEnvironment environment;
+    environment.platform = fake.services();
+    KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
+    controller = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, "C", host,
+                                                    fake.mainThread, fake.urlOpener, nullptr);
+    embedded = std::make_shared<BridgeDispatcher>(BridgeHostKind::embeddedView, "E", host,
+                                                  fake.mainThread, fake.urlOpener, nullptr);
+  }
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static World world;
+  const std::string body(reinterpret_cast<const char*>(data), size);
+  world.controller->receive({"korvaneNative", body, true});
+  world.embedded->receive({"KorVane", body, true});
+  world.fake.mainThread->advance(std::chrono::seconds(3));  // runs the app-check fallbacks too
+  return 0;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "korvane/offerwall/offerwall_callback.h"
+
+namespace korvane {
+
+class OfferwallViewImpl;
+
+// The embeddable offerwall: a stack of pages with fades and inner-scroll memory. The last
+// "close" reports onClosed once and leaves the page for the host to remove (the host destroys
+// the view). On Linux the view shows in a window of its own. Main thread only.
+class KorvaneOfferwallView {
+  struct Token {
+    explicit Token() = default;
+  };
+
+ public:
+  static std::shared_ptr<KorvaneOfferwallView> create();
+  explicit KorvaneOfferwallView(Token);
+  ~KorvaneOfferwallView();
+
+  void setCallback(std::shared_ptr<OfferwallCallback> callback);
+  void setEventCallback(std::shared_ptr<OfferwallEventCallback> callback);
+  void loadOfferwall(const std::string& baseUrl, const std::string& userId,
+                     const std::string& appKey, const std::string& placementId);
+  // Needs an initialised SDK and a logged-in user; the address comes from the backend.
+  void loadOfferwall(const std::string& placementId);
+
+  std::size_t stackSize() const;
+  bool hasClosed() const;
+
+ private:
+  std::shared_ptr<OfferwallViewImpl> impl_;
+};
+
+}  // namespace korvane

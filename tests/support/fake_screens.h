@@ -1,0 +1,108 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "korvane/platform/screen_presenter.h"
+
+namespace korvane::testing {
+
+// A web view that records what it was asked and answers scripts through `answer`.
+class FakeWebView final : public WebView {
+ public:
+  std::weak_ptr<WebViewDelegate> delegate;
+  std::vector<std::string> userScripts;
+  std::vector<std::string> handlers;
+  std::vector<WebRequest> loads;
+  std::vector<std::string> htmlLoads;
+  std::vector<std::string> scripts;
+  int reloads = 0;
+  bool stopped = false;
+  std::function<Result<std::string>(const std::string&)> answer = [](const std::string&) {
+    return Result<std::string>(std::string("null"));
+  };
+
+  void setDelegate(std::weak_ptr<WebViewDelegate> d) override { delegate = std::move(d); }
+  void addUserScript(const std::string& script) override { userScripts.push_back(script); }
+  void addScriptMessageHandler(const std::string& name) override { handlers.push_back(name); }
+  void removeScriptMessageHandler(const std::string& name) override { std::erase(handlers, name); }
+  void load(const WebRequest& request) override { loads.push_back(request); }
+  void loadHtml(const std::string& html, const std::optional<std::string>&) override {
+    htmlLoads.push_back(html);
+  }
+  void evaluateJavaScript(const std::string& script,
+                          std::function<void(Result<std::string>)> completion) override {
+    scripts.push_back(script);
+    if (completion) completion(answer(script));
+  }
+  void reload() override { ++reloads; }
+  void stopLoading() override { stopped = true; }
+  bool canGoBack() const override { return false; }
+  void goBack() override {}
+  std::optional<std::string> currentUrl() const override {
+    return loads.empty() ? std::nullopt : std::optional<std::string>(loads.back().url);
+  }
+
+  // What the page would post.
+  void post(const std::string& body) {
+    if (auto d = delegate.lock()) d->didReceiveScriptMessage({"korvaneNative", body, true});
+  }
+};
+
+// Screens that do everything at once and write down what happened, in order.
+class FakePresenter final : public ScreenPresenter {
+ public:
+  class FakeScreen final : public Screen {
+   public:
+    FakeScreen(FakePresenter& owner, std::string name) : owner_(owner), name_(std::move(name)) {
+      owner_.live.push_back(this);
+    }
+    ~FakeScreen() override {
+      std::erase(owner_.live, this);
+      owner_.journal.push_back(name_ + " destroyed");
+    }
+    WebView& webView() override { return view; }
+    void setCloseHandler(std::function<void()> handler) override { close = std::move(handler); }
+    void setRefreshHandler(std::function<void()>) override {}
+    void removeWebView() override { owner_.journal.push_back(name_ + " lost its web view"); }
+    void fade(double alpha, std::chrono::milliseconds duration,
+              std::function<void()> done) override {
+      owner_.journal.push_back(name_ + " fade " + std::to_string(static_cast<int>(alpha)) + " " +
+                               std::to_string(duration.count()) + "ms");
+      if (done) done();
+    }
+    void dismiss(bool animated, std::function<void()> done) override {
+      owner_.journal.push_back(name_ + (animated ? " dismissed animated" : " dismissed"));
+      if (done) done();
+    }
+    FakeWebView view;
+    std::function<void()> close;
+
+   private:
+    FakePresenter& owner_;
+    std::string name_;
+  };
+
+  std::unique_ptr<Screen> presentFullScreen(Screen*, const ScreenOptions& options) override {
+    lastOptions = options;
+    return std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
+  }
+  std::unique_ptr<Screen> embedSlidingUp(Screen&, std::chrono::milliseconds,
+                                         std::function<void()> done) override {
+    auto screen = std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
+    pendingSlide = std::move(done);
+    return screen;
+  }
+  std::unique_ptr<Screen> stackOver(Screen&) override {
+    return std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
+  }
+
+  std::vector<FakeScreen*> live;
+  std::vector<std::string> journal;
+  ScreenOptions lastOptions;
+  std::function<void()> pendingSlide;
+  int made = 0;
+};
+
+}  // namespace korvane::testing

@@ -1,0 +1,393 @@
+// The offerwall container's rules over fake web views and screens.
+#include <gtest/gtest.h>
+
+#include "core/sdk_environment.h"
+#include "fake_platform.h"
+#include "fake_screens.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/offerwall/offerwall_view.h"
+#include "korvane/offerwall/offerwall_view_controller.h"
+#include "log_capture.h"
+#include "manual_executor.h"
+#include "offerwall/bridge_dispatcher.h"
+#include "offerwall/bridge_scripts.h"
+#include "offerwall/navigation_policy.h"
+#include "offerwall/offerwall_url.h"
+#include "scripted_api.h"
+
+namespace korvane {
+namespace {
+
+using testing::FakePresenter;
+
+TEST(OfferwallUrl, ItemsInOrderKeepingTheBaseQueryAndQuizItemsOnlyForTheController) {
+  OfferwallDevice device{"DEV", "17.4", "iPhone14,2", 1170, 2532, "SESS", 1763716500123};
+  const std::string tail =
+      "device_id=DEV&platform=iOS&os_version=17.4&device_model=iPhone14,2&"
+      "device_manufacturer=Apple&screen_width=1170&screen_height=2532&sdk_version=1.0.52-rc.2&"
+      "session_id=SESS&timestamp=1763716500123";
+  struct Case {
+    const char* name;
+    OfferwallPage page;
+    bool controller;
+    std::optional<std::string> expected;
+  };
+  OfferwallPage full;
+  full.baseUrl = "https://hub.example/wall?tab=offers#top";
+  full.userId = "u 1";
+  full.appKey = "key";
+  full.placementId = "home";
+  OfferwallPage quiz = full;
+  quiz.baseUrl = "https://hub.example/quiz";
+  quiz.contextType = "quiz";
+  quiz.quizId = "q7";
+  quiz.quizTitle = "Daily quiz";
+  OfferwallPage bare;
+  bare.baseUrl = "https://hub.example/";
+  bare.placementId = "";
+  bare.advertisingId = "";
+  OfferwallPage broken;
+  broken.baseUrl = "not a url";
+  const std::vector<Case> cases = {
+      {"kept query and fragment", full, true,
+       "https://hub.example/wall?tab=offers&user_id=u%201&app_key=key&placement_id=home&ifa="
+       "00000000-0000-0000-0000-000000000000&" +
+           tail + "#top"},
+      {"quiz in the controller", quiz, true,
+       "https://hub.example/quiz?user_id=u%201&app_key=key&placement_id=home&ifa="
+       "00000000-0000-0000-0000-000000000000&quiz_id=q7&quiz_title=Daily%20quiz&context=quiz&" +
+           tail},
+      {"quiz in the embedded view", quiz, false,
+       "https://hub.example/quiz?user_id=u%201&app_key=key&placement_id=home&ifa="
+       "00000000-0000-0000-0000-000000000000&" +
+           tail},
+      {"nothing optional", bare, true, "https://hub.example/?" + tail},
+      {"not a url", broken, true, std::nullopt},
+  };
+  testing::LogCapture log;
+  for (const Case& c : cases)
+    EXPECT_EQ(composeOfferwallUrl(c.page, device, c.controller), c.expected) << c.name;
+  EXPECT_TRUE(
+      log.contains("[E/KorvaneOfferwallViewController] Failed to parse offerwall base URL"));
+
+  const WebRequest withAll = offerwallRequest("https://x/", full);
+  EXPECT_EQ(withAll.headers,
+            (HttpHeaders{{"x-korvane-app-key", "key"},
+                         {"x-korvane-user-id", "u 1"},
+                         {"x-korvane-advertising-id", "00000000-0000-0000-0000-000000000000"}}));
+  EXPECT_EQ(withAll.timeout, std::chrono::seconds(60));
+  EXPECT_TRUE(offerwallRequest("https://x/", bare).headers.empty());
+}
+
+TEST(NavigationPolicy, DecisionsInTheirOrderAndFailureResponses) {
+  const std::pair<const char*, NavigationDecision> cases[] = {
+      {"korvane://close", NavigationDecision::closeOfferwall},
+      {"https://hub.example/?next=korvane://close", NavigationDecision::closeOfferwall},
+      {"ITMS-APPS://apps.apple.com/app/id1", NavigationDecision::openAppStore},
+      {"https://apps.apple.com/kr/app/id1", NavigationDecision::openUniversalLink},
+      {"http://apps.apple.com/kr/app/id1", NavigationDecision::allow},
+      {"https://hub.example/offers", NavigationDecision::allow},
+      {"about:blank", NavigationDecision::allow},
+      {"data:text/html,hi", NavigationDecision::allow},
+      {"file:///tmp/x.html", NavigationDecision::allow},
+      {"kakaotalk://open", NavigationDecision::openWithSystem},
+      {"mailto:someone@example.com", NavigationDecision::openWithSystem},
+  };
+  for (const auto& [url, decision] : cases) EXPECT_EQ(decideNavigation(url), decision) << url;
+
+  const std::pair<long, LoadFailureResponse> failures[] = {
+      {-999, LoadFailureResponse::ignore},           {-1009, LoadFailureResponse::showOfflinePage},
+      {-1005, LoadFailureResponse::showOfflinePage}, {-1001, LoadFailureResponse::showOfflinePage},
+      {-1004, LoadFailureResponse::reportError},     {-1, LoadFailureResponse::reportError},
+  };
+  for (const auto& [code, response] : failures)
+    EXPECT_EQ(respondToLoadFailure(code), response) << code;
+}
+
+TEST(BridgeMessage, OnlyStringBodiesWithATextTypeFromTheBridgesNames) {
+  struct Case {
+    ScriptMessage message;
+    std::optional<std::string> type;
+    JsonValue data;
+  };
+  const std::vector<Case> cases = {
+      {{"korvaneNative", R"({"type":"close"})", true}, "close", JsonValue::object()},
+      {{"KorVane", R"({"type":"openWebView","data":{"url":"u"}})", true},
+       "openWebView",
+       {{"url", "u"}}},
+      {{"KorvaneBridge", R"({"type":"x","data":[1]})", true}, "x", JsonValue::object()},
+      {{"other", R"({"type":"close"})", true}, std::nullopt, {}},
+      {{"korvaneNative", R"({"type":"close"})", false}, std::nullopt, {}},
+      {{"korvaneNative", "not json", true}, std::nullopt, {}},
+      {{"korvaneNative", R"({"data":{}})", true}, std::nullopt, {}},
+      {{"korvaneNative", R"({"type":7})", true}, std::nullopt, {}},
+      {{"korvaneNative", R"(["close"])", true}, std::nullopt, {}},
+      {{"korvaneNative", "", true}, std::nullopt, {}},
+  };
+  testing::LogCapture log;
+  for (const Case& c : cases) {
+    const auto parsed = parseBridgeMessage(c.message, BridgeHostKind::controller, "T");
+    ASSERT_EQ(parsed.has_value(), c.type.has_value()) << c.message.body;
+    if (!parsed) continue;
+    EXPECT_EQ(parsed->type, *c.type);
+    EXPECT_EQ(parsed->data, c.data);
+  }
+  EXPECT_TRUE(log.contains("[E/T] ❌ Failed to parse JS message: not json"));
+}
+
+TEST(BridgeScripts, RepliesAreTheDocumentedTexts) {
+  EXPECT_EQ(appInstalledResultJson(true, "app://x"),
+            "{\n    \"installed\": true,\n    \"identifier\": \"app://x\"\n}");
+  EXPECT_EQ(advertisingIdScript("ABC"),
+            "if(window.KorvaneConfig) { window.KorvaneConfig.ifa = 'ABC'; }");
+  EXPECT_EQ(
+      userInfoReplyScript(JsonValue{{"userId", "u"}}),
+      "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived({\"userId\":\"u\"});\n}");
+  EXPECT_NE(dataResponseScript("req_1_a", JsonValue{{"k", 1}})
+                .find("var callback = window._korvane_callback_req_1_a;"),
+            std::string::npos);
+  EXPECT_NE(offlinePageHtml().find("JSON.stringify({ type: 'close' })"), std::string::npos);
+}
+
+class RecordingCallback final : public OfferwallCallback {
+ public:
+  void onOpened() override { heard.push_back("opened"); }
+  void onClosed() override { heard.push_back("closed"); }
+  void onError(const std::string& message) override { heard.push_back("error:" + message); }
+  void onRewardEarned(int) override {}
+  std::vector<std::string> heard;
+};
+
+// The container over a fake platform with an initialised SDK and a logged-in user.
+class OfferwallTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    SdkEnvironment environment;
+    environment.platform = fake_.services();
+    environment.platform.screens = presenter_;
+    environment.network = std::make_shared<NetworkManager>("SESSION");
+    environment.network->initialize(api_);
+    environment.tasks = tasks_;
+    environment.serial = tasks_;
+    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+    sdk_.initialize(KorvaneSdkConfig::Builder("key", "secret").build());
+    tasks_->runAll();
+    AppData app;
+    app.korvaneHubUrl = "https://hub.example/";
+    api_->answerValidation(ValidateAppResponse{true, app, std::nullopt});
+    sdk_.login(KorvaneSdkUser("u1"));
+    settle();
+    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
+    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  }
+  void TearDown() override {
+    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
+    KorvaneOfferwallViewController::setEventCallback(nullptr);
+    SdkEnvironment idle;
+    idle.platform = testing::FakePlatform().services();
+    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+  }
+  void settle() {
+    while (tasks_->runAll() + fake_.mainThread->runUntilIdle() > 0) {
+    }
+  }
+  std::shared_ptr<KorvaneOfferwallViewController> present(const std::string& url) {
+    auto controller = KorvaneOfferwallViewController::create();
+    controller->baseUrl = url;
+    controller->present();
+    settle();
+    return controller;
+  }
+  FakePresenter::FakeScreen& screen(std::size_t i) { return *presenter_->live.at(i); }
+
+  testing::LogCapture log_{LogLevel::verbose};
+  KorvaneSdk& sdk_ = KorvaneSdk::shared();
+  testing::FakePlatform fake_;
+  std::shared_ptr<FakePresenter> presenter_ = std::make_shared<FakePresenter>();
+  std::shared_ptr<testing::ScriptedApi> api_ = std::make_shared<testing::ScriptedApi>();
+  std::shared_ptr<testing::ManualExecutor> tasks_ = std::make_shared<testing::ManualExecutor>();
+  std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
+};
+
+TEST_F(OfferwallTest, TheRootReportsOnClosedOnceAndInnerPagesNever) {
+  auto root = present("https://hub.example/");
+  ASSERT_EQ(screen(0).view.loads.size(), 1u);
+  EXPECT_EQ(screen(0).view.handlers, std::vector<std::string>{"korvaneNative"});
+  EXPECT_EQ(screen(0).view.userScripts, std::vector<std::string>{postMessagePolyfillScript()});
+
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 2u);
+  EXPECT_EQ(screen(1).view.loads.at(0).url, "https://hub.example/sub");
+  EXPECT_TRUE(screen(1).view.loads.at(0).headers.empty());
+  screen(1).view.post(R"({"type":"close"})");
+  settle();
+  EXPECT_EQ(presenter_->live.size(), 1u);
+  EXPECT_TRUE(callback_->heard.empty());
+
+  screen(0).view.post(R"({"type":"close"})");
+  settle();
+  root->closeOfferwall();
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+  EXPECT_TRUE(log_.contains(
+      "[D/KorvaneOfferwallViewController] onClosed already fired, ignoring duplicate"));
+  EXPECT_FALSE(KorvaneOfferwallViewController::offerwallCallback()) << "cleared as the root left";
+
+  // A new opening with a callback starts a new once-only rule.
+  auto again = std::make_shared<RecordingCallback>();
+  KorvaneOfferwallViewController::setOfferwallCallback(again);
+  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  auto second = present("https://hub.example/");
+  second->closeOfferwall();
+  second->closeOfferwall();
+  EXPECT_EQ(again->heard, std::vector<std::string>{"closed"});
+}
+
+TEST_F(OfferwallTest, CloseButtonDismissesInnerPagesLastFirstAndRecordsTheClosing) {
+  auto root = present("https://hub.example/");
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
+  settle();
+  screen(1).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/b"}})");
+  settle();
+  ASSERT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 2u);
+  presenter_->journal.clear();
+  screen(0).close();
+  settle();
+  EXPECT_EQ(presenter_->journal,
+            (std::vector<std::string>{"screen2 dismissed", "screen2 destroyed", "screen1 dismissed",
+                                      "screen1 destroyed", "screen0 dismissed animated",
+                                      "screen0 destroyed"}));
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+  EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+  sdk_.flushEvents();
+  settle();
+  ASSERT_FALSE(api_->batches().empty());
+  EXPECT_EQ(api_->batches().back().events.back().name, "offerwall_closed");
+}
+
+TEST_F(OfferwallTest, LoadFailuresAndTheOfflinePath) {
+  auto root = present("https://hub.example/");
+  auto delegate = screen(0).view.delegate.lock();
+  ASSERT_TRUE(delegate);
+  delegate->didFailNavigation(Error{Error::kUrlLoadingDomain, -999, "cancelled"}, true);
+  delegate->didFailNavigation(Error{Error::kUrlLoadingDomain, -1001, "timed out"}, false);
+  delegate->didFailNavigation(Error{Error::kUrlLoadingDomain, -1004, "Could not connect"}, true);
+  settle();
+  EXPECT_EQ(screen(0).view.htmlLoads.size(), 1u) << "only the timeout shows the offline page";
+  EXPECT_EQ(callback_->heard,
+            std::vector<std::string>{"error:Failed to load offerwall: Could not connect"});
+  EXPECT_EQ(delegate->decidePolicy({"korvane://close", true}), NavigationPolicy::cancel);
+  EXPECT_EQ(delegate->decidePolicy({"https://hub.example/next", true}), NavigationPolicy::allow);
+  settle();
+  EXPECT_TRUE(presenter_->live.empty()) << "korvane://close closed the offerwall";
+
+  fake_.reachability->connected = false;
+  auto offline = present("https://hub.example/");
+  EXPECT_TRUE(screen(0).view.loads.empty());
+  EXPECT_EQ(screen(0).view.htmlLoads, std::vector<std::string>{offlinePageHtml()});
+  screen(0).view.post(R"({"type":"retry"})");
+  settle();
+  EXPECT_EQ(screen(0).view.htmlLoads.size(), 2u);
+  fake_.reachability->connected = true;
+  screen(0).view.post(R"({"type":"retry"})");
+  settle();
+  ASSERT_EQ(screen(0).view.loads.size(), 1u);
+  EXPECT_EQ(screen(0).view.loads[0].url, "https://hub.example/") << "a retry loads the bare base";
+}
+
+TEST_F(OfferwallTest, MessageTypesReachTheirEffects) {
+  auto root = present("https://hub.example/");
+  FakePresenter::FakeScreen& page = screen(0);
+  struct Row {
+    const char* body;
+    const char* line;
+  };
+  const Row rows[] = {
+      {R"({"type":"openWebView","data":{}})",
+       "[W/KorvaneOfferwallViewController] openWebView: No URL provided"},
+      {R"({"type":"closeOpenWebView","data":{}})",
+       "[W/KorvaneOfferwallViewController] closeOpenWebView: No URL provided"},
+      {R"({"type":"externalOpenBrowser","data":{"url":""}})",
+       "[W/KorvaneOfferwallViewController] externalOpenBrowser: No URL provided"},
+      {R"({"type":"trackEvent","data":{"payload":{}}})",
+       "[W/KorvaneOfferwallViewController] trackEvent: Missing required field (eventName)"},
+      {R"({"type":"trackEvent","data":{"eventName":"tap","parameters":{"a":1}}})",
+       "[D/KorvaneOfferwallViewController] Event tracked from WebView - Name: tap"},
+      {R"({"type":"checkAppInstalled","data":{}})",
+       "[W/KorvaneOfferwallViewController] checkAppInstalled: Missing identifier"},
+      {R"({"type":"quizStarted"})", nullptr},
+      {R"({"type":"missionCompleted","data":{"missionId":"m1"}})",
+       "[W/KorvaneOfferwallViewController] [iOS SDK - WebView] Mission instance 또는 mission을 "
+       "찾을 수 없음"},
+      {R"({"type":"customEvent","data":{"payload":{}}})",
+       "[W/KorvaneOfferwallViewController] ❌ customEvent: Missing eventType field in data: "
+       "{\"payload\":{}}"},
+      {R"({"type":"customEvent","data":{"eventType":"x"}})",
+       "[W/KorvaneOfferwallViewController] ⚠️ eventCallback is nil! Custom event will not be "
+       "forwarded to app."},
+      {R"({"type":"dataRequest","data":{"requestId":"r"}})",
+       "[W/KorvaneOfferwallViewController] dataRequest: Missing required fields (requestId or "
+       "requestType)"},
+      {R"({"type":"dataRequest","data":{"requestId":"r","requestType":"t"}})",
+       "[D/KorvaneOfferwallViewController] No data returned for request 'r' from parent app"},
+      {R"({"type":"teleport"})",
+       "[W/KorvaneOfferwallViewController] Unknown message type: teleport"},
+  };
+  for (const Row& row : rows) {
+    log_.clear();
+    page.view.post(row.body);
+    settle();
+    if (row.line) {
+      EXPECT_TRUE(log_.contains(row.line)) << row.body;
+    }
+  }
+  EXPECT_FALSE(log_.contains("[D/KorvaneOfferwallViewController] Quiz started"));
+  // The missing identifier still gets its "not installed" answer, in the default callback.
+  bool answered = false;
+  for (const std::string& script : page.view.scripts)
+    answered |= script.find("window.onAppInstalledResult(") != std::string::npos &&
+                script.find("\"installed\": false") != std::string::npos;
+  EXPECT_TRUE(answered);
+
+  // The name-and-parameters form of trackEvent reaches the backend with an empty payload.
+  sdk_.flushEvents();
+  settle();
+  ASSERT_FALSE(api_->batches().empty());
+  const TrackEventRequest tracked = api_->batches().back().events.back();
+  EXPECT_EQ(tracked.name, "tap");
+  EXPECT_TRUE(tracked.parameters.empty());
+}
+
+TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
+  auto view = KorvaneOfferwallView::create();
+  auto viewCallback = std::make_shared<RecordingCallback>();
+  view->setCallback(viewCallback);
+  view->loadOfferwall("https://hub.example/", "u1", "key", "home");
+  settle();
+  screen(0).view.answer = [](const std::string& script) {
+    return Result<std::string>(
+        std::string(script.find("return container ? container.scrollTop : 0") != std::string::npos
+                        ? "320"
+                        : "\"restored:320\""));
+  };
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  ASSERT_EQ(view->stackSize(), 2u);
+  presenter_->journal.clear();
+  screen(1).view.post(R"({"type":"close"})");
+  fake_.mainThread->advance(std::chrono::milliseconds(100));
+  settle();
+  EXPECT_EQ(presenter_->journal,
+            (std::vector<std::string>{"screen0 fade 0 0ms", "screen1 fade 0 150ms",
+                                      "screen1 destroyed", "screen0 fade 1 150ms"}));
+  EXPECT_TRUE(log_.contains("[D/KorvaneOfferwallView] ✨ Fading in WebView (0.15s)"));
+
+  screen(0).view.post(R"({"type":"close"})");
+  screen(0).view.post(R"({"type":"close"})");
+  settle();
+  EXPECT_EQ(viewCallback->heard, (std::vector<std::string>{"opened", "closed"}));
+  EXPECT_EQ(view->stackSize(), 1u);
+}
+
+}  // namespace
+}  // namespace korvane
