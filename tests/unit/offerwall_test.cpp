@@ -389,5 +389,64 @@ TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
   EXPECT_EQ(view->stackSize(), 1u);
 }
 
+TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
+  auto cb = std::make_shared<RecordingCallback>();
+  sdk_.openOfferwallWithUrl("", "home", nullptr, cb);
+  sdk_.openOfferwall(nullptr, "home", cb);
+  sdk_.openOfferwallWithUrl("https://partner.example/wall", "side", nullptr, cb, nullptr, true,
+                            true);
+  settle();
+  EXPECT_EQ(cb->heard, (std::vector<std::string>{"error:URL cannot be empty", "opened", "opened"}));
+  ASSERT_EQ(presenter_->live.size(), 2u);
+  EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
+  EXPECT_EQ(presenter_->lastOptions.title, "partner.example");
+  EXPECT_EQ(screen(0).view.loads.at(0).url.rfind(
+                "https://hub.example/?user_id=u1&app_key=key&placement_id=home&", 0),
+            0u);
+  EXPECT_EQ(sdk_.getOfferwallUrl(), "https://hub.example/");
+
+  screen(1).close();
+  screen(0).close();
+  sdk_.flushEvents();
+  settle();
+  std::vector<std::string> names;
+  for (const EventBatch& batch : api_->batches())
+    for (const TrackEventRequest& e : batch.events) names.push_back(e.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"offerwall_opened", "custom", "offerwall_closed",
+                                             "offerwall_closed"}));
+
+  const std::pair<const char*, bool> browser[] = {
+      {"", false}, {"not a url", false}, {"https://example.com/deal", true}};
+  for (const auto& [url, handed] : browser)
+    EXPECT_EQ(sdk_.openExternalBrowser(url, "p"), handed) << url;
+  fake_.urlOpener->opens = false;
+  EXPECT_FALSE(sdk_.openExternalBrowser("https://example.com/deal", "p"));
+  EXPECT_TRUE(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"));
+}
+
+TEST_F(OfferwallTest, LaunchRefusalsInTheirOrder) {
+  sdk_.logout();
+  auto cb = std::make_shared<RecordingCallback>();
+  sdk_.openOfferwall(nullptr, "home", cb);
+  sdk_.openOfferwallPindleAds(nullptr, "home", cb);
+  settle();
+  EXPECT_EQ(cb->heard, (std::vector<std::string>{"error:User not logged in. Please login first.",
+                                                 "error:User not logged in. Please login first."}));
+  EXPECT_TRUE(log_.contains("[E/KorvaneSdk] User not logged in"))
+      << "the placement form logs errors";
+  EXPECT_TRUE(presenter_->live.empty());
+
+  TearDown();
+  SdkEnvironment fresh;
+  fresh.platform = fake_.services();
+  fresh.platform.screens = presenter_;
+  KorvaneSdkTestAccess::reset(sdk_, std::move(fresh));
+  cb->heard.clear();
+  sdk_.openOfferwall(nullptr, "home", cb);
+  EXPECT_EQ(cb->heard, std::vector<std::string>{
+                           "error:SDK not initialized. Please initialize the SDK first."});
+  EXPECT_FALSE(sdk_.getOfferwallUrl());
+}
+
 }  // namespace
 }  // namespace korvane

@@ -14,12 +14,14 @@
 #include "korvane/core/public_errors.h"
 #include "korvane/core/sdk_config.h"
 #include "korvane/core/sdk_user.h"
+#include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/platform_services.h"
 #include "korvane/telemetry/event.h"
 
 namespace korvane {
 
 class EventBatchService;
+class Screen;
 class SdkSession;
 
 // The host application's object. Platforms without one pass nothing; the SDK only keeps it
@@ -72,6 +74,37 @@ class KorvaneSdk {
   static void reportSdkError(std::string_view message, const Error* error, std::string_view layer);
   static bool telemetryEnabled();
   static void setTelemetryEnabled(bool enabled);
+
+  // Offerwall launch. Each checks initialisation, then the user, reporting a refusal as a log
+  // line and the callback's onError; then installs the callbacks (a given callback restarts the
+  // once-only onClosed), presents the offerwall over `presenting` (the host's top screen when
+  // null), calls onOpened and records the opening. Call them on the main thread; from another
+  // thread they move there.
+  void openOfferwall(Screen* presenting, const std::string& placementId,
+                     std::shared_ptr<OfferwallCallback> callback = nullptr,
+                     std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr);
+  void objc_openOfferwall(Screen* presenting, const std::string& placementId) {
+    openOfferwall(presenting, placementId);
+  }
+  // At an address the host gives, optionally with a bar (in a navigation container when native).
+  void openOfferwallWithUrl(const std::string& url, const std::string& placementId,
+                            Screen* presenting,
+                            std::shared_ptr<OfferwallCallback> callback = nullptr,
+                            std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr,
+                            bool showNavigationBar = false, bool useNativeNavigationBar = false);
+  void objc_openOfferwallWithUrl(const std::string& url, const std::string& placementId,
+                                 Screen* presenting) {
+    openOfferwallWithUrl(url, placementId, presenting);
+  }
+  // At the address the backend gives for the placement.
+  void openOfferwallPindleAds(Screen* presenting, const std::string& placementId,
+                              std::shared_ptr<OfferwallCallback> callback = nullptr,
+                              std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr,
+                              bool showNavigationBar = false, bool useNativeNavigationBar = false);
+  // Hands a web address to the system browser; true once the request was handed over.
+  bool openExternalBrowser(const std::string& url, const std::string& placementId);
+  // The offerwall address validation returned, if any.
+  std::optional<std::string> getOfferwallUrl() const;
 
   // What validation returned (absent before, or when the backend sent no app record).
   std::optional<AppData> validatedAppData() const;

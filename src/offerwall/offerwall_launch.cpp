@@ -1,0 +1,162 @@
+// The facade's offerwall entry points.
+#include "api/url_text.h"
+#include "core/sdk_session.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/core/logger.h"
+#include "korvane/offerwall/offerwall_view_controller.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::string_view kTag = "KorvaneSdk";
+
+// Initialisation first, then the user; a refusal is logged and reported to onError.
+bool preconditionsHold(const KorvaneSdk& sdk, bool errorLevel,
+                       const std::shared_ptr<OfferwallCallback>& callback) {
+  const auto refuse = [&](const char* logged, const char* reported) {
+    if (errorLevel) {
+      KorvaneLogger::e(kTag, logged);
+    } else {
+      KorvaneLogger::w(kTag, logged);
+    }
+    if (callback) callback->onError(reported);
+    return false;
+  };
+  if (!sdk.isInitialized())
+    return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");
+  if (!sdk.isLoggedIn())
+    return refuse("User not logged in", "User not logged in. Please login first.");
+  return true;
+}
+
+void installCallbacks(std::shared_ptr<OfferwallCallback> callback,
+                      std::shared_ptr<OfferwallEventCallback> eventCallback) {
+  if (callback) KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  KorvaneOfferwallViewController::setOfferwallCallback(std::move(callback));
+  KorvaneOfferwallViewController::setEventCallback(std::move(eventCallback));
+}
+
+std::shared_ptr<KorvaneOfferwallViewController> makeController(const KorvaneSdk& sdk,
+                                                               const std::string& baseUrl,
+                                                               const std::string& placementId) {
+  auto controller = KorvaneOfferwallViewController::create();
+  controller->baseUrl = baseUrl;
+  if (std::optional<KorvaneSdkUser> user = sdk.getCurrentUser())
+    controller->userId = user->userId();
+  std::optional<KorvaneSdkConfig> config = sdk.getConfig();
+  controller->appKey = config ? config->appKey() : std::string();
+  controller->placementId = placementId;
+  return controller;
+}
+
+// UI work belongs to the main thread; a call from elsewhere is moved there.
+bool movedToMainThread(std::function<void()> call) {
+  std::shared_ptr<MainThread> mainThread =
+      SdkInternals::session()->environment().platform.mainThread;
+  if (!mainThread || mainThread->isCurrent()) return false;
+  mainThread->post(std::move(call));
+  return true;
+}
+
+}  // namespace
+
+void KorvaneSdk::openOfferwall(Screen* presenting, const std::string& placementId,
+                               std::shared_ptr<OfferwallCallback> callback,
+                               std::shared_ptr<OfferwallEventCallback> eventCallback) {
+  if (movedToMainThread(
+          [=, this] { openOfferwall(presenting, placementId, callback, eventCallback); }))
+    return;
+  if (!preconditionsHold(*this, false, callback)) return;
+  std::optional<AppData> app = validatedAppData();
+  if (!app || app->korvaneHubUrl.empty()) {
+    KorvaneLogger::w(kTag, "Offerwall URL not available");
+    if (callback)
+      callback->onError("Offerwall URL not available. Please check your app configuration.");
+    return;
+  }
+  installCallbacks(callback, std::move(eventCallback));
+  makeController(*this, app->korvaneHubUrl, placementId)->present(presenting);
+  if (callback) callback->onOpened();
+  trackEvent(EventType::offerwallOpened, "offerwall",
+             JsonValue{{"source", "sdk_api"}, {"placementId", placementId}});
+}
+
+void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string& placementId,
+                                      Screen* presenting,
+                                      std::shared_ptr<OfferwallCallback> callback,
+                                      std::shared_ptr<OfferwallEventCallback> eventCallback,
+                                      bool showNavigationBar, bool useNativeNavigationBar) {
+  if (movedToMainThread([=, this] {
+        openOfferwallWithUrl(url, placementId, presenting, callback, eventCallback,
+                             showNavigationBar, useNativeNavigationBar);
+      }))
+    return;
+  if (!preconditionsHold(*this, false, callback)) return;
+  if (url.empty()) {
+    KorvaneLogger::w(kTag, "URL is empty");
+    if (callback) callback->onError("URL cannot be empty");
+    return;
+  }
+  installCallbacks(callback, std::move(eventCallback));
+  auto controller = makeController(*this, url, placementId);
+  controller->showNavigationBar = showNavigationBar;
+  controller->useNativeNavigationBar = useNativeNavigationBar;
+  controller->present(presenting, useNativeNavigationBar);
+  if (callback) callback->onOpened();
+  trackEvent(EventType::custom, "offerwall",
+             JsonValue{{"event_name", "custom_offerwall_opened"},
+                       {"source", "sdk_api"},
+                       {"url", url},
+                       {"placementId", placementId}});
+}
+
+void KorvaneSdk::openOfferwallPindleAds(Screen* presenting, const std::string& placementId,
+                                        std::shared_ptr<OfferwallCallback> callback,
+                                        std::shared_ptr<OfferwallEventCallback> eventCallback,
+                                        bool showNavigationBar, bool useNativeNavigationBar) {
+  if (!preconditionsHold(*this, true, callback)) return;
+  std::shared_ptr<SdkSession> session = SdkInternals::session();
+  std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
+  const auto failed = [mainThread, callback](const Error& error) {
+    const std::string text = "Failed to fetch placement URL: " + error.description;
+    KorvaneLogger::e(kTag, text, error);
+    if (callback) mainThread->post([callback, text] { callback->onError(text); });
+  };
+  Result<std::shared_ptr<ApiService>> api = session->environment().network->apiService();
+  if (!api) return failed(api.error());
+  api.value()->getPlacementUrl(placementId, [=, this](Result<PlacementUrlResponse> answer) {
+    if (!answer) return failed(answer.error());
+    mainThread->post([=, this, url = answer.value().url.value_or("")] {
+      openOfferwallWithUrl(url, placementId, presenting, callback, eventCallback, showNavigationBar,
+                           useNativeNavigationBar);
+    });
+  });
+}
+
+bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&) {
+  if (url.empty()) {
+    KorvaneLogger::w(kTag, "URL is empty");
+    return false;
+  }
+  if (!url::isValid(url)) {
+    KorvaneLogger::w(kTag, "Invalid URL format: " + url);
+    return false;
+  }
+  std::shared_ptr<UrlOpener> opener = SdkInternals::session()->environment().platform.urlOpener;
+  if (!opener || !opener->canOpen(url)) {
+    KorvaneLogger::w(kTag, "Cannot open URL: " + url);
+    return false;
+  }
+  opener->open(url, [url](bool opened) {
+    if (!opened) KorvaneLogger::w(kTag, "Failed to open external browser for URL: " + url);
+  });
+  return true;
+}
+
+std::optional<std::string> KorvaneSdk::getOfferwallUrl() const {
+  std::optional<AppData> app = validatedAppData();
+  if (!app) return std::nullopt;
+  return app->korvaneHubUrl;
+}
+
+}  // namespace korvane
