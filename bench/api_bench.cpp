@@ -1,5 +1,7 @@
 // gzip of a telemetry batch against zlib alone, and the cost of building a login request.
 #include <benchmark/benchmark.h>
+
+#include "empty_call_baseline.h"
 #include "zlib_baseline.h"
 
 #include "api/gzip.h"
@@ -62,14 +64,6 @@ void BM_ZlibCompress2Batch(benchmark::State& state) {
 }
 BENCHMARK(BM_ZlibCompress2Batch);
 
-[[gnu::noinline]] void emptyCall(const void* p) {
-  benchmark::DoNotOptimize(p);
-}
-
-void BM_EmptyCall(benchmark::State& state) {
-  int x = 0;
-  for (auto _ : state) emptyCall(&x);
-}
 BENCHMARK(BM_EmptyCall);
 
 // createRequest, the login record's JSON encoding and its compression: what a login costs

@@ -3,6 +3,8 @@
 // the SDK's work is measured).
 #include <benchmark/benchmark.h>
 
+#include "empty_call_baseline.h"
+
 #include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
@@ -15,14 +17,6 @@ namespace {
 
 using namespace korvane;
 
-[[gnu::noinline]] void emptyCall(const void* p) {
-  benchmark::DoNotOptimize(p);
-}
-
-void BM_EmptyCall(benchmark::State& state) {
-  int value = 0;
-  for (auto _ : state) emptyCall(&value);
-}
 BENCHMARK(BM_EmptyCall);
 
 class NullEvents final : public OfferwallEventCallback {

@@ -1,7 +1,9 @@
 // The facade's start: what initialize costs the calling thread (empty event file, 1000 events in
 // it), and how long until the local backend's answer makes the SDK initialised.
 #include <benchmark/benchmark.h>
+
 #include <unistd.h>
+#include "empty_call_baseline.h"
 
 #include <filesystem>
 #include <thread>
@@ -26,14 +28,6 @@ namespace fs = std::filesystem;
 const fs::path kDocuments =
     fs::temp_directory_path() / ("korvane-sdk-bench-" + std::to_string(::getpid()));
 
-[[gnu::noinline]] void emptyCall(const void* p) {
-  benchmark::DoNotOptimize(p);
-}
-
-void BM_EmptyCall(benchmark::State& state) {
-  int value = 0;
-  for (auto _ : state) emptyCall(&value);
-}
 BENCHMARK(BM_EmptyCall);
 
 void writeEventFile(int events) {

@@ -1,6 +1,8 @@
 // Telemetry costs: trackEvent on the caller's thread, one flush's CPU work, the event file,
 // and the memory a full queue holds.
 #include <benchmark/benchmark.h>
+
+#include "empty_call_baseline.h"
 #include "zlib_baseline.h"
 
 #include <malloc.h>
@@ -53,14 +55,6 @@ Event typicalEvent(int i) {
                                {"impressionOrder", i % 3 + 1}});
 }
 
-[[gnu::noinline]] void emptyCall(const void* p) {
-  benchmark::DoNotOptimize(p);
-}
-
-void BM_EmptyCall(benchmark::State& state) {
-  int x = 0;
-  for (auto _ : state) emptyCall(&x);
-}
 BENCHMARK(BM_EmptyCall)->Threads(1)->Threads(4);
 
 // Log lines would mix into the benchmark's own output.

@@ -1,7 +1,9 @@
 // WebKitGTK: from presenting the offerwall to its page having loaded (the bridge evaluated into
 // it), for a page from the local backend. Needs a display (scripts run it under Xvfb).
 #include <benchmark/benchmark.h>
+
 #include <gtk/gtk.h>
+#include "empty_call_baseline.h"
 
 #include <atomic>
 #include <filesystem>
@@ -20,14 +22,6 @@ namespace {
 
 using namespace korvane;
 
-[[gnu::noinline]] void emptyCall(const void* p) {
-  benchmark::DoNotOptimize(p);
-}
-
-void BM_EmptyCall(benchmark::State& state) {
-  int value = 0;
-  for (auto _ : state) emptyCall(&value);
-}
 BENCHMARK(BM_EmptyCall);
 
 void pumpUntil(const std::atomic<bool>& done) {
