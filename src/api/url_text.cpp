@@ -1,5 +1,7 @@
 #include "api/url_text.h"
 
+#include <algorithm>
+
 #include <cctype>
 
 namespace korvane::url {
@@ -57,6 +59,12 @@ std::string encodeQueryComponent(std::string_view text) {
     }
   }
   return out;
+}
+
+std::string withoutQuery(std::string_view text) {
+  const std::size_t fragment = std::min(text.find('#'), text.size());
+  const std::size_t query = std::min(text.find('?'), fragment);
+  return std::string(text.substr(0, query)) + std::string(text.substr(fragment));
 }
 
 std::string withQuery(std::string base,

@@ -15,6 +15,8 @@ bool isValid(std::string_view text);
 // -._~!$'()*+,;:@/? stay, everything else becomes %XX (upper-case hex).
 std::string encodeQueryComponent(std::string_view text);
 
+// `text` without its query (the fragment stays).
+std::string withoutQuery(std::string_view text);
 // `base` with the items appended as its query ("?" or "&" as needed), in order.
 std::string withQuery(std::string base,
                       const std::vector<std::pair<std::string, std::string>>& items);

@@ -198,7 +198,7 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
   }
   sendImmediately(
       "session_start", "session", JsonValue{{"user_id", userId}},
-      [weak = weak_from_this(), listener] {
+      [weak = weak_from_this(), listener](const Status&) {
         auto alive = weak.lock();
         if (!alive || !listener) return;
         alive->environment_.platform.mainThread->post([listener] { listener->onSuccess(); });
@@ -254,7 +254,8 @@ double SdkSession::nowMillis() const {
 }
 
 void SdkSession::sendImmediately(const std::string& name, const std::string& category,
-                                 std::optional<JsonValue> payload, std::function<void()> then) {
+                                 std::optional<JsonValue> payload,
+                                 std::function<void(const Status&)> then) {
   environment_.tasks->submit([weak = weak_from_this(), name, category, payload = std::move(payload),
                               then = std::move(then)] {
     auto self = weak.lock();
@@ -272,7 +273,7 @@ void SdkSession::sendImmediately(const std::string& name, const std::string& cat
     const auto finish = [then](const Status& outcome) {
       if (!outcome)
         KorvaneLogger::w(kTag, "Failed to send immediate event: " + outcome.error().description);
-      if (then) then();
+      if (then) then(outcome);
     };
     Result<std::shared_ptr<ApiService>> api = self->environment_.network->apiService();
     if (!api) return finish(api.error());

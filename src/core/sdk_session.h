@@ -38,6 +38,11 @@ class SdkSession : public std::enable_shared_from_this<SdkSession> {
                         std::optional<JsonValue> payload);
   void flushEvents();
 
+  // Sends an event at once, outside the batch, on the task pool; `then` hears how it went.
+  void sendImmediately(const std::string& name, const std::string& category,
+                       std::optional<JsonValue> payload,
+                       std::function<void(const Status&)> then = nullptr);
+
   const SdkEnvironment& environment() const { return environment_; }
   DeviceUtils& device() { return *device_; }
 
@@ -47,9 +52,6 @@ class SdkSession : public std::enable_shared_from_this<SdkSession> {
   void finishValidation(Result<ValidateAppResponse> answer);
   void finishLogin(const std::string& userId, const Result<LoginResponse>& answer,
                    std::shared_ptr<KorvaneSdkLoginListener> listener);
-  // Sends a daily-active-user event at once, outside the batch.
-  void sendImmediately(const std::string& name, const std::string& category,
-                       std::optional<JsonValue> payload, std::function<void()> then = nullptr);
   // The name's refusal when the SDK is not initialised, or true when it went out at once.
   bool refusedOrSentImmediately(const std::string& name, const std::string& category,
                                 const std::optional<JsonValue>& payload);

@@ -4,6 +4,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "placements/placement_support.h"
 
 namespace korvane {
 namespace {
@@ -36,15 +37,9 @@ void installCallbacks(std::shared_ptr<OfferwallCallback> callback,
   KorvaneOfferwallViewController::setEventCallback(std::move(eventCallback));
 }
 
-std::shared_ptr<KorvaneOfferwallViewController> makeController(const KorvaneSdk& sdk,
-                                                               const std::string& baseUrl,
+std::shared_ptr<KorvaneOfferwallViewController> makeController(const std::string& baseUrl,
                                                                const std::string& placementId) {
-  auto controller = KorvaneOfferwallViewController::create();
-  controller->baseUrl = baseUrl;
-  if (std::optional<KorvaneSdkUser> user = sdk.getCurrentUser())
-    controller->userId = user->userId();
-  std::optional<KorvaneSdkConfig> config = sdk.getConfig();
-  controller->appKey = config ? config->appKey() : std::string();
+  auto controller = placements::offerwallFor(baseUrl);
   controller->placementId = placementId;
   return controller;
 }
@@ -75,7 +70,7 @@ void KorvaneSdk::openOfferwall(Screen* presenting, const std::string& placementI
     return;
   }
   installCallbacks(callback, std::move(eventCallback));
-  makeController(*this, app->korvaneHubUrl, placementId)->present(presenting);
+  makeController(app->korvaneHubUrl, placementId)->present(presenting);
   if (callback) callback->onOpened();
   trackEvent(EventType::offerwallOpened, "offerwall",
              JsonValue{{"source", "sdk_api"}, {"placementId", placementId}});
@@ -98,7 +93,7 @@ void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string&
     return;
   }
   installCallbacks(callback, std::move(eventCallback));
-  auto controller = makeController(*this, url, placementId);
+  auto controller = makeController(url, placementId);
   controller->showNavigationBar = showNavigationBar;
   controller->useNativeNavigationBar = useNativeNavigationBar;
   controller->present(presenting, useNativeNavigationBar);

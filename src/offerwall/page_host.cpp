@@ -5,6 +5,7 @@
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
+#include "placements/placement_registry.h"
 
 namespace korvane {
 
@@ -123,13 +124,12 @@ void PageHost::evaluateInPage(const std::string& script,
 }
 
 void PageHost::openAdjoeFromPage(const std::string& placementId,
-                                 std::shared_ptr<OfferwallCallback> callback, Screen*) {
-  KorvaneLogger::w(tag_, "adjoe offerwall is not available for placement " + placementId);
-  if (callback) callback->onError("adjoe offerwall is not available");
+                                 std::shared_ptr<OfferwallCallback> callback, Screen* over) {
+  KorvaneSdk::shared().openAdjoeOfferwall(over, placementId, std::move(callback));
 }
 
 std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {
-  return nullptr;
+  return PlacementRegistry::shared();
 }
 
 NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {

@@ -43,6 +43,12 @@ class LogCapture {
     std::lock_guard lock(mutex_);
     lines_.clear();
   }
+  // Some line holds `fragment`.
+  bool mentions(const std::string& fragment) const {
+    for (const std::string& m : messages())
+      if (m.find(fragment) != std::string::npos) return true;
+    return false;
+  }
   bool contains(const std::string& tagged) const {
     for (const std::string& m : messages())
       if (m == tagged) return true;

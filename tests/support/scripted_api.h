@@ -98,16 +98,49 @@ class ScriptedApi final : public ApiService {
     std::lock_guard lock(mutex_);
     return lastLogin_;
   }
-  void getQuiz(const std::optional<std::string>&, const std::optional<std::string>&,
-               const std::string&, ApiCompletion<QuizResponse>) override {}
-  void getMissions(const std::optional<std::string>&, const std::optional<std::string>&,
-                   const std::string&, ApiCompletion<MissionResponse>) override {}
-  void getBannerInfo(const std::string&, const std::string&, const std::string&,
-                     ApiCompletion<BannerInfoResponse>) override {}
-  void getPlacementUrl(const std::string&, ApiCompletion<PlacementUrlResponse>) override {}
+  // Content calls answer with what the test set (a failure when nothing was set) and are
+  // recorded as "getQuiz userId platform ifa" and the like.
+  std::optional<Result<QuizResponse>> quizAnswer;
+  std::optional<Result<MissionResponse>> missionAnswer;
+  std::optional<Result<BannerInfoResponse>> bannerAnswer;
+  std::optional<Result<PlacementUrlResponse>> placementUrlAnswer;
+  std::vector<std::string> contentCalls() const {
+    std::lock_guard lock(mutex_);
+    return contentCalls_;
+  }
+  void getQuiz(const std::optional<std::string>& userId, const std::optional<std::string>& platform,
+               const std::string& ifa, ApiCompletion<QuizResponse> completion) override {
+    completion(answerFor(
+        quizAnswer, "getQuiz " + userId.value_or("-") + " " + platform.value_or("-") + " " + ifa));
+  }
+  void getMissions(const std::optional<std::string>& userId,
+                   const std::optional<std::string>& platform, const std::string& ifa,
+                   ApiCompletion<MissionResponse> completion) override {
+    completion(answerFor(missionAnswer, "getMissions " + userId.value_or("-") + " " +
+                                            platform.value_or("-") + " " + ifa));
+  }
+  void getBannerInfo(const std::string& userId, const std::string& placementId,
+                     const std::string& platform,
+                     ApiCompletion<BannerInfoResponse> completion) override {
+    completion(
+        answerFor(bannerAnswer, "getBannerInfo " + userId + " " + placementId + " " + platform));
+  }
+  void getPlacementUrl(const std::string& placementId,
+                       ApiCompletion<PlacementUrlResponse> completion) override {
+    completion(answerFor(placementUrlAnswer, "getPlacementUrl " + placementId));
+  }
 
  private:
+  template <typename T>
+  Result<T> answerFor(const std::optional<Result<T>>& answer, std::string call) {
+    std::lock_guard lock(mutex_);
+    contentCalls_.push_back(std::move(call));
+    if (answer) return *answer;
+    return Error{"NSURLErrorDomain", -1004, "Could not connect to the server."};
+  }
+
   mutable std::mutex mutex_;
+  std::vector<std::string> contentCalls_;
   std::deque<Result<EventBatchResponse>> answers_;
   std::vector<EventBatch> batches_;
   std::vector<TrackEventRequest> singles_;

@@ -14,11 +14,13 @@
 #include "offerwall/navigation_policy.h"
 #include "offerwall/offerwall_url.h"
 #include "scripted_api.h"
+#include "signed_in_sdk.h"
 
 namespace korvane {
 namespace {
 
 using testing::FakePresenter;
+using testing::RecordingCallback;
 
 TEST(OfferwallUrl, ItemsInOrderKeepingTheBaseQueryAndQuizItemsOnlyForTheController) {
   OfferwallDevice device{"DEV", "17.4", "iPhone14,2", 1170, 2532, "SESS", 1763716500123};
@@ -149,48 +151,9 @@ TEST(BridgeScripts, RepliesAreTheDocumentedTexts) {
   EXPECT_NE(offlinePageHtml().find("JSON.stringify({ type: 'close' })"), std::string::npos);
 }
 
-class RecordingCallback final : public OfferwallCallback {
- public:
-  void onOpened() override { heard.push_back("opened"); }
-  void onClosed() override { heard.push_back("closed"); }
-  void onError(const std::string& message) override { heard.push_back("error:" + message); }
-  void onRewardEarned(int) override {}
-  std::vector<std::string> heard;
-};
-
 // The container over a fake platform with an initialised SDK and a logged-in user.
-class OfferwallTest : public ::testing::Test {
+class OfferwallTest : public testing::SignedInSdk {
  protected:
-  void SetUp() override {
-    SdkEnvironment environment;
-    environment.platform = fake_.services();
-    environment.platform.screens = presenter_;
-    environment.network = std::make_shared<NetworkManager>("SESSION");
-    environment.network->initialize(api_);
-    environment.tasks = tasks_;
-    environment.serial = tasks_;
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
-    sdk_.initialize(KorvaneSdkConfig::Builder("key", "secret").build());
-    tasks_->runAll();
-    AppData app;
-    app.korvaneHubUrl = "https://hub.example/";
-    api_->answerValidation(ValidateAppResponse{true, app, std::nullopt});
-    sdk_.login(KorvaneSdkUser("u1"));
-    settle();
-    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
-    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
-  }
-  void TearDown() override {
-    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
-    KorvaneOfferwallViewController::setEventCallback(nullptr);
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
-  }
-  void settle() {
-    while (tasks_->runAll() + fake_.mainThread->runUntilIdle() > 0) {
-    }
-  }
   std::shared_ptr<KorvaneOfferwallViewController> present(const std::string& url) {
     auto controller = KorvaneOfferwallViewController::create();
     controller->baseUrl = url;
@@ -198,15 +161,6 @@ class OfferwallTest : public ::testing::Test {
     settle();
     return controller;
   }
-  FakePresenter::FakeScreen& screen(std::size_t i) { return *presenter_->live.at(i); }
-
-  testing::LogCapture log_{LogLevel::verbose};
-  KorvaneSdk& sdk_ = KorvaneSdk::shared();
-  testing::FakePlatform fake_;
-  std::shared_ptr<FakePresenter> presenter_ = std::make_shared<FakePresenter>();
-  std::shared_ptr<testing::ScriptedApi> api_ = std::make_shared<testing::ScriptedApi>();
-  std::shared_ptr<testing::ManualExecutor> tasks_ = std::make_shared<testing::ManualExecutor>();
-  std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
 };
 
 TEST_F(OfferwallTest, TheRootReportsOnClosedOnceAndInnerPagesNever) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "korvane/api/app_records.h"
+#include "korvane/api/content_records.h"
 #include "korvane/core/error.h"
 #include "korvane/core/json_value.h"
 #include "korvane/core/logger.h"
@@ -101,6 +102,17 @@ class KorvaneSdk {
                               std::shared_ptr<OfferwallCallback> callback = nullptr,
                               std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr,
                               bool showNavigationBar = false, bool useNativeNavigationBar = false);
+  // adjoe's web offerwall (PlaytimeWeb) at the address validation gave, completed with the
+  // user's data, in the offerwall with the native bar. Refused (a warning and onError) without
+  // initialisation, a user, adjoe enabled (the server's flag over the configuration) or an
+  // address.
+  void openAdjoeOfferwall(Screen* presenting, const std::string& placementId,
+                          std::shared_ptr<OfferwallCallback> callback = nullptr);
+  // The banner for a placement, whatever its success flag. Refusals: domain "KorvaneSDK", code
+  // -1 (not initialised) or -2 (no user), at once on the calling thread; otherwise the
+  // completion runs on a background thread.
+  void getBannerInfo(const std::string& placementId,
+                     std::function<void(Result<BannerInfoResponse>)> completion);
   // Hands a web address to the system browser; true once the request was handed over.
   bool openExternalBrowser(const std::string& url, const std::string& placementId);
   // The offerwall address validation returned, if any.

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "korvane/api/content_records.h"
+#include "korvane/core/public_errors.h"
+
+namespace korvane {
+
+class Screen;
+
+// What the host hears about quizzes, on the main thread.
+class KorvaneQuizEventsListener {
+ public:
+  virtual ~KorvaneQuizEventsListener() = default;
+  virtual void onImpressed(const QuizEvent& quizEvent) = 0;
+  virtual void onClicked(const QuizEvent& quizEvent) = 0;
+  // The quiz page reported completion. The amount is the page's "rewardAmount", else the quiz's
+  // point when it is a whole number, else 0.
+  virtual void onQuizCompleted(const QuizEvent& quizEvent, int rewardAmount) = 0;
+};
+
+// The quiz placement: loads the user's quizzes, reports impressions and clicks and opens a quiz
+// full screen in the offerwall, whose completion message comes back here. Call from the main
+// thread; load callbacks arrive there.
+class KorvaneQuiz : public std::enable_shared_from_this<KorvaneQuiz> {
+  struct Token {
+    explicit Token() = default;
+  };
+
+ public:
+  using SuccessCallback = std::function<void(const QuizResponse&)>;
+  using FailureCallback = std::function<void(KorvaneAdError)>;
+
+  static std::shared_ptr<KorvaneQuiz> create();
+  explicit KorvaneQuiz(Token) {}
+  KorvaneQuiz(const KorvaneQuiz&) = delete;
+  KorvaneQuiz& operator=(const KorvaneQuiz&) = delete;
+
+  // Held weakly: the quiz never keeps the host's listener alive.
+  void setQuizEventsListener(const std::shared_ptr<KorvaneQuizEventsListener>& listener);
+  // Loads the list; onSuccess comes first, then one impression per quiz in order. With
+  // shouldStoreCallbacks (and the SDK initialised) the callbacks are kept for reload().
+  void load(SuccessCallback onSuccess, FailureCallback onFailure,
+            bool shouldStoreCallbacks = false);
+  void reload();
+  std::vector<QuizEvent> quizEvents() const;
+
+  // Records the click, tells the listener, then opens the quiz over `from` (the top screen when
+  // null). An unknown id opens nothing.
+  void clickQuiz(const std::string& quizId, Screen* from);
+  void clickQuiz(const QuizEvent& quizEvent, Screen* from);
+  // Records the click and tells the listener without opening anything.
+  void trackClick(const QuizEvent& quizEvent);
+
+ private:
+  friend class PlacementRegistry;
+  void trackImpression(const QuizEvent& quizEvent);
+  // Records "quiz_completed"; reloading is left to the host.
+  void refreshAfterCompletion(const QuizEvent& quizEvent);
+  void completed(const QuizEvent& quizEvent, int rewardAmount);
+  std::shared_ptr<KorvaneQuizEventsListener> listener() const;
+
+  mutable std::mutex mutex_;
+  std::vector<QuizEvent> quizEvents_;
+  std::weak_ptr<KorvaneQuizEventsListener> listener_;
+  SuccessCallback loadSuccessCallback_;
+  FailureCallback loadFailureCallback_;
+};
+
+}  // namespace korvane

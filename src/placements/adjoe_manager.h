@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "korvane/offerwall/offerwall_callback.h"
+
+namespace korvane {
+
+class Screen;
+
+// What the adjoe PlaytimeWeb offerwall is opened with.
+struct PlaytimeWebInputs {
+  std::string baseUrl;
+  std::string userId;
+  std::optional<std::string> advertisingId;
+  std::optional<std::string> placement;
+  std::optional<std::string> genderWord;
+  std::optional<std::int64_t> age;
+};
+
+// Builds adjoe's PlaytimeWeb address and opens it in the SDK's offerwall.
+class KorvaneAdjoeManager {
+ public:
+  // The base address with its query replaced by user_id, idfa, placement, gender and age (each
+  // only when given); nothing when the base does not parse.
+  static std::optional<std::string> buildPlaytimeWebUrl(const PlaytimeWebInputs& inputs);
+  // Logs the inputs and the address, sends "adjoe_webview_opened" at once, then opens the
+  // address as the facade's openOfferwallWithUrl does, with the native bar.
+  static void open(Screen* presenting, const PlaytimeWebInputs& inputs,
+                   std::shared_ptr<OfferwallCallback> callback);
+};
+
+}  // namespace korvane

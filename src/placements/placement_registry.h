@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "korvane/api/content_records.h"
+#include "korvane/placements/korvane_mission.h"
+#include "korvane/placements/korvane_quiz.h"
+#include "offerwall/bridge_dispatcher.h"
+
+namespace korvane {
+
+// The process-wide record of live mission placements and of the quiz being shown, which is how
+// the offerwall's pages reach the placements. Never holds a placement alive; never calls one
+// while its lock is held.
+class PlacementRegistry final : public PlacementMessages {
+ public:
+  static std::shared_ptr<PlacementRegistry> shared();
+
+  void addMission(const std::shared_ptr<KorvaneMission>& mission);
+  // True when the instance was still registered.
+  bool removeMission(const KorvaneMission* mission);
+  struct LiveMissions {
+    std::vector<std::shared_ptr<KorvaneMission>> missions;  // registry order
+    std::size_t dropped = 0;                                // entries whose instance was gone
+  };
+  LiveMissions liveMissions();
+  // The placement whose mission page was opened last: asked first about mission messages.
+  void setActiveMission(const std::shared_ptr<KorvaneMission>& mission);
+  void setCurrentQuiz(const std::shared_ptr<KorvaneQuiz>& quiz, QuizEvent quizEvent);
+
+  // PlacementMessages
+  bool quizCompleted(const JsonValue& data) override;
+  bool missionCompleted(const std::string& missionId) override;
+  bool missionProgressed(const std::string& missionId) override;
+  void missionsRefreshed(const std::optional<std::string>& unitId) override;
+
+ private:
+  struct Entry {
+    const KorvaneMission* identity;
+    std::weak_ptr<KorvaneMission> mission;
+  };
+  // The placement that holds `missionId` (the active one first) and its mission.
+  std::optional<std::pair<std::shared_ptr<KorvaneMission>, Mission>> findMission(
+      const std::string& missionId);
+
+  std::mutex lock_;
+  std::vector<Entry> missions_;
+  std::weak_ptr<KorvaneMission> activeMission_;
+  std::weak_ptr<KorvaneQuiz> currentQuiz_;
+  std::optional<QuizEvent> currentQuizEvent_;
+};
+
+// The reward a quiz completion carries: the page's whole-number "rewardAmount", else the quiz's
+// point when it is a whole number, else 0.
+int quizRewardAmount(const JsonValue& data, const QuizEvent& quizEvent);
+
+}  // namespace korvane

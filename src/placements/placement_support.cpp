@@ -1,0 +1,47 @@
+#include "placements/placement_support.h"
+
+#include "core/sdk_session.h"
+
+namespace korvane::placements {
+
+std::shared_ptr<ApiService> apiService(std::string_view tag) {
+  Result<std::shared_ptr<ApiService>> api =
+      SdkInternals::session()->environment().network->apiService();
+  if (api) return api.value();
+  KorvaneLogger::e(tag, "Failed to initialize API service: " + api.error().description,
+                   api.error());
+  return nullptr;
+}
+
+std::string advertisingIdOrZero() {
+  return SdkInternals::session()->device().cachedAdvertisingId().value_or(kZeroAdvertisingId);
+}
+
+void onMainThread(std::function<void()> work) {
+  SdkInternals::session()->environment().platform.mainThread->post(std::move(work));
+}
+
+std::string decimalOrEmpty(const std::optional<std::int64_t>& number) {
+  return number ? std::to_string(*number) : std::string();
+}
+
+std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& url) {
+  KorvaneSdk& sdk = KorvaneSdk::shared();
+  auto controller = KorvaneOfferwallViewController::create();
+  controller->baseUrl = url;
+  if (std::optional<KorvaneSdkUser> user = sdk.getCurrentUser())
+    controller->userId = user->userId();
+  if (std::optional<KorvaneSdkConfig> config = sdk.getConfig())
+    controller->appKey = config->appKey();
+  return controller;
+}
+
+void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                       const std::shared_ptr<OfferwallCallback>& callback, Screen* from) {
+  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  KorvaneOfferwallViewController::setOfferwallCallback(callback);
+  controller->present(from);
+  if (callback) callback->onOpened();
+}
+
+}  // namespace korvane::placements

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "korvane/api/api_service.h"
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/offerwall/offerwall_view_controller.h"
+
+namespace korvane::placements {
+
+// The SDK's API service, or nothing after logging "Failed to initialize API service: " under
+// `tag`.
+std::shared_ptr<ApiService> apiService(std::string_view tag);
+// The identifier the device layer cached, or the zero identifier.
+std::string advertisingIdOrZero();
+// Runs `work` on the main thread (queued even when called there, so callbacks never re-enter).
+void onMainThread(std::function<void()> work);
+// An optional number as decimal text, empty when absent.
+std::string decimalOrEmpty(const std::optional<std::int64_t>& number);
+
+// A controller for `url` carrying the current user and the app key.
+std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& url);
+// Makes `callback` the offerwall's callback (restarting its once-only onClosed), presents the
+// controller full screen over `from` and reports onOpened.
+void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                       const std::shared_ptr<OfferwallCallback>& callback, Screen* from);
+
+}  // namespace korvane::placements
