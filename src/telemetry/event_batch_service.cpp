@@ -112,10 +112,15 @@ void EventBatchService::loadPersistedEvents() {
   }
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
   for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
+  accepted_ += count;
   Status cleared = deps_.persistence->clearEvents();
   if (!cleared)
     KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
   KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
+}
+
+EventBatchService::Tally EventBatchService::tally() const {
+  return {accepted_.load(), delivered_.load(), deps_.queue->count()};
 }
 
 void EventBatchService::trackEvent(Event event) {
@@ -125,6 +130,7 @@ void EventBatchService::trackEvent(Event event) {
   std::optional<Event> copy;
   if (critical) copy = event;
   deps_.queue->enqueue(std::move(event));
+  ++accepted_;
   KorvaneLogger::d(kTag, [&] {
     return "Event added to queue. Queue size: " + std::to_string(deps_.queue->count()) +
            ", Event type: " + rawValue(type) + ", Timestamp: " + formatLocalTimestamp(timestamp);
@@ -273,6 +279,7 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     retryCount_ = 0;
     KorvaneLogger::d(kTag, "Batch sent successfully!");
     lastFlushMillis_ = deps_.clock->nowMillis();
+    delivered_ += events.size();
     forgetPersisted(events);
   } else {
     KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description, outcome.error());

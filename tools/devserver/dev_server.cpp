@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "api/record_codec.h"
+#include "webapp_assets.h"
 
 namespace korvane::devserver {
 namespace {
@@ -96,6 +97,76 @@ App appFromJson(const Json& j) {
   if (j.contains("adjoeSdkHash")) app.adjoeSdkHash = j["adjoeSdkHash"].get<std::string>();
   if (j.contains("config") && j["config"].is_object()) app.config = j["config"];
   return app;
+}
+
+// The demo user's missions: three, the first already done, in impression order.
+MissionResponse missionList(const std::string& base) {
+  MissionResponse response;
+  response.success = true;
+  response.current = 1;
+  response.total = 3;
+  response.titleText = "오늘의 미션";
+  response.descriptionText = "미션을 완료하고 포인트를 받으세요";
+  response.rewardUrl = base + "reward.html";
+  const char* titles[] = {"앱 설치하기", "퀴즈 풀기", "출석 체크"};
+  for (int i = 0; i < 3; ++i) {
+    Mission mission;
+    mission.id = "mission-" + std::to_string(i + 1);
+    mission.title = titles[i];
+    mission.description = "Complete step " + std::to_string(i + 1);
+    mission.imageUrl = base + "images/mission" + std::to_string(i + 1) + ".svg";
+    mission.landingUrl = base + "mission.html?missionId=" + mission.id;
+    mission.point = std::to_string(100 * (i + 1));
+    mission.status = i == 0 ? "completed" : "pending";
+    mission.progress = i == 0 ? 1 : 0;
+    mission.total = 1;
+    mission.type = i == 2 ? MissionType::offerwallPromotion : MissionType::normal;
+    mission.impressionOrder = i + 1;
+    mission.placementId = "mission-placement";
+    response.events.push_back(std::move(mission));
+  }
+  return response;
+}
+
+QuizResponse quizList(const std::string& base) {
+  QuizResponse response;
+  response.success = true;
+  response.titleText = "오늘의 퀴즈";
+  response.completedImageUrl = base + "images/quiz-done.svg";
+  response.completedImageWidth = 320;
+  response.completedImageHeight = 180;
+  for (int i = 0; i < 2; ++i) {
+    QuizEvent quiz;
+    quiz.id = "quiz-" + std::to_string(i + 1);
+    quiz.title = "Quiz " + std::to_string(i + 1);
+    quiz.imageUrl = base + "images/quiz" + std::to_string(i + 1) + ".svg";
+    quiz.landingUrl = base + "quiz.html?quizId=" + quiz.id;
+    quiz.point = "50";
+    quiz.completed = false;
+    quiz.impressionOrder = i + 1;
+    quiz.placementId = "quiz-placement";
+    response.events.push_back(std::move(quiz));
+  }
+  return response;
+}
+
+// A square with the image's name, in a colour the name picks.
+std::string placeholderImage(const std::string& name) {
+  const char* colours[] = {"#5b3df5", "#ff8a3d", "#22b07d", "#3d8bff", "#e0457b"};
+  const std::size_t pick = std::hash<std::string>{}(name) % std::size(colours);
+  std::string label;
+  for (char c : name)
+    if (std::isalnum(static_cast<unsigned char>(c))) label += c;
+  return std::string("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"104\" height=\"104\">") +
+         "<rect width=\"104\" height=\"104\" rx=\"24\" fill=\"" + colours[pick] + "\"/>" +
+         "<text x=\"52\" y=\"60\" font-size=\"16\" font-family=\"sans-serif\" " +
+         "text-anchor=\"middle\" fill=\"#fff\">" + label.substr(0, 8) + "</text></svg>";
+}
+
+std::string contentType(const std::string& name) {
+  if (name.ends_with(".css")) return "text/css";
+  if (name.ends_with(".js")) return "text/javascript";
+  return "text/html";
 }
 
 }  // namespace
@@ -422,61 +493,19 @@ void DevServer::installRoutes() {
                 }));
 
   server_->Get(prefix + "/mission", endpoint(false, [state](RecordedRequest&, const App&, int&) {
-                 const std::string base = state->baseUrl + "/offerwall/";
-                 MissionResponse response;
-                 response.success = true;
-                 response.current = 1;
-                 response.total = 3;
-                 response.titleText = "오늘의 미션";
-                 response.descriptionText = "미션을 완료하고 포인트를 받으세요";
-                 response.rewardUrl = base + "reward.html";
-                 const char* titles[] = {"앱 설치하기", "퀴즈 풀기", "출석 체크"};
-                 for (int i = 0; i < 3; ++i) {
-                   Mission mission;
-                   mission.id = "mission-" + std::to_string(i + 1);
-                   mission.title = titles[i];
-                   mission.description = "Complete step " + std::to_string(i + 1);
-                   mission.imageUrl = base + "images/mission" + std::to_string(i + 1) + ".png";
-                   mission.landingUrl = base + "mission.html?missionId=" + mission.id;
-                   mission.point = std::to_string(100 * (i + 1));
-                   mission.status = i == 0 ? "completed" : "pending";
-                   mission.progress = i == 0 ? 1 : 0;
-                   mission.total = 1;
-                   mission.type = i == 2 ? MissionType::offerwallPromotion : MissionType::normal;
-                   mission.impressionOrder = i + 1;
-                   mission.placementId = "mission-placement";
-                   response.events.push_back(std::move(mission));
-                 }
-                 return toJson(response);
+                 return toJson(missionList(state->baseUrl + "/offerwall/"));
                }));
 
   server_->Get(prefix + "/quiz", endpoint(false, [state](RecordedRequest&, const App&, int&) {
-                 const std::string base = state->baseUrl + "/offerwall/";
-                 QuizResponse response;
-                 response.success = true;
-                 response.titleText = "오늘의 퀴즈";
-                 response.completedImageUrl = base + "images/quiz-done.png";
-                 response.completedImageWidth = 320;
-                 response.completedImageHeight = 180;
-                 for (int i = 0; i < 2; ++i) {
-                   QuizEvent quiz;
-                   quiz.id = "quiz-" + std::to_string(i + 1);
-                   quiz.title = "Quiz " + std::to_string(i + 1);
-                   quiz.imageUrl = base + "images/quiz" + std::to_string(i + 1) + ".png";
-                   quiz.landingUrl = base + "quiz.html?quizId=" + quiz.id;
-                   quiz.point = "50";
-                   quiz.completed = false;
-                   quiz.impressionOrder = i + 1;
-                   quiz.placementId = "quiz-placement";
-                   response.events.push_back(std::move(quiz));
-                 }
-                 return toJson(response);
+                 return toJson(quizList(state->baseUrl + "/offerwall/"));
                }));
 
   server_->Get(prefix + "/banner", endpoint(false, [state](RecordedRequest& r, const App&, int&) {
                  BannerInfoResponse banner;
-                 banner.success = true;
-                 banner.imageUrl = state->baseUrl + "/offerwall/images/banner.png";
+                 // "no-fill" is the placement without a banner.
+                 banner.success = queryValue(r, "placementId") != "no-fill";
+                 if (!banner.success) return toJson(banner);
+                 banner.imageUrl = state->baseUrl + "/offerwall/images/banner.svg";
                  banner.imageWidth = 320;
                  banner.imageHeight = 100;
                  banner.titleText = "포인트 받고 쇼핑하기";
@@ -532,11 +561,36 @@ void DevServer::installRoutes() {
     state->requests.push_back(std::move(record));
   });
 
-  server_->Get("/offerwall/", [](const httplib::Request&, httplib::Response& res) {
-    res.set_content(
-        "<!doctype html><html><head><meta charset=\"utf-8\"><title>Korvane offerwall</title></head>"
-        "<body><h1>Korvane offerwall</h1></body></html>",
-        "text/html; charset=utf-8");
+  // The sample offerwall web app, its data and images; requests are recorded like pages.
+  server_->Get(R"(/offerwall/(.*))", [state](const httplib::Request& req, httplib::Response& res) {
+    RecordedRequest record;
+    record.method = req.method;
+    record.path = req.path;
+    record.target = req.target;
+    for (const auto& [name, value] : req.params) record.query.emplace_back(name, value);
+    for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+    const std::string name = req.matches[1].str().empty() ? "index.html" : req.matches[1].str();
+    const std::string base = state->baseUrl + "/offerwall/";
+    std::optional<std::pair<std::string, std::string>> body;  // content, type
+    if (name == "data/missions.json") {
+      body.emplace(json::dump(toJson(missionList(base))), "application/json");
+    } else if (name == "data/quizzes.json") {
+      body.emplace(json::dump(toJson(quizList(base))), "application/json");
+    } else if (name.starts_with("images/") && name.ends_with(".svg")) {
+      body.emplace(placeholderImage(name.substr(7, name.size() - 11)), "image/svg+xml");
+    } else {
+      for (const WebAsset& asset : webAssets())
+        if (asset.name == name) body.emplace(std::string(asset.content), contentType(name));
+    }
+    record.status = body ? 200 : 404;
+    if (body) {
+      res.set_content(body->first, body->second + "; charset=utf-8");
+    } else {
+      res.status = 404;
+      res.set_content("not found", "text/plain");
+    }
+    std::lock_guard lock(state->mutex);
+    state->requests.push_back(std::move(record));
   });
 }
 

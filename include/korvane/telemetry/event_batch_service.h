@@ -76,6 +76,16 @@ class EventBatchService : public EventBatchServiceProtocol,
   int retryCount() const { return retryCount_.load(); }
   EventPersistenceProtocol& persistence() { return *deps_.persistence; }
 
+  // Events this service took on (tracked, or loaded from the event file) and events a backend
+  // acknowledged. Once the queue is empty and nothing is in flight, the difference is what was
+  // lost (or is waiting in the event file).
+  struct Tally {
+    std::size_t accepted = 0;
+    std::size_t delivered = 0;
+    std::size_t queued = 0;
+  };
+  Tally tally() const;
+
   static constexpr int kMaxRetryCount = 3;
   static constexpr double kRetryBaseDelay = 5.0;
   static constexpr double kRetryMaxDelay = 60.0;
@@ -103,6 +113,8 @@ class EventBatchService : public EventBatchServiceProtocol,
   std::atomic<double> flushInterval_;
   std::atomic<std::int64_t> lastFlushMillis_;
   std::atomic<int> retryCount_{0};
+  std::atomic<std::size_t> accepted_{0};
+  std::atomic<std::size_t> delivered_{0};
   std::mutex processingLock_;
   bool isProcessing_ = false;
   std::mutex timerLock_;
