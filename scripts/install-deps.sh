@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, tests and tools need (WebKitGTK and Xvfb for the
-# offerwall's web view and its tests). Safe to run again: packages
-# already present are left alone and nothing is downloaded when all are there.
+# offerwall's web view and its tests, fonts for the sample pages' Korean and emoji). Safe to run
+# again: packages already present are left alone and nothing is downloaded when all are there.
 set -euo pipefail
 
 packages=(
@@ -9,7 +9,7 @@ packages=(
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
-  libwebkit2gtk-4.1-dev xvfb xauth
+  libwebkit2gtk-4.1-dev xvfb xauth fonts-nanum fonts-noto-color-emoji
 )
 
 missing=()

@@ -110,6 +110,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   bool dismissing_ = false;
   // A page that slid up over this one and replaced its web view.
   std::shared_ptr<KorvaneOfferwallViewController> child_;
+  // The page a replacement sits in: closing the replacement closes that page, as dismissing a
+  // child controller dismisses the page presenting it.
+  std::weak_ptr<OfferwallControllerImpl> container_;
 };
 
 void OfferwallControllerImpl::present(Screen* over, bool inNavigationContainer) {
@@ -202,6 +205,8 @@ void OfferwallControllerImpl::closePage() {
 }
 
 void OfferwallControllerImpl::dismiss(bool animated) {
+  if (auto container = container_.lock(); container && !container->dismissing_)
+    return container->dismiss(animated);
   if (!screen_ || dismissing_) return;
   dismissing_ = true;
   std::weak_ptr<OfferwallControllerImpl> weak =
@@ -261,6 +266,7 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
         alive->screen_->removeWebView();
         KorvaneLogger::d(kTag, "WebView replaced successfully with child VC");
       });
+  child->impl_->container_ = weak;
   child->impl_->adoptScreen(std::move(childScreen));
   child_ = child;
 }

@@ -12,6 +12,8 @@
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
+#include "korvane/placements/korvane_banner.h"
+#include "korvane/placements/korvane_mission.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
@@ -206,6 +208,59 @@ TEST_F(FacadeSession, ServerBatchSettingsChangeWhenEventsLeave) {
   sdk_.trackEventWithCustomName("tap", "ui");
   ASSERT_TRUE(server_.waitForEvents(7, 6s)) << "the two-second timer sends the rest";
   EXPECT_TRUE(eventually([&] { return batches() == 2; }));
+}
+
+// Placements against the local backend: loads, their events' payloads, the refresh fan-out and
+// the banner's error mapping.
+TEST_F(FacadeSession, MissionLoadsReportImpressionsInOrderAndRefreshReachesEachListenerOnce) {
+  sdk_.initialize(config("demo-app-key", "demo-app-secret"));
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  ASSERT_EQ(login("user-7"), "success");
+
+  struct Listener final : KorvaneMissionEventsListener {
+    std::atomic<int> refreshes{0};
+    void onClicked(const Mission&) override {}
+    void onImpressed(const Mission&) override {}
+    void onCompleted(const Mission&) override {}
+    void onProgressed(const Mission&) override {}
+    void onRefreshed(const std::optional<std::string>&) override { ++refreshes; }
+  };
+  auto listener = std::make_shared<Listener>();
+  auto first = KorvaneMission::create();
+  auto second = KorvaneMission::create();
+  first->setEventsListener(listener);
+  second->setEventsListener(listener);
+  std::promise<std::size_t> loaded;
+  first->load([&](const std::vector<Mission>& m, MissionProgress) { loaded.set_value(m.size()); },
+              [&](KorvaneAdError) { loaded.set_value(0); });
+  ASSERT_EQ(loaded.get_future().get(), 3u);
+  const auto request = server_.requestsTo("/v1/api/sdk/mission").at(0).target;
+  EXPECT_EQ(request, "/v1/api/sdk/mission?userId=user-7&platform=iOS&ifa=" + std::string(kIdfa));
+
+  loop_.runSync([&] {
+    KorvaneMission::refreshMissionList("unit");
+    first->clickMission("no-such-mission", nullptr);
+  });
+  EXPECT_EQ(listener->refreshes.load(), 1);
+  EXPECT_TRUE(log_.contains("[W/KorvaneMission] Mission not found: no-such-mission"));
+
+  sdk_.flushEvents();
+  ASSERT_TRUE(server_.waitForEvents(5, 5s));
+  std::vector<std::string> impressed;
+  for (const TrackEventRequest& e : server_.deliveredEvents())
+    if (e.name == "mission_impressed") impressed.push_back(e.parameters.at(0).second);
+  EXPECT_EQ(impressed, (std::vector<std::string>{"mission-1", "mission-2", "mission-3"}));
+
+  std::promise<std::string> banner;
+  KorvaneBanner::shared().getBanner(
+      "no-fill", [&](const BannerInfoResponse&) { banner.set_value("success"); },
+      [&](KorvaneAdError e) { banner.set_value(localizedDescription(e)); });
+  EXPECT_EQ(banner.get_future().get(), localizedDescription(KorvaneAdError::networkError));
+  std::promise<bool> facadeSuccess;
+  sdk_.getBannerInfo("no-fill", [&](Result<BannerInfoResponse> r) {
+    facadeSuccess.set_value(r.ok() && !r.value().success);
+  });
+  EXPECT_TRUE(facadeSuccess.get_future().get()) << "the facade passes success false through";
 }
 
 }  // namespace

@@ -219,6 +219,26 @@ TEST_F(OfferwallTest, CloseButtonDismissesInnerPagesLastFirstAndRecordsTheClosin
   EXPECT_EQ(api_->batches().back().events.back().name, "offerwall_closed");
 }
 
+TEST_F(OfferwallTest, ClosingAReplacementClosesThePageItReplaced) {
+  auto root = present("https://hub.example/");
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
+  settle();
+  screen(1).view.post(R"({"type":"closeOpenWebView","data":{"url":"https://hub.example/b"}})");
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 3u);
+  ASSERT_TRUE(presenter_->pendingSlide);
+  presenter_->pendingSlide();
+  EXPECT_EQ(screen(2).view.loads.at(0).url, "https://hub.example/b");
+  presenter_->journal.clear();
+  screen(2).view.post(R"({"type":"close"})");
+  settle();
+  EXPECT_EQ(presenter_->journal,
+            (std::vector<std::string>{"screen1 dismissed animated", "screen2 dismissed",
+                                      "screen2 destroyed", "screen1 destroyed"}));
+  EXPECT_EQ(presenter_->live.size(), 1u) << "the root stays";
+  EXPECT_TRUE(callback_->heard.empty());
+}
+
 TEST_F(OfferwallTest, LoadFailuresAndTheOfflinePath) {
   auto root = present("https://hub.example/");
   auto delegate = screen(0).view.delegate.lock();

@@ -16,6 +16,8 @@
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/placements/korvane_mission.h"
+#include "korvane/placements/korvane_quiz.h"
 #include "log_capture.h"
 
 namespace korvane {
@@ -403,6 +405,75 @@ TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   EXPECT_EQ(view->stackSize(), 1u) << "the last page stays for the host to remove";
   view.reset();
   EXPECT_TRUE(presenter_->live.empty());
+}
+
+// Placements against the sample offerwall web app: a mission landing page and a quiz page report
+// back through the bridge, and adjoe's page receives the user's data as query items.
+TEST_F(OfferwallWeb, PlacementPagesReportBackAndAdjoeGetsTheUsersData) {
+  struct Heard final : KorvaneMissionEventsListener, KorvaneQuizEventsListener {
+    std::vector<std::string> lines;
+    void onClicked(const Mission& m) override { lines.push_back("clicked " + m.id); }
+    void onImpressed(const Mission&) override {}
+    void onCompleted(const Mission& m) override { lines.push_back("completed " + m.id); }
+    void onProgressed(const Mission& m) override { lines.push_back("progressed " + m.id); }
+    void onRefreshed(const std::optional<std::string>&) override {}
+    void onImpressed(const QuizEvent&) override {}
+    void onClicked(const QuizEvent& q) override { lines.push_back("clicked " + q.id); }
+    void onQuizCompleted(const QuizEvent& q, int amount) override {
+      lines.push_back("completed " + q.id + " " + std::to_string(amount));
+    }
+  };
+  auto heard = std::make_shared<Heard>();
+  auto missions = KorvaneMission::create();
+  missions->setEventsListener(heard);
+  bool loaded = false;
+  missions->load([&](const std::vector<Mission>&, MissionProgress) { loaded = true; }, nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return loaded; }));
+  missions->clickMission("mission-2", nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  callBridge(screen(0),
+             "document.getElementById('progress').click();"
+             "document.getElementById('complete').click()");
+  ASSERT_TRUE(pumpUntil([&] { return heard->lines.size() == 3; }));
+  EXPECT_EQ(heard->lines, (std::vector<std::string>{"clicked mission-2", "progressed mission-2",
+                                                    "completed mission-2"}));
+  screen(0).close();
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+
+  auto quiz = KorvaneQuiz::create();
+  quiz->setQuizEventsListener(heard);
+  loaded = false;
+  quiz->load([&](const QuizResponse&) { loaded = true; }, nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return loaded; }));
+  heard->lines.clear();
+  quiz->clickQuiz("quiz-1", nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  callBridge(screen(0),
+             "document.getElementById('right-answer').click();"
+             "document.getElementById('submit').click()");
+  ASSERT_TRUE(pumpUntil([&] { return heard->lines.size() == 2; }));
+  EXPECT_EQ(heard->lines, (std::vector<std::string>{"clicked quiz-1", "completed quiz-1 50"}));
+  const auto quizPage = server_.requestsTo("/offerwall/quiz.html");
+  ASSERT_EQ(quizPage.size(), 1u);
+  EXPECT_NE(quizPage[0].target.find("&quiz_id=quiz-1&quiz_title=Quiz%201&context=quiz&"),
+            std::string::npos);
+  screen(0).close();
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+
+  sdk_.openAdjoeOfferwall(nullptr, "wall", nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/offerwall/adjoe.html").empty(); }));
+  EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  // adjoe's items in their order, then the offerwall's own.
+  const std::string target = server_.requestsTo("/offerwall/adjoe.html")[0].target;
+  EXPECT_EQ(target.rfind("/offerwall/adjoe.html?user_id=web-user&idfa=" + std::string(kIdfa) +
+                             "&placement=wall&gender=male&age=" +
+                             std::to_string(local.tm_year + 1900 - 1990) + "&user_id=web-user&",
+                         0),
+            0u)
+      << target;
 }
 
 }  // namespace

@@ -43,10 +43,17 @@ PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory
   services.lifecycle = hostLifecycle();
   services.urlOpener = std::make_shared<GioUrlOpener>(mainThread);
   services.diagnostics = std::make_shared<LinuxProcessDiagnostics>();
-#if KORVANE_WITH_WEBKIT
-  services.screens = std::make_shared<GtkScreenPresenter>();
-#endif
+  services.screens = screenPresenter();
   return services;
+}
+
+std::shared_ptr<ScreenPresenter> screenPresenter() {
+#if KORVANE_WITH_WEBKIT
+  static const auto presenter = std::make_shared<GtkScreenPresenter>();
+  return presenter;
+#else
+  return nullptr;
+#endif
 }
 
 }  // namespace linux_host

@@ -44,10 +44,14 @@ class Animation {
   gint64 start_;
 };
 
+using ScreenList = std::vector<Screen*>;
+
 class GtkScreen final : public Screen {
  public:
   // A window of its own.
-  GtkScreen(GtkWindow* over, const ScreenOptions& options) {
+  GtkScreen(std::shared_ptr<ScreenList> list, GtkWindow* over, const ScreenOptions& options)
+      : list_(std::move(list)) {
+    list_->push_back(this);
     window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_default_size(GTK_WINDOW(window_), GtkScreenPresenter::kWidth,
                                 GtkScreenPresenter::kHeight);
@@ -71,7 +75,8 @@ class GtkScreen final : public Screen {
 
   // A page inside `parent`'s overlay, above what it shows.
   explicit GtkScreen(GtkScreen& parent)
-      : parentOverlay_(parent.overlay_), overlay_(parent.overlay_) {
+      : list_(parent.list_), parentOverlay_(parent.overlay_), overlay_(parent.overlay_) {
+    list_->push_back(this);
     GtkWidget* widget = webView_.widget();
     gtk_overlay_add_overlay(GTK_OVERLAY(parentOverlay_), widget);
     gtk_widget_set_halign(widget, GTK_ALIGN_FILL);
@@ -80,6 +85,7 @@ class GtkScreen final : public Screen {
   }
 
   ~GtkScreen() override {
+    std::erase(*list_, this);
     *alive_ = false;
     alive_.reset();
     if (window_) gtk_widget_destroy(window_);
@@ -173,6 +179,7 @@ class GtkScreen final : public Screen {
     if (close_) close_();
   }
 
+  std::shared_ptr<ScreenList> list_;
   WebKitWebViewPort webView_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   GtkWidget* window_ = nullptr;
@@ -184,7 +191,11 @@ class GtkScreen final : public Screen {
 
 }  // namespace
 
-GtkScreenPresenter::GtkScreenPresenter() = default;
+GtkScreenPresenter::GtkScreenPresenter() : screens_(std::make_shared<std::vector<Screen*>>()) {}
+
+std::vector<Screen*> GtkScreenPresenter::liveScreens() const {
+  return *screens_;
+}
 
 std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(Screen* over,
                                                               const ScreenOptions& options) {
@@ -192,7 +203,7 @@ std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(Screen* over,
   static const bool started = gtk_init_check(nullptr, nullptr);
   if (!started) g_warning("GTK could not open a display");
   GtkWindow* parent = over ? static_cast<GtkScreen*>(over)->window() : nullptr;
-  return std::make_unique<GtkScreen>(parent, options);
+  return std::make_unique<GtkScreen>(screens_, parent, options);
 }
 
 std::unique_ptr<Screen> GtkScreenPresenter::embedSlidingUp(Screen& parent,

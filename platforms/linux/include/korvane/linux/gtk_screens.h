@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "korvane/platform/screen_presenter.h"
 
@@ -16,10 +17,15 @@ class GtkScreenPresenter final : public ScreenPresenter {
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override;
   std::unique_ptr<Screen> stackOver(Screen& parent) override;
+  // The pages this presenter shows, oldest first: the last is the one on top.
+  std::vector<Screen*> liveScreens() const;
 
   // Window size of a full-screen page, in pixels (a phone-shaped window on a desktop).
   static constexpr int kWidth = 414;
   static constexpr int kHeight = 800;
+
+ private:
+  std::shared_ptr<std::vector<Screen*>> screens_;
 };
 
 // Saves the window that shows `screen` as a PNG; false when it has nothing drawn yet.

@@ -15,6 +15,8 @@ PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory
 
 // The process's first thread as the main thread (default GLib main context). Process-wide.
 std::shared_ptr<GlibMainThread> processMainThread();
+// The screens of the offerwall (nothing when built without WebKitGTK). Process-wide.
+std::shared_ptr<ScreenPresenter> screenPresenter();
 // The lifecycle the host reports to (window hidden or shown, quitting). Process-wide.
 std::shared_ptr<HostAppLifecycle> hostLifecycle();
 
