@@ -15,9 +15,7 @@ namespace {
 constexpr std::string_view kTag = "KorvaneMission";
 
 bool refusedBeforeInitialization(const char* operation) {
-  if (KorvaneSdk::shared().isInitialized()) return false;
-  KorvaneLogger::w(kTag, std::string(operation) + ": SDK not initialized");
-  return true;
+  return placements::refusedBeforeInitialization(kTag, operation);
 }
 
 // The mission landing page's callback: it only logs.

@@ -14,9 +14,7 @@ namespace {
 constexpr std::string_view kTag = "KorvaneQuiz";
 
 bool refusedBeforeInitialization(const char* operation) {
-  if (KorvaneSdk::shared().isInitialized()) return false;
-  KorvaneLogger::w(kTag, std::string(operation) + ": SDK not initialized");
-  return true;
+  return placements::refusedBeforeInitialization(kTag, operation);
 }
 
 // The quiz screen's callback: it only logs. Completion arrives through the page's

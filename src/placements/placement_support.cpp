@@ -4,6 +4,12 @@
 
 namespace korvane::placements {
 
+bool refusedBeforeInitialization(std::string_view tag, std::string_view operation) {
+  if (KorvaneSdk::shared().isInitialized()) return false;
+  KorvaneLogger::w(tag, std::string(operation) + ": SDK not initialized");
+  return true;
+}
+
 std::shared_ptr<ApiService> apiService(std::string_view tag) {
   Result<std::shared_ptr<ApiService>> api =
       SdkInternals::session()->environment().network->apiService();

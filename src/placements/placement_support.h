@@ -13,6 +13,8 @@
 
 namespace korvane::placements {
 
+// True, after the warning "<operation>: SDK not initialized", when the SDK is not initialised.
+bool refusedBeforeInitialization(std::string_view tag, std::string_view operation);
 // The SDK's API service, or nothing after logging "Failed to initialize API service: " under
 // `tag`.
 std::shared_ptr<ApiService> apiService(std::string_view tag);

@@ -19,6 +19,7 @@
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
 #include "log_capture.h"
+#include "signed_in_sdk.h"
 
 namespace korvane {
 namespace {
@@ -85,15 +86,6 @@ class TrackingPresenter final : public ScreenPresenter {
 
  private:
   linux_host::GtkScreenPresenter gtk_;
-};
-
-class RecordingCallback final : public OfferwallCallback {
- public:
-  void onOpened() override { heard.push_back("opened"); }
-  void onClosed() override { heard.push_back("closed"); }
-  void onError(const std::string& message) override { heard.push_back("error:" + message); }
-  void onRewardEarned(int amount) override { heard.push_back("reward:" + std::to_string(amount)); }
-  std::vector<std::string> heard;
 };
 
 class RecordingEvents final : public OfferwallEventCallback {
@@ -231,7 +223,8 @@ class OfferwallWeb : public ::testing::Test {
   std::shared_ptr<testing::FakeReachability> reachability_ =
       std::make_shared<testing::FakeReachability>();
   std::shared_ptr<TrackingPresenter> presenter_ = std::make_shared<TrackingPresenter>();
-  std::shared_ptr<RecordingCallback> callback_ = std::make_shared<RecordingCallback>();
+  std::shared_ptr<testing::RecordingCallback> callback_ =
+      std::make_shared<testing::RecordingCallback>();
   std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
   fs::path data_ = fs::temp_directory_path() / ("korvane-web-" + std::to_string(::getpid()));
 };
@@ -361,7 +354,7 @@ TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
 // scroller where it was; the last close reports onClosed once.
 TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   auto view = KorvaneOfferwallView::create();
-  auto viewCallback = std::make_shared<RecordingCallback>();
+  auto viewCallback = std::make_shared<testing::RecordingCallback>();
   view->setCallback(viewCallback);
   view->loadOfferwall(server_.baseUrl() + "/pages/scroller.html", "web-user", "demo-app-key",
                       "home");

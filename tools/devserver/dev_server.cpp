@@ -163,6 +163,17 @@ std::string placeholderImage(const std::string& name) {
          "text-anchor=\"middle\" fill=\"#fff\">" + label.substr(0, 8) + "</text></svg>";
 }
 
+// A request for a page, as recorded: its query items and headers.
+RecordedRequest recordOfPageRequest(const httplib::Request& req) {
+  RecordedRequest record;
+  record.method = req.method;
+  record.path = req.path;
+  record.target = req.target;
+  for (const auto& [name, value] : req.params) record.query.emplace_back(name, value);
+  for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+  return record;
+}
+
 std::string contentType(const std::string& name) {
   if (name.ends_with(".css")) return "text/css";
   if (name.ends_with(".js")) return "text/javascript";
@@ -543,12 +554,7 @@ void DevServer::installRoutes() {
 
   // Pages tests and tools put up; every request for one is recorded with its query and headers.
   server_->Get(R"(/pages/.*)", [state](const httplib::Request& req, httplib::Response& res) {
-    RecordedRequest record;
-    record.method = req.method;
-    record.path = req.path;
-    record.target = req.target;
-    for (const auto& [name, value] : req.params) record.query.emplace_back(name, value);
-    for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+    RecordedRequest record = recordOfPageRequest(req);
     std::lock_guard lock(state->mutex);
     const auto page = state->pages.find(req.path);
     record.status = page == state->pages.end() ? 404 : 200;
@@ -563,12 +569,7 @@ void DevServer::installRoutes() {
 
   // The sample offerwall web app, its data and images; requests are recorded like pages.
   server_->Get(R"(/offerwall/(.*))", [state](const httplib::Request& req, httplib::Response& res) {
-    RecordedRequest record;
-    record.method = req.method;
-    record.path = req.path;
-    record.target = req.target;
-    for (const auto& [name, value] : req.params) record.query.emplace_back(name, value);
-    for (const auto& [name, value] : req.headers) record.headers.emplace_back(name, value);
+    RecordedRequest record = recordOfPageRequest(req);
     const std::string name = req.matches[1].str().empty() ? "index.html" : req.matches[1].str();
     const std::string base = state->baseUrl + "/offerwall/";
     std::optional<std::pair<std::string, std::string>> body;  // content, type
