@@ -9,8 +9,16 @@ packages=(
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
-  libwebkit2gtk-4.1-dev xvfb xauth fonts-nanum fonts-noto-color-emoji
+  libwebkit2gtk-4.1-dev xvfb xauth fonts-nanum fonts-noto-color-emoji locales
 )
+
+# A locale with a decimal comma, for the tests that check number texts do not follow the locale.
+ensure_comma_locale() {
+  locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$' && return 0
+  local sudo=""
+  if [[ $(id -u) -ne 0 ]]; then sudo="sudo"; fi
+  $sudo localedef -i de_DE -f UTF-8 de_DE.UTF-8 || echo "Could not generate de_DE.UTF-8; its test will be skipped."
+}
 
 missing=()
 for package in "${packages[@]}"; do
@@ -18,6 +26,7 @@ for package in "${packages[@]}"; do
 done
 if ((${#missing[@]} == 0)); then
   echo "All build dependencies are installed."
+  ensure_comma_locale
   exit 0
 fi
 
@@ -27,3 +36,4 @@ echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 $sudo apt-get update -qq
 $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+ensure_comma_locale

@@ -1,8 +1,8 @@
 #include "api/json_writer.h"
 
-#include <charconv>
 #include <cmath>
 
+#include "core/double_text.h"
 #include "core/utf8.h"
 
 namespace korvane::json {
@@ -68,13 +68,9 @@ void JsonWriter::number(double value) {
     out_ += "null";  // JSON has no infinities
     return;
   }
-  char buffer[64];
   const double magnitude = std::fabs(value);
   const bool plain = magnitude == 0 || (magnitude >= 1e-5 && magnitude < 1e17);
-  const auto [end, error] =
-      plain ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)
-            : std::to_chars(buffer, buffer + sizeof buffer, value);
-  std::string_view text(buffer, static_cast<std::size_t>(end - buffer));
+  const std::string text = plain ? double_text::fixed(value) : double_text::general(value);
   out_ += text;
   if (text.find_first_of(".e") == std::string_view::npos) out_ += ".0";
 }
