@@ -1,4 +1,4 @@
-#include "api/auth_interceptor_rules.h"
+#include "korvane/platform/auth_interceptor_rules.h"
 
 #include <algorithm>
 

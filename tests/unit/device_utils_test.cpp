@@ -1,7 +1,7 @@
 // Device identity, model names, install source, the advertising-identifier flow, login assembly.
 #include <gtest/gtest.h>
 
-#include "api/auth_interceptor_rules.h"
+#include "korvane/platform/auth_interceptor_rules.h"
 #include "api/record_codec.h"
 #include "fake_platform.h"
 #include "korvane/api/device_utils.h"

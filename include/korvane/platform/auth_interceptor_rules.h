@@ -6,8 +6,9 @@
 #include "korvane/core/sdk_config.h"
 #include "korvane/platform/http_client.h"
 
-// What the request interceptor does, independent of the platform's URL-loading hooks: it takes
-// requests to the backend's domain once, and gives them the SDK's credentials and user agent.
+// What the request interceptor does, independent of the platform's URL-loading hooks (the iOS
+// layer's NSURLProtocol subclass applies it): it takes requests to the backend's domain once, and
+// gives them the SDK's credentials and user agent.
 namespace korvane::auth_interceptor {
 
 // The property that marks a request as already handled.

@@ -1,0 +1,11 @@
+// KorvaneSDK: the rewards offerwall, its placements and telemetry for iPhone and iPad apps.
+// `@import KorvaneSDK;` in Objective-C, `import KorvaneSDK` in Swift.
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneSDKDefines.h>
+
+//! The framework's major and minor version as a number (1.0) and its full version text
+//! ("1.0.52-rc.2").
+KORVANE_EXTERN double KorvaneSDKVersionNumber;
+KORVANE_EXTERN const unsigned char KorvaneSDKVersionString[];
+
+#import <KorvaneSDK/AuthInterceptor.h>

@@ -1,0 +1,53 @@
+#import "ports/att_tracking_authorization.h"
+
+#import <AdSupport/AdSupport.h>
+#import <AppTrackingTransparency/AppTrackingTransparency.h>
+#import <SystemConfiguration/SystemConfiguration.h>
+
+#include <netinet/in.h>
+
+#include "korvane/api/device_utils.h"
+#include "korvane/core/logger.h"
+#import "support/objc_text.h"
+
+namespace korvane::ios {
+
+long AttTrackingAuthorization::status() const {
+  return static_cast<long>(ATTrackingManager.trackingAuthorizationStatus);
+}
+
+std::string AttTrackingAuthorization::advertisingIdentifier() const {
+  NSUUID* identifier = ASIdentifierManager.sharedManager.advertisingIdentifier;
+  return identifier ? toStdString(identifier.UUIDString.uppercaseString) : kZeroAdvertisingId;
+}
+
+void AttTrackingAuthorization::requestAuthorization(std::function<void(long)> completion) {
+  auto done = std::make_shared<std::function<void(long)>>(std::move(completion));
+  if (![NSBundle.mainBundle objectForInfoDictionaryKey:@"NSUserTrackingUsageDescription"]) {
+    KorvaneLogger::w("DeviceUtils",
+                     "NSUserTrackingUsageDescription is missing from the app's Info.plist; "
+                     "tracking permission is not requested");
+    if (*done) (*done)(status());
+    return;
+  }
+  [ATTrackingManager requestTrackingAuthorizationWithCompletionHandler:^(
+                         ATTrackingManagerAuthorizationStatus granted) {
+    if (*done) (*done)(static_cast<long>(granted));
+  }];
+}
+
+bool SCNetworkReachabilityProbe::isConnected() const {
+  sockaddr_in zero{};
+  zero.sin_len = sizeof zero;
+  zero.sin_family = AF_INET;
+  SCNetworkReachabilityRef probe = SCNetworkReachabilityCreateWithAddress(
+      kCFAllocatorDefault, reinterpret_cast<sockaddr*>(&zero));
+  if (!probe) return false;
+  SCNetworkReachabilityFlags flags = 0;
+  const bool read = SCNetworkReachabilityGetFlags(probe, &flags);
+  CFRelease(probe);
+  return read && (flags & kSCNetworkReachabilityFlagsReachable) &&
+         !(flags & kSCNetworkReachabilityFlagsConnectionRequired);
+}
+
+}  // namespace korvane::ios

@@ -1,0 +1,85 @@
+#import <KorvaneSDK/AuthInterceptor.h>
+
+#include "korvane/core/korvane_sdk.h"
+#include "korvane/platform/auth_interceptor_rules.h"
+#import "support/objc_text.h"
+
+using korvane::ios::toNSString;
+using korvane::ios::toOptionalString;
+
+@implementation AuthInterceptor {
+  NSThread* _clientThread;
+  NSArray<NSRunLoopMode>* _clientModes;
+}
+
++ (NSString*)handledMarker {
+  return @(korvane::auth_interceptor::kHandledMarker);
+}
+
++ (BOOL)canInitWithRequest:(NSURLRequest*)request {
+  const bool marked = [NSURLProtocol propertyForKey:self.handledMarker inRequest:request] != nil;
+  const std::optional<std::string> url =
+      request.URL ? toOptionalString(request.URL.absoluteString) : std::nullopt;
+  return korvane::auth_interceptor::shouldIntercept(url, marked);
+}
+
++ (NSURLRequest*)canonicalRequestForRequest:(NSURLRequest*)request {
+  return request;
+}
+
+- (void)startLoading {
+  NSMutableURLRequest* copy = [self.request mutableCopy];
+  korvane::HttpRequest decorated;
+  korvane::auth_interceptor::decorate(decorated, korvane::KorvaneSdk::shared().getConfig());
+  for (const auto& [name, value] : decorated.headers)
+    [copy setValue:toNSString(std::string_view(value))
+        forHTTPHeaderField:toNSString(std::string_view(name))];
+  [NSURLProtocol setProperty:@YES forKey:AuthInterceptor.handledMarker inRequest:copy];
+
+  // The URL loading system expects its client to hear back on the thread that started the load.
+  _clientThread = NSThread.currentThread;
+  NSRunLoopMode mode = NSRunLoop.currentRunLoop.currentMode;
+  _clientModes = mode && ![mode isEqualToString:NSDefaultRunLoopMode]
+                     ? @[ NSDefaultRunLoopMode, mode ]
+                     : @[ NSDefaultRunLoopMode ];
+  __weak AuthInterceptor* weakSelf = self;
+  NSURLSessionDataTask* task = [NSURLSession.sharedSession
+      dataTaskWithRequest:copy
+        completionHandler:^(NSData* data, NSURLResponse* response, NSError* error) {
+          AuthInterceptor* strongSelf = weakSelf;
+          if (!strongSelf) return;
+          [strongSelf onClientThread:^{
+            [strongSelf finishWithData:data response:response error:error];
+          }];
+        }];
+  [task resume];
+}
+
+- (void)stopLoading {
+}
+
+- (void)onClientThread:(dispatch_block_t)block {
+  [self performSelector:@selector(runBlock:)
+               onThread:_clientThread
+             withObject:[block copy]
+          waitUntilDone:NO
+                  modes:_clientModes];
+}
+
+- (void)runBlock:(dispatch_block_t)block {
+  block();
+}
+
+- (void)finishWithData:(NSData*)data response:(NSURLResponse*)response error:(NSError*)error {
+  if (error) {
+    [self.client URLProtocol:self didFailWithError:error];
+  } else if (data && response) {
+    [self.client URLProtocol:self
+          didReceiveResponse:response
+          cacheStoragePolicy:NSURLCacheStorageNotAllowed];
+    [self.client URLProtocol:self didLoadData:data];
+    [self.client URLProtocolDidFinishLoading:self];
+  }
+}
+
+@end

@@ -1,0 +1,47 @@
+#import "ports/ios_platform.h"
+
+#include "korvane/core/korvane_sdk.h"
+#import "ports/att_tracking_authorization.h"
+#import "ports/dispatch_main_thread.h"
+#import "ports/exception_diagnostics.h"
+#import "ports/system_sources.h"
+#import "ports/uikit_app_lifecycle.h"
+#import "ports/uikit_device_probe.h"
+#import "ports/url_session_http_client.h"
+#import "ports/user_defaults_store.h"
+
+namespace korvane {
+namespace ios {
+
+PlatformServices makePlatformServices() {
+  PlatformServices services;
+  services.http = std::make_shared<UrlSessionHttpClient>();
+  services.userDefaults = std::make_shared<UserDefaultsStore>();
+  services.documents = std::make_shared<AppDocumentsDirectory>();
+  services.mainThread = std::make_shared<DispatchMainThread>();
+  services.clock = std::make_shared<SystemClock>();
+  services.random = std::make_shared<SecureRandom>();
+  services.device = std::make_shared<UIKitDeviceProbe>();
+  services.tracking = std::make_shared<AttTrackingAuthorization>();
+  services.reachability = std::make_shared<SCNetworkReachabilityProbe>();
+  services.lifecycle = std::make_shared<UIKitAppLifecycle>();
+  services.urlOpener = std::make_shared<UIKitUrlOpener>();
+  services.diagnostics = std::make_shared<ExceptionDiagnostics>();
+  return services;
+}
+
+}  // namespace ios
+
+KorvaneSdk& KorvaneSdk::shared() {
+  // Never destroyed: its background work may still run while the process exits. (A local class
+  // may use the private constructor.)
+  union Holder {
+    Holder() : sdk([] { return ios::makePlatformServices(); }) {}
+    ~Holder() {}
+    KorvaneSdk sdk;
+  };
+  static Holder holder;
+  return holder.sdk;
+}
+
+}  // namespace korvane
