@@ -55,7 +55,7 @@ bool movedToMainThread(std::function<void()> call) {
 
 }  // namespace
 
-void KorvaneSdk::openOfferwall(Screen* presenting, const std::string& placementId,
+void KorvaneSdk::openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                                std::shared_ptr<OfferwallCallback> callback,
                                std::shared_ptr<OfferwallEventCallback> eventCallback) {
   if (movedToMainThread(
@@ -77,7 +77,7 @@ void KorvaneSdk::openOfferwall(Screen* presenting, const std::string& placementI
 }
 
 void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string& placementId,
-                                      Screen* presenting,
+                                      PresentationAnchor* presenting,
                                       std::shared_ptr<OfferwallCallback> callback,
                                       std::shared_ptr<OfferwallEventCallback> eventCallback,
                                       bool showNavigationBar, bool useNativeNavigationBar) {
@@ -105,7 +105,8 @@ void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string&
                        {"placementId", placementId}});
 }
 
-void KorvaneSdk::openOfferwallPindleAds(Screen* presenting, const std::string& placementId,
+void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
+                                        const std::string& placementId,
                                         std::shared_ptr<OfferwallCallback> callback,
                                         std::shared_ptr<OfferwallEventCallback> eventCallback,
                                         bool showNavigationBar, bool useNativeNavigationBar) {

@@ -34,6 +34,7 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
 
   std::shared_ptr<OfferwallCallback> callback;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
+  KorvaneOfferwallView::FirstPageMaker makeFirstPage;
   bool hasClosed = false;
 
   struct Page {
@@ -135,8 +136,13 @@ std::string answerText(const Result<std::string>& answer) {
 OfferwallViewImpl::Page OfferwallViewImpl::makePage(Screen* over) {
   const PlatformServices& platform = SdkInternals::session()->environment().platform;
   Page page;
-  page.screen = over ? platform.screens->stackOver(*over)
-                     : platform.screens->presentFullScreen(nullptr, ScreenOptions{});
+  if (over) {
+    page.screen = platform.screens->stackOver(*over);
+  } else {
+    page.screen = makeFirstPage ? makeFirstPage()
+                                : platform.screens->presentFullScreen(nullptr, ScreenOptions{});
+  }
+  if (!page.screen) return page;
   page.host = std::make_shared<EmbeddedPage>(weak_from_this());
   page.host->start(page.screen->webView());
   return page;
@@ -148,7 +154,9 @@ void OfferwallViewImpl::load(OfferwallPage page) {
   }
   hasClosed = false;
   tearDown();
-  stack.push_back(makePage(nullptr));
+  Page first = makePage(nullptr);
+  if (!first.screen) return reportError("Failed to load offerwall: the view is gone");
+  stack.push_back(std::move(first));
   KorvaneLogger::d(kTag, "Created initial WebView. Stack size: " + std::to_string(stack.size()));
   stack.back().screen->setCloseHandler([weak = weak_from_this()] {
     if (auto self = weak.lock()) self->pop();
@@ -269,11 +277,14 @@ void OfferwallViewImpl::tearDown() {
   scrollPositions.clear();
 }
 
-std::shared_ptr<KorvaneOfferwallView> KorvaneOfferwallView::create() {
-  return std::make_shared<KorvaneOfferwallView>(Token{});
+std::shared_ptr<KorvaneOfferwallView> KorvaneOfferwallView::create(FirstPageMaker makeFirstPage) {
+  return std::make_shared<KorvaneOfferwallView>(Token{}, std::move(makeFirstPage));
 }
 
-KorvaneOfferwallView::KorvaneOfferwallView(Token) : impl_(std::make_shared<OfferwallViewImpl>()) {}
+KorvaneOfferwallView::KorvaneOfferwallView(Token, FirstPageMaker makeFirstPage)
+    : impl_(std::make_shared<OfferwallViewImpl>()) {
+  impl_->makeFirstPage = std::move(makeFirstPage);
+}
 
 KorvaneOfferwallView::~KorvaneOfferwallView() {
   KorvaneLogger::d(kTag, "View deallocated, cleaning up WebView stack");

@@ -15,6 +15,7 @@ namespace korvane {
 namespace {
 
 constexpr std::string_view kTag = "KorvaneOfferwallViewController";
+constexpr const char* kBackButtonTitle = "< 뒤로";
 
 // One offerwall is shown at a time, so its callbacks and close flag are shared by every
 // controller. Main thread only.
@@ -56,7 +57,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // The web view belongs to the screen, so let go of it before the screen goes.
   ~OfferwallControllerImpl() override { detach(); }
 
-  void present(Screen* over, bool inNavigationContainer);
+  void present(PresentationAnchor* over, bool inNavigationContainer);
+  void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);
   // Takes a screen another controller made for it (the slide-up replacement) and loads.
   void adoptScreen(std::unique_ptr<Screen> screen);
   void closeProcedure();
@@ -100,7 +102,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
 
  private:
   std::shared_ptr<KorvaneOfferwallViewController> owner() const { return owner_.lock(); }
+  ScreenOptions screenOptions(bool inNavigationContainer) const;
   void viewDidLoad();
+  void dismissedBySystem();
   void fireOnClosedOnce();
   void finishDismissal();
 
@@ -115,14 +119,10 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::weak_ptr<OfferwallControllerImpl> container_;
 };
 
-void OfferwallControllerImpl::present(Screen* over, bool inNavigationContainer) {
+ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer) const {
   auto self = owner();
-  const PlatformServices& platform = SdkInternals::session()->environment().platform;
-  if (!platform.screens) {
-    KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
-    return;
-  }
   ScreenOptions options;
+  options.controller = self;
   options.inNavigationContainer = inNavigationContainer;
   if (self->useNativeNavigationBar) {
     options.inNavigationContainer = true;
@@ -130,10 +130,28 @@ void OfferwallControllerImpl::present(Screen* over, bool inNavigationContainer) 
     options.title = navigationTitle(self->baseUrl);
   } else if (self->showNavigationBar) {
     options.showNavigationBar = true;
+    options.backTitle = kBackButtonTitle;
   }
-  screen_ = platform.screens->presentFullScreen(over, options);
-  typeWide().presented.push_back(self);
+  return options;
+}
+
+void OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigationContainer) {
+  const PlatformServices& platform = SdkInternals::session()->environment().platform;
+  if (!platform.screens) {
+    KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
+    return;
+  }
+  screen_ = platform.screens->presentFullScreen(over, screenOptions(inNavigationContainer));
+  typeWide().presented.push_back(owner());
   viewDidLoad();
+}
+
+// The platform shows the controller already, and the controller's own object keeps it alive.
+void OfferwallControllerImpl::attachScreen(
+    std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen) {
+  if (screen_ || !makeScreen) return;
+  std::unique_ptr<Screen> screen = makeScreen(screenOptions(false));
+  if (screen) adoptScreen(std::move(screen));
 }
 
 void OfferwallControllerImpl::adoptScreen(std::unique_ptr<Screen> screen) {
@@ -156,6 +174,9 @@ void OfferwallControllerImpl::viewDidLoad() {
   });
   screen_->setRefreshHandler([weak] {
     if (auto alive = weak.lock()) alive->reloadPage();
+  });
+  screen_->setDismissedHandler([weak] {
+    if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
   if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
   attach(screen_->webView(), session);
@@ -197,6 +218,18 @@ void OfferwallControllerImpl::closeProcedure() {
   fireOnClosedOnce();
   KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
   dismiss(true);
+}
+
+// The app (or the person) took the page off the screen: it ends as if its close control had
+// been used, without a dismissal of its own.
+void OfferwallControllerImpl::dismissedBySystem() {
+  if (!screen_ || dismissing_) return;
+  dismissing_ = true;
+  if (!isSubPage()) {
+    fireOnClosedOnce();
+    KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
+  }
+  finishDismissal();
 }
 
 void OfferwallControllerImpl::closePage() {
@@ -284,8 +317,12 @@ std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::
 
 KorvaneOfferwallViewController::~KorvaneOfferwallViewController() = default;
 
-void KorvaneOfferwallViewController::present(Screen* over, bool inNavigationContainer) {
+void KorvaneOfferwallViewController::present(PresentationAnchor* over, bool inNavigationContainer) {
   impl_->present(over, inNavigationContainer);
+}
+void KorvaneOfferwallViewController::attachScreen(
+    std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen) {
+  impl_->attachScreen(std::move(makeScreen));
 }
 void KorvaneOfferwallViewController::closeOfferwall() {
   impl_->closeProcedure();

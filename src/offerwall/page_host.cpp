@@ -124,7 +124,8 @@ void PageHost::evaluateInPage(const std::string& script,
 }
 
 void PageHost::openAdjoeFromPage(const std::string& placementId,
-                                 std::shared_ptr<OfferwallCallback> callback, Screen* over) {
+                                 std::shared_ptr<OfferwallCallback> callback,
+                                 PresentationAnchor* over) {
   KorvaneSdk::shared().openAdjoeOfferwall(over, placementId, std::move(callback));
 }
 

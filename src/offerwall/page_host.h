@@ -13,7 +13,7 @@
 namespace korvane {
 
 class SdkSession;
-class Screen;
+class PresentationAnchor;
 
 // What both page hosts do with one web view: set it up for the bridge, load the composed
 // offerwall address (or an inner page's address as given), show the offline page, retry, apply
@@ -44,7 +44,7 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void evaluateInPage(const std::string& script,
                       std::function<void(Result<std::string>)> completion);
   void openAdjoeFromPage(const std::string& placementId,
-                         std::shared_ptr<OfferwallCallback> callback, Screen* over);
+                         std::shared_ptr<OfferwallCallback> callback, PresentationAnchor* over);
   std::shared_ptr<PlacementMessages> placementMessages() const;
 
   // WebViewDelegate

@@ -61,7 +61,7 @@ std::optional<std::string> KorvaneAdjoeManager::buildPlaytimeWebUrl(
   return built;
 }
 
-void KorvaneAdjoeManager::open(Screen* presenting, const PlaytimeWebInputs& inputs,
+void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
                                std::shared_ptr<OfferwallCallback> callback) {
   const auto orNil = [](const auto& value) -> std::string {
     if (!value) return "nil";
@@ -103,7 +103,7 @@ void KorvaneAdjoeManager::open(Screen* presenting, const PlaytimeWebInputs& inpu
                                             std::move(callback), nullptr, false, true);
 }
 
-void KorvaneSdk::openAdjoeOfferwall(Screen* presenting, const std::string& placementId,
+void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                                     std::shared_ptr<OfferwallCallback> callback) {
   const auto refuse = [&callback](const char* logged, const char* reported) {
     KorvaneLogger::w(kTag, logged);

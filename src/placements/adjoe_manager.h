@@ -9,7 +9,7 @@
 
 namespace korvane {
 
-class Screen;
+class PresentationAnchor;
 
 // What the adjoe PlaytimeWeb offerwall is opened with.
 struct PlaytimeWebInputs {
@@ -29,7 +29,7 @@ class KorvaneAdjoeManager {
   static std::optional<std::string> buildPlaytimeWebUrl(const PlaytimeWebInputs& inputs);
   // Logs the inputs and the address, sends "adjoe_webview_opened" at once, then opens the
   // address as the facade's openOfferwallWithUrl does, with the native bar.
-  static void open(Screen* presenting, const PlaytimeWebInputs& inputs,
+  static void open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
                    std::shared_ptr<OfferwallCallback> callback);
 };
 

@@ -195,14 +195,14 @@ bool KorvaneMission::isParticipating(const std::string& missionId) const {
   return participatingMissions_.contains(missionId);
 }
 
-void KorvaneMission::clickMission(const std::string& missionId, Screen* from) {
+void KorvaneMission::clickMission(const std::string& missionId, PresentationAnchor* from) {
   if (refusedBeforeInitialization("clickMission")) return;
   std::optional<Mission> mission = getMission(missionId);
   if (!mission) return KorvaneLogger::w(kTag, "Mission not found: " + missionId);
   clickMission(*mission, from);
 }
 
-void KorvaneMission::clickMission(const Mission& mission, Screen* from) {
+void KorvaneMission::clickMission(const Mission& mission, PresentationAnchor* from) {
   if (refusedBeforeInitialization("clickMission")) return;
   KorvaneLogger::i(kTag, "Mission clicked: " + mission.id);
   onMissionClicked(mission);
@@ -258,7 +258,7 @@ void KorvaneMission::report(Report kind, const Mission& mission, const char* ope
   if (kind == Report::completed) KorvaneLogger::d(kTag, kReloadLeftToHost);
 }
 
-void KorvaneMission::onRewardButtonClicked(Screen* from) {
+void KorvaneMission::onRewardButtonClicked(PresentationAnchor* from) {
   if (refusedBeforeInitialization("onRewardButtonClicked")) return;
   KorvaneLogger::i(kTag, "Reward button clicked");
   std::optional<std::string> url = rewardUrl();

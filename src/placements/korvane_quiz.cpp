@@ -134,7 +134,7 @@ void KorvaneQuiz::trackImpression(const QuizEvent& quizEvent) {
   if (auto listener = this->listener()) listener->onImpressed(quizEvent);
 }
 
-void KorvaneQuiz::clickQuiz(const std::string& quizId, Screen* from) {
+void KorvaneQuiz::clickQuiz(const std::string& quizId, PresentationAnchor* from) {
   if (refusedBeforeInitialization("clickQuiz")) return;
   std::optional<QuizEvent> found;
   {
@@ -148,7 +148,7 @@ void KorvaneQuiz::clickQuiz(const std::string& quizId, Screen* from) {
   clickQuiz(*found, from);
 }
 
-void KorvaneQuiz::clickQuiz(const QuizEvent& quizEvent, Screen* from) {
+void KorvaneQuiz::clickQuiz(const QuizEvent& quizEvent, PresentationAnchor* from) {
   if (refusedBeforeInitialization("clickQuiz")) return;
   KorvaneLogger::d(kTag, "Quiz clicked: " + quizEvent.id);
   trackClick(quizEvent);

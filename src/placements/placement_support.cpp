@@ -43,7 +43,8 @@ std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& 
 }
 
 void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
-                       const std::shared_ptr<OfferwallCallback>& callback, Screen* from) {
+                       const std::shared_ptr<OfferwallCallback>& callback,
+                       PresentationAnchor* from) {
   KorvaneOfferwallViewController::setHasFiredOnClosed(false);
   KorvaneOfferwallViewController::setOfferwallCallback(callback);
   controller->present(from);

@@ -30,6 +30,7 @@ std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& 
 // Makes `callback` the offerwall's callback (restarting its once-only onClosed), presents the
 // controller full screen over `from` and reports onOpened.
 void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
-                       const std::shared_ptr<OfferwallCallback>& callback, Screen* from);
+                       const std::shared_ptr<OfferwallCallback>& callback,
+                       PresentationAnchor* from);
 
 }  // namespace korvane::placements

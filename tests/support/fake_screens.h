@@ -65,6 +65,9 @@ class FakePresenter final : public ScreenPresenter {
     WebView& webView() override { return view; }
     void setCloseHandler(std::function<void()> handler) override { close = std::move(handler); }
     void setRefreshHandler(std::function<void()>) override {}
+    void setDismissedHandler(std::function<void()> handler) override {
+      dismissed = std::move(handler);
+    }
     void removeWebView() override { owner_.journal.push_back(name_ + " lost its web view"); }
     void fade(double alpha, std::chrono::milliseconds duration,
               std::function<void()> done) override {
@@ -78,13 +81,15 @@ class FakePresenter final : public ScreenPresenter {
     }
     FakeWebView view;
     std::function<void()> close;
+    std::function<void()> dismissed;
 
    private:
     FakePresenter& owner_;
     std::string name_;
   };
 
-  std::unique_ptr<Screen> presentFullScreen(Screen*, const ScreenOptions& options) override {
+  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor*,
+                                            const ScreenOptions& options) override {
     lastOptions = options;
     return std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
   }

@@ -239,6 +239,74 @@ TEST_F(OfferwallTest, ClosingAReplacementClosesThePageItReplaced) {
   EXPECT_TRUE(callback_->heard.empty());
 }
 
+// What platforms whose pages are their own objects (iOS view controllers and views) rely on: a
+// page the app presented itself, a page the app took away itself, and a stack whose first page
+// the platform makes inside the app's view.
+TEST_F(OfferwallTest, PagesThePlatformShowsOrTakesAwayItself) {
+  auto hosted = KorvaneOfferwallViewController::create();
+  hosted->baseUrl = "https://hub.example/";
+  hosted->showNavigationBar = true;
+  ScreenOptions asked;
+  hosted->attachScreen([&](const ScreenOptions& options) {
+    asked = options;
+    return std::make_unique<FakePresenter::FakeScreen>(*presenter_, "hosted");
+  });
+  settle();
+  EXPECT_EQ(asked.backTitle, "< 뒤로");
+  EXPECT_FALSE(asked.inNavigationContainer);
+  EXPECT_EQ(asked.controller.lock(), hosted);
+  ASSERT_EQ(presenter_->made, 0) << "nothing presented: the platform showed it";
+  ASSERT_EQ(screen(0).view.loads.size(), 1u);
+  EXPECT_NE(screen(0).view.loads[0].url.find("&device_id="), std::string::npos) << "composed";
+
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  ASSERT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 1u);
+  auto takeAway = [](FakePresenter::FakeScreen& page) {
+    std::function<void()> handler = page.dismissed;  // the screen goes while the handler runs
+    handler();
+  };
+  takeAway(screen(1));  // the app took the inner page away
+  EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+  EXPECT_TRUE(callback_->heard.empty()) << "inner pages never report onClosed";
+
+  takeAway(screen(0));  // and then the offerwall itself
+  hosted->closeOfferwall();
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+  EXPECT_FALSE(KorvaneOfferwallViewController::offerwallCallback());
+  EXPECT_TRUE(presenter_->live.empty());
+  sdk_.flushEvents();
+  settle();
+  ASSERT_FALSE(api_->batches().empty());
+  EXPECT_EQ(api_->batches().back().events.back().name, "offerwall_closed");
+
+  auto native = KorvaneOfferwallViewController::create();
+  native->baseUrl = "https://www.partner.example/wall";
+  native->useNativeNavigationBar = true;
+  native->present();
+  EXPECT_EQ(presenter_->lastOptions.title, "partner.example");
+  EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
+  EXPECT_TRUE(presenter_->lastOptions.backTitle.empty());
+
+  int firstPages = 0;
+  auto view = KorvaneOfferwallView::create([&]() -> std::unique_ptr<Screen> {
+    ++firstPages;
+    return std::make_unique<FakePresenter::FakeScreen>(*presenter_, "in the app's view");
+  });
+  auto viewCallback = std::make_shared<RecordingCallback>();
+  view->setCallback(viewCallback);
+  view->loadOfferwall("https://hub.example/", "u1", "key", "home");
+  settle();
+  EXPECT_EQ(firstPages, 1);
+  EXPECT_EQ(presenter_->made, 2) << "only the inner page and the native-bar controller";
+  auto gone = KorvaneOfferwallView::create([] { return std::unique_ptr<Screen>(); });
+  gone->setCallback(viewCallback);
+  gone->loadOfferwall("https://hub.example/", "u1", "key", "home");
+  EXPECT_EQ(
+      viewCallback->heard,
+      (std::vector<std::string>{"opened", "error:Failed to load offerwall: the view is gone"}));
+}
+
 TEST_F(OfferwallTest, LoadFailuresAndTheOfflinePath) {
   auto root = present("https://hub.example/");
   auto delegate = screen(0).view.delegate.lock();

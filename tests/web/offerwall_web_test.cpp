@@ -49,6 +49,7 @@ class TrackingPresenter final : public ScreenPresenter {
       close = h, inner_->setCloseHandler(h);
     }
     void setRefreshHandler(std::function<void()> h) override { inner_->setRefreshHandler(h); }
+    void setDismissedHandler(std::function<void()> h) override { inner_->setDismissedHandler(h); }
     void removeWebView() override { inner_->removeWebView(); }
     void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
       inner_->fade(a, d, std::move(done));
@@ -66,12 +67,13 @@ class TrackingPresenter final : public ScreenPresenter {
     std::unique_ptr<Screen> inner_;
   };
 
-  std::unique_ptr<Screen> presentFullScreen(Screen* over, const ScreenOptions& options) override {
+  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
+                                            const ScreenOptions& options) override {
     ++presented;
     lastOptions = options;
     return std::make_unique<Tracked>(
         *this,
-        gtk_.presentFullScreen(over ? &static_cast<Tracked*>(over)->inner() : nullptr, options));
+        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options));
   }
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override {

@@ -22,7 +22,7 @@
 namespace korvane {
 
 class EventBatchService;
-class Screen;
+class PresentationAnchor;
 class SdkSession;
 
 // The host application's object. Platforms without one pass nothing; the SDK only keeps it
@@ -78,27 +78,27 @@ class KorvaneSdk {
 
   // Offerwall launch. Each checks initialisation, then the user, reporting a refusal as a log
   // line and the callback's onError; then installs the callbacks (a given callback restarts the
-  // once-only onClosed), presents the offerwall over `presenting` (the host's top screen when
-  // null), calls onOpened and records the opening. Call them on the main thread; from another
-  // thread they move there.
-  void openOfferwall(Screen* presenting, const std::string& placementId,
+  // once-only onClosed), presents the offerwall over `presenting` (an offerwall page, a screen the
+  // platform knows, or the host's top screen when null), calls onOpened and records the opening.
+  // Call them on the main thread; from another thread they move there.
+  void openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                      std::shared_ptr<OfferwallCallback> callback = nullptr,
                      std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr);
-  void objc_openOfferwall(Screen* presenting, const std::string& placementId) {
+  void objc_openOfferwall(PresentationAnchor* presenting, const std::string& placementId) {
     openOfferwall(presenting, placementId);
   }
   // At an address the host gives, optionally with a bar (in a navigation container when native).
   void openOfferwallWithUrl(const std::string& url, const std::string& placementId,
-                            Screen* presenting,
+                            PresentationAnchor* presenting,
                             std::shared_ptr<OfferwallCallback> callback = nullptr,
                             std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr,
                             bool showNavigationBar = false, bool useNativeNavigationBar = false);
   void objc_openOfferwallWithUrl(const std::string& url, const std::string& placementId,
-                                 Screen* presenting) {
+                                 PresentationAnchor* presenting) {
     openOfferwallWithUrl(url, placementId, presenting);
   }
   // At the address the backend gives for the placement.
-  void openOfferwallPindleAds(Screen* presenting, const std::string& placementId,
+  void openOfferwallPindleAds(PresentationAnchor* presenting, const std::string& placementId,
                               std::shared_ptr<OfferwallCallback> callback = nullptr,
                               std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr,
                               bool showNavigationBar = false, bool useNativeNavigationBar = false);
@@ -106,7 +106,7 @@ class KorvaneSdk {
   // user's data, in the offerwall with the native bar. Refused (a warning and onError) without
   // initialisation, a user, adjoe enabled (the server's flag over the configuration) or an
   // address.
-  void openAdjoeOfferwall(Screen* presenting, const std::string& placementId,
+  void openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                           std::shared_ptr<OfferwallCallback> callback = nullptr);
   // The banner for a placement, whatever its success flag. Refusals: domain "KorvaneSDK", code
   // -1 (not initialised) or -2 (no user), at once on the calling thread; otherwise the

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -8,18 +9,23 @@
 namespace korvane {
 
 class OfferwallViewImpl;
+class Screen;
 
 // The embeddable offerwall: a stack of pages with fades and inner-scroll memory. The last
 // "close" reports onClosed once and leaves the page for the host to remove (the host destroys
-// the view). On Linux the view shows in a window of its own. Main thread only.
+// the view). Main thread only.
 class KorvaneOfferwallView {
   struct Token {
     explicit Token() = default;
   };
 
  public:
-  static std::shared_ptr<KorvaneOfferwallView> create();
-  explicit KorvaneOfferwallView(Token);
+  // Makes the page at the bottom of the stack: on iOS a page inside the view the app placed in
+  // its layout. Without one (Linux) the view shows in a window of its own.
+  using FirstPageMaker = std::function<std::unique_ptr<Screen>()>;
+
+  static std::shared_ptr<KorvaneOfferwallView> create(FirstPageMaker makeFirstPage = nullptr);
+  KorvaneOfferwallView(Token, FirstPageMaker makeFirstPage);
   ~KorvaneOfferwallView();
 
   void setCallback(std::shared_ptr<OfferwallCallback> callback);

@@ -10,7 +10,9 @@
 namespace korvane {
 
 class OfferwallControllerImpl;
+class PresentationAnchor;
 class Screen;
+struct ScreenOptions;
 
 // The full-screen offerwall: one page per controller, inner pages as further controllers. Set
 // the fields, then present. Main thread only. Callbacks are shared by all controllers, since one
@@ -39,7 +41,10 @@ class KorvaneOfferwallViewController {
 
   // Shows it full screen over `over` (the host's top screen when null), inside a navigation
   // container when `inNavigationContainer`; the page starts loading at once.
-  void present(Screen* over = nullptr, bool inNavigationContainer = false);
+  void present(PresentationAnchor* over = nullptr, bool inNavigationContainer = false);
+  // For a controller the platform already shows (an iOS view controller the app presented
+  // itself): runs the page in the screen `makeScreen` makes for these options, at once.
+  void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);
   // The close and back buttons: dismisses this page; the root also dismisses its inner pages,
   // reports onClosed once and records "offerwall_closed".
   void closeOfferwall();

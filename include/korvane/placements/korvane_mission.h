@@ -13,7 +13,7 @@
 
 namespace korvane {
 
-class Screen;
+class PresentationAnchor;
 
 // What the host hears about one mission placement. Mission events arrive on the thread that
 // raised them (the main thread for loads and pages); onRefreshed asks the host to load again.
@@ -64,8 +64,8 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
 
   // Reports the click and opens the mission's landing page over `from` (the top screen when
   // null). An unknown id opens nothing.
-  void clickMission(const std::string& missionId, Screen* from);
-  void clickMission(const Mission& mission, Screen* from);
+  void clickMission(const std::string& missionId, PresentationAnchor* from);
+  void clickMission(const Mission& mission, PresentationAnchor* from);
 
   void onMissionClicked(const Mission& mission);
   void onMissionImpressed(const Mission& mission);
@@ -73,7 +73,7 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
   void onMissionProgressed(const Mission& mission);
 
   // Opens the reward page of the last load, if it named one.
-  void onRewardButtonClicked(Screen* from);
+  void onRewardButtonClicked(PresentationAnchor* from);
   // Leaves the registry now rather than at destruction.
   void destroy();
 

@@ -12,7 +12,7 @@
 
 namespace korvane {
 
-class Screen;
+class PresentationAnchor;
 
 // What the host hears about quizzes, on the main thread.
 class KorvaneQuizEventsListener {
@@ -53,8 +53,8 @@ class KorvaneQuiz : public std::enable_shared_from_this<KorvaneQuiz> {
 
   // Records the click, tells the listener, then opens the quiz over `from` (the top screen when
   // null). An unknown id opens nothing.
-  void clickQuiz(const std::string& quizId, Screen* from);
-  void clickQuiz(const QuizEvent& quizEvent, Screen* from);
+  void clickQuiz(const std::string& quizId, PresentationAnchor* from);
+  void clickQuiz(const QuizEvent& quizEvent, PresentationAnchor* from);
   // Records the click and tells the listener without opening anything.
   void trackClick(const QuizEvent& quizEvent);
 

@@ -9,22 +9,37 @@
 
 namespace korvane {
 
+class KorvaneOfferwallViewController;
+
 struct ScreenOptions {
   bool inNavigationContainer = false;  // wrap in the platform's navigation container
   bool showNavigationBar = false;
-  std::string title;
+  std::string title;      // the native bar's title
+  std::string backTitle;  // the custom bar's back button
+  // The controller the page is for, when a controller asks for it (a platform whose pages are
+  // controller objects of their own shows its fields there).
+  std::weak_ptr<KorvaneOfferwallViewController> controller;
+};
+
+// Something an offerwall page can be presented over: another page, or a screen of the app's that
+// the platform knows (an iOS view controller).
+class PresentationAnchor {
+ public:
+  virtual ~PresentationAnchor() = default;
 };
 
 // A visible page: one web view with its chrome. Only used on the main thread; destroying it
 // removes it from the screen without animation.
-class Screen {
+class Screen : public PresentationAnchor {
  public:
-  virtual ~Screen() = default;
   virtual WebView& webView() = 0;
   // Called when the person uses the screen's own close or back control.
   virtual void setCloseHandler(std::function<void()> handler) = 0;
   // Called when the person uses the screen's reload control.
   virtual void setRefreshHandler(std::function<void()> handler) = 0;
+  // Called when the page left the screen by other means than dismiss(): the app dismissed it,
+  // or the person swiped it away. It is gone by then.
+  virtual void setDismissedHandler(std::function<void()> handler) = 0;
   // Takes the screen's own web view off the screen (a page embedded over it has replaced it).
   virtual void removeWebView() = 0;
   // Animates the page's opacity to `alpha` over `duration`; `done` runs when it has finished.
@@ -38,7 +53,8 @@ class ScreenPresenter {
  public:
   virtual ~ScreenPresenter() = default;
   // A full-screen page over `over` (or over the host's top screen when null).
-  virtual std::unique_ptr<Screen> presentFullScreen(Screen* over, const ScreenOptions& options) = 0;
+  virtual std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
+                                                    const ScreenOptions& options) = 0;
   // A page added inside `parent` just below its visible area, sliding up over `duration`.
   virtual std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                                  std::function<void()> done) = 0;

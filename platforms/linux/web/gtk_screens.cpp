@@ -94,6 +94,8 @@ class GtkScreen final : public Screen {
   WebView& webView() override { return webView_; }
   void setCloseHandler(std::function<void()> handler) override { close_ = std::move(handler); }
   void setRefreshHandler(std::function<void()> handler) override { refresh_ = std::move(handler); }
+  // Closing the window is the close control (closeRequested); nothing else takes it away.
+  void setDismissedHandler(std::function<void()>) override {}
   void removeWebView() override { gtk_widget_hide(webView_.widget()); }
 
   void fade(double alpha, std::chrono::milliseconds duration, std::function<void()> done) override {
@@ -149,7 +151,8 @@ class GtkScreen final : public Screen {
   GtkWidget* makeBar(const ScreenOptions& options) {
     GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
     gtk_widget_set_size_request(bar, -1, 44);
-    GtkWidget* close = gtk_button_new_with_label(options.inNavigationContainer ? "✕" : "< 뒤로");
+    GtkWidget* close =
+        gtk_button_new_with_label(options.inNavigationContainer ? "✕" : options.backTitle.c_str());
     GtkWidget* title = gtk_label_new(options.inNavigationContainer ? options.title.c_str() : "");
     GtkWidget* refresh = gtk_button_new_with_label("⟳");
     for (GtkWidget* button : {close, refresh})
@@ -197,12 +200,14 @@ std::vector<Screen*> GtkScreenPresenter::liveScreens() const {
   return *screens_;
 }
 
-std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(Screen* over,
+std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(PresentationAnchor* over,
                                                               const ScreenOptions& options) {
   // GTK starts with the first page, so hosts that never show one need no display.
   static const bool started = gtk_init_check(nullptr, nullptr);
   if (!started) g_warning("GTK could not open a display");
-  GtkWindow* parent = over ? static_cast<GtkScreen*>(over)->window() : nullptr;
+  // A desktop has no screens of the host's to anchor on: only offerwall pages are anchors.
+  auto* page = dynamic_cast<GtkScreen*>(over);
+  GtkWindow* parent = page ? page->window() : nullptr;
   return std::make_unique<GtkScreen>(screens_, parent, options);
 }
 

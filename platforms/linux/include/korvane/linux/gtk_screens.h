@@ -13,7 +13,8 @@ namespace korvane::linux_host {
 class GtkScreenPresenter final : public ScreenPresenter {
  public:
   GtkScreenPresenter();
-  std::unique_ptr<Screen> presentFullScreen(Screen* over, const ScreenOptions& options) override;
+  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
+                                            const ScreenOptions& options) override;
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override;
   std::unique_ptr<Screen> stackOver(Screen& parent) override;
