@@ -168,21 +168,28 @@ void BridgeDispatcher::openAdjoe(const JsonValue& data) {
 void BridgeDispatcher::replyAppInstalled(const std::string& callbackName, bool installed,
                                          const std::string& identifier) {
   onMain([tag = tag_, callbackName, installed, identifier](BridgeHost& host) {
-    host.evaluate(
-        appInstalledReplyScript(callbackName, installed, identifier),
-        [tag, callbackName](const Result<std::string>& outcome) {
-          if (outcome) {
-            KorvaneLogger::d(tag, "App installed result sent to " + callbackName + " successfully");
-          } else {
-            KorvaneLogger::e(tag,
-                             "Failed to send app installed result: " + outcome.error().description);
-          }
-        });
+    std::optional<std::string> script =
+        appInstalledReplyScript(callbackName, installed, identifier);
+    if (!script) return;  // the name was refused when the message arrived
+    host.evaluate(*script, [tag, callbackName](const Result<std::string>& outcome) {
+      if (outcome) {
+        KorvaneLogger::d(tag, "App installed result sent to " + callbackName + " successfully");
+      } else {
+        KorvaneLogger::e(tag,
+                         "Failed to send app installed result: " + outcome.error().description);
+      }
+    });
   });
 }
 
 void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
-  const std::string callbackName = textField(data, "callback").value_or("onAppInstalledResult");
+  std::string callbackName = textField(data, "callback").value_or("");
+  if (callbackName.empty()) callbackName = "onAppInstalledResult";
+  // The name becomes a global name in the reply, so anything else could run the page's own code.
+  if (!isPlainIdentifier(callbackName)) {
+    return KorvaneLogger::w(
+        tag_, "checkAppInstalled: Callback name is not a plain identifier: " + callbackName);
+  }
   const std::optional<std::string> identifier = textField(data, "identifier");
   if (!identifier || identifier->empty()) {
     KorvaneLogger::w(tag_, "checkAppInstalled: Missing identifier");
@@ -327,6 +334,12 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
     return KorvaneLogger::w(tag_,
                             "dataRequest: Missing required fields (requestId or requestType)");
   }
+  // The id becomes part of a global name in the reply; the app is not asked for what cannot be
+  // answered safely.
+  if (!isIdentifierSafe(*requestId)) {
+    return KorvaneLogger::w(tag_,
+                            "dataRequest: Request id is not a plain identifier: " + *requestId);
+  }
   const JsonValue params = objectField(data, "params");
   KorvaneLogger::d(tag_, "Data request received: id='" + *requestId + "', type='" + *requestType +
                              "', params=" + params.dump());
@@ -339,7 +352,9 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
                             "No data returned for request '" + *requestId + "' from parent app");
   }
   onMain([tag = tag_, id = *requestId, response = std::move(*response)](BridgeHost& alive) {
-    alive.evaluate(dataResponseScript(id, response), [tag, id](const Result<std::string>& outcome) {
+    std::optional<std::string> script = dataResponseScript(id, response);
+    if (!script) return;
+    alive.evaluate(*script, [tag, id](const Result<std::string>& outcome) {
       if (outcome) {
         KorvaneLogger::d(tag, "Data response sent for request '" + id + "'");
       } else {
