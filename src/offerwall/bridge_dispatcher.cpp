@@ -51,17 +51,21 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
                                    std::weak_ptr<BridgeHost> host,
                                    std::shared_ptr<MainThread> mainThread,
                                    std::shared_ptr<UrlOpener> urlOpener,
-                                   std::shared_ptr<PlacementMessages> placements)
+                                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust)
     : kind_(kind),
       tag_(std::move(tag)),
       host_(std::move(host)),
       mainThread_(std::move(mainThread)),
       urlOpener_(std::move(urlOpener)),
-      placements_(std::move(placements)) {}
+      placements_(std::move(placements)),
+      trust_(std::move(trust)) {}
 
 void BridgeDispatcher::receive(const ScriptMessage& message) {
-  if (std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_))
-    dispatch(*parsed);
+  std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_);
+  if (!parsed) return;
+  if (std::optional<std::string> refusal = bridgeRefusal(trust_, parsed->type, message))
+    return KorvaneLogger::w(tag_, *refusal);
+  dispatch(*parsed);
 }
 
 void BridgeDispatcher::onMain(std::function<void(BridgeHost&)> action) {
