@@ -6,6 +6,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"
+#include "offerwall/outside_opening.h"
 
 namespace korvane {
 namespace {
@@ -128,6 +129,8 @@ void BridgeDispatcher::externalOpenBrowser(const JsonValue& data) {
   if (!url || url->empty()) return KorvaneLogger::w(tag_, "externalOpenBrowser: No URL provided");
   KorvaneLogger::d(tag_, "Opening external browser: " + *url);
   onMain([opener = urlOpener_, tag = tag_, url = *url](BridgeHost&) {
+    if (url::isValid(url) && !mayOpenOutside(url, OutsideOpening::browser))
+      return KorvaneLogger::w(tag, outsideOpeningRefusal(url));
     if (opener && url::isValid(url) && opener->canOpen(url)) {
       opener->open(url, nullptr);
     } else {
@@ -203,6 +206,10 @@ void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
   mainThread_->post([self = shared_from_this(), callbackName, id = *identifier, controller] {
     if (!url::isValid(id) || !self->urlOpener_) {
       KorvaneLogger::w(self->tag_, "Invalid URL scheme: " + id);
+      return self->replyAppInstalled(callbackName, false, id);
+    }
+    if (!mayOpenOutside(id, OutsideOpening::app)) {
+      KorvaneLogger::w(self->tag_, outsideOpeningRefusal(id));
       return self->replyAppInstalled(callbackName, false, id);
     }
     // Whichever comes first answers: the system's completion or the fallback.

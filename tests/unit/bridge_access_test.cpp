@@ -1,9 +1,11 @@
 // Who may use the bridge: origins in one normal form, the decision table over fake web views,
-// trust handed to the pages an offerwall opens, the app's own origins and its opt-out.
+// trust handed to the pages an offerwall opens, the app's own origins and its opt-out; and which
+// addresses may leave the SDK for the system.
 #include <gtest/gtest.h>
 
 #include "api/url_text.h"
 #include "korvane/offerwall/offerwall_view.h"
+#include "offerwall/outside_opening.h"
 #include "signed_in_sdk.h"
 
 namespace korvane {
@@ -62,6 +64,38 @@ TEST(WebOrigin, TheAppsOriginsAreKeptInNormalFormAndThePolicyIsOnByDefault) {
   EXPECT_FALSE(config.bridgeOriginPolicyEnabled());
   EXPECT_TRUE(log.contains(
       "[W/KorvaneSdkConfig] Ignoring trusted origin that names no origin: offers.example.com"));
+}
+
+TEST(OutsideOpening, WebAndStoreAddressesForTheBrowserAppSchemesOnlyWhenAnAppIsAskedFor) {
+  const struct {
+    const char* url;
+    bool browser;
+    bool app;
+  } cases[] = {
+      {"https://example.com/deal", true, true},
+      {"HTTP://example.com", true, true},
+      {"itms-apps://apps.apple.com/app/id1", true, true},
+      {"kakaotalk://open", false, true},
+      {"mailto:someone@example.com", false, true},
+      {"tel:+821012345678", false, true},
+      {"file:///etc/passwd", false, false},
+      {"File:///etc/passwd", false, false},
+      {"javascript:alert(1)", false, false},
+      {"data:text/html,hi", false, false},
+      {"about:blank", false, false},
+      {"blob:https://example.com/1", false, false},
+      {"view-source:https://example.com", false, false},
+      {"smb://server/share", false, false},
+      {"sftp://server/home", false, false},
+      {"x-gvfs-private://x", false, false},
+      {"korvane://close", false, false},
+      {"not a url", false, false},
+      {"", false, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(mayOpenOutside(c.url, OutsideOpening::browser), c.browser) << c.url;
+    EXPECT_EQ(mayOpenOutside(c.url, OutsideOpening::app), c.app) << c.url;
+  }
 }
 
 // Every message type that does more than close or reload its own page; each is posted with data
@@ -215,6 +249,40 @@ TEST_F(BridgeAccessTest, AnySenderMayCloseItsOwnPageOrRetry) {
   EXPECT_TRUE(presenter_->live.empty());
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
   EXPECT_EQ(refusals(), 0u);
+}
+
+// The rule holds on every road to the system's URL opener: the bridge's browser and app checks,
+// links the navigation policy sends out, and the facade's external browser.
+TEST_F(BridgeAccessTest, OnlyAllowedSchemesReachTheSystem) {
+  auto root = present("https://hub.example/");
+  FakePresenter::FakeScreen& page = screen(0);
+  page.view.post(R"({"type":"externalOpenBrowser","data":{"url":"file:///etc/passwd"}})");
+  page.view.post(R"({"type":"externalOpenBrowser","data":{"url":"kakaotalk://open"}})");
+  page.view.post(R"({"type":"checkAppInstalled","data":{"identifier":"smb://server/share"}})");
+  auto delegate = page.view.delegate.lock();
+  ASSERT_TRUE(delegate);
+  EXPECT_EQ(delegate->decidePolicy({"blob:https://hub.example/1", true}), NavigationPolicy::cancel);
+  settle();
+  EXPECT_TRUE(fake_.urlOpener->opened.empty());
+  for (const char* url : {"file:///etc/passwd", "kakaotalk://open", "smb://server/share",
+                          "blob:https://hub.example/1"}) {
+    EXPECT_TRUE(log_.contains(
+        std::string("[W/KorvaneOfferwallViewController] 🚫 Not handing this URL to the system "
+                    "(scheme not allowed): ") +
+        url))
+        << url;
+  }
+  ASSERT_EQ(page.view.scripts.size(), 1u);
+  EXPECT_NE(page.view.scripts[0].find("\"installed\": false"), std::string::npos);
+
+  page.view.post(R"({"type":"checkAppInstalled","data":{"identifier":"kakaotalk://open"}})");
+  EXPECT_EQ(delegate->decidePolicy({"kakaotalk://chat", true}), NavigationPolicy::cancel);
+  EXPECT_EQ(sdk_.openExternalBrowser("file:///tmp/x.html", "p"), false);
+  EXPECT_EQ(sdk_.openExternalBrowser("https://example.com/deal", "p"), true);
+  settle();
+  EXPECT_EQ(fake_.urlOpener->opened,
+            (std::vector<std::string>{"https://example.com/deal", "kakaotalk://open",
+                                      "kakaotalk://chat"}));
 }
 
 // Inner pages, replacements and the embedded view's stack trust what their offerwall trusts:
