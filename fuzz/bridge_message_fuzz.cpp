@@ -1,5 +1,5 @@
-// Page messages, whatever a page posts: parsing and dispatch for both hosts must never crash,
-// and every action they schedule runs against a host that answers everything.
+// Page messages, whatever a page posts: parsing, the sender check and dispatch for both hosts
+// must never crash, and every action they schedule runs against a host that answers everything.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -53,10 +53,11 @@ struct World {
     SdkEnvironment environment;
     environment.platform = fake.services();
     KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
-    controller = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, "C", host,
-                                                    fake.mainThread, fake.urlOpener, nullptr);
+    const BridgeTrust trust{true, {"https://hub.example"}};
+    controller = std::make_shared<BridgeDispatcher>(
+        BridgeHostKind::controller, "C", host, fake.mainThread, fake.urlOpener, nullptr, trust);
     embedded = std::make_shared<BridgeDispatcher>(BridgeHostKind::embeddedView, "E", host,
-                                                  fake.mainThread, fake.urlOpener, nullptr);
+                                                  fake.mainThread, fake.urlOpener, nullptr, trust);
   }
 };
 
@@ -65,8 +66,10 @@ struct World {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static World world;
   const std::string body(reinterpret_cast<const char*>(data), size);
-  world.controller->receive({"korvaneNative", body, true});
-  world.embedded->receive({"KorVane", body, true});
+  // A trusted page gets every type; an ad frame inside it only the harmless ones.
+  world.controller->receive({"korvaneNative", body, true, true, "https://hub.example"});
+  world.embedded->receive({"KorVane", body, true, true, "https://hub.example"});
+  world.controller->receive({"korvaneNative", body, true, false, "https://ads.example"});
   world.fake.mainThread->advance(std::chrono::seconds(3));  // runs the app-check fallbacks too
   return 0;
 }

@@ -43,6 +43,57 @@ bool isValid(std::string_view text) {
   return true;
 }
 
+std::optional<std::string> origin(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos || colon == 0 || text.substr(colon + 1, 2) != "//")
+    return std::nullopt;
+  std::string result;
+  for (std::size_t i = 0; i < colon; ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const bool allowed =
+        i == 0 ? std::isalpha(c) : std::isalnum(c) || c == '+' || c == '-' || c == '.';
+    if (!allowed) return std::nullopt;
+    result += static_cast<char>(std::tolower(c));
+  }
+  const std::string scheme = result;
+  result += "://";
+  const std::string_view rest = text.substr(colon + 3);
+  const std::string_view authority = rest.substr(0, rest.find_first_of("/?#"));
+  std::size_t end = 0;
+  if (!authority.empty() && authority[0] == '[') {
+    end = authority.find(']');
+    if (end == std::string_view::npos || end == 1) return std::nullopt;
+    for (std::size_t i = 1; i < end; ++i) {
+      const auto c = static_cast<unsigned char>(authority[i]);
+      if (!isHex(c) && c != ':' && c != '.') return std::nullopt;
+    }
+    ++end;
+  } else {
+    while (end < authority.size() && authority[end] != ':') {
+      const auto c = static_cast<unsigned char>(authority[end]);
+      if (!std::isalnum(c) && c != '-' && c != '.' && c != '_') return std::nullopt;
+      ++end;
+    }
+    if (end == 0) return std::nullopt;
+  }
+  for (std::size_t i = 0; i < end; ++i)
+    result += static_cast<char>(std::tolower(static_cast<unsigned char>(authority[i])));
+  if (end == authority.size()) return result;
+  if (authority[end] != ':') return std::nullopt;
+  const std::string_view digits = authority.substr(end + 1);
+  if (digits.empty()) return result;  // "host:" has no port
+  long port = 0;
+  for (const char c : digits) {
+    if (!std::isdigit(static_cast<unsigned char>(c))) return std::nullopt;
+    port = port * 10 + (c - '0');
+    if (port > 65535) return std::nullopt;
+  }
+  const bool defaultPort = (port == 80 && (scheme == "http" || scheme == "ws")) ||
+                           (port == 443 && (scheme == "https" || scheme == "wss"));
+  if (!defaultPort) result += ":" + std::to_string(port);
+  return result;
+}
+
 std::string encodeQueryComponent(std::string_view text) {
   static constexpr std::string_view kKept = "!$'()*+,;:@/?";
   static constexpr char kHex[] = "0123456789ABCDEF";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,6 +11,14 @@ namespace korvane::url {
 // Whether `text` is an absolute URL a URL parser accepts: a scheme, then only characters a URL
 // may carry (percent escapes well formed, no spaces or controls).
 bool isValid(std::string_view text);
+
+// The origin of an absolute URL or of an origin's text, in one normal form so that the two compare
+// as text: "scheme://host" or "scheme://host:port", scheme and host lower-cased, the scheme's
+// default port dropped (80 for http and ws, 443 for https and wss), nothing after the host. Nothing
+// for opaque origins ("null", about:, data:, file: and every other address without a host) and
+// for anything a strict reading doubts: credentials, backslashes, percent escapes or other
+// characters outside letters, digits, "-", "." and "_" in the host, a port beyond 65535.
+std::optional<std::string> origin(std::string_view text);
 
 // Percent-encodes a query item's name or value the way URL components do: letters, digits and
 // -._~!$'()*+,;:@/? stay, everything else becomes %XX (upper-case hex).

@@ -1,5 +1,8 @@
 #include "korvane/core/sdk_config.h"
 
+#include <algorithm>
+
+#include "api/url_text.h"
 #include "core/backend_urls.h"
 #include "korvane/core/logger.h"
 
@@ -40,6 +43,23 @@ KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::disableAdjoe() {
 
 KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::setApiBaseUrl(std::string baseUrl) {
   fields_.apiBaseUrlOverride_ = std::move(baseUrl);
+  return *this;
+}
+
+KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::addTrustedOrigin(std::string origin) {
+  std::optional<std::string> normal = url::origin(origin);
+  if (!normal) {
+    KorvaneLogger::w("KorvaneSdkConfig", "Ignoring trusted origin that names no origin: " + origin);
+    return *this;
+  }
+  std::vector<std::string>& origins = fields_.trustedOrigins_;
+  if (std::find(origins.begin(), origins.end(), *normal) == origins.end())
+    origins.push_back(std::move(*normal));
+  return *this;
+}
+
+KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::setBridgeOriginPolicyEnabled(bool enabled) {
+  fields_.bridgeOriginPolicyEnabled_ = enabled;
   return *this;
 }
 

@@ -6,6 +6,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"
+#include "offerwall/outside_opening.h"
 
 namespace korvane {
 namespace {
@@ -51,17 +52,21 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
                                    std::weak_ptr<BridgeHost> host,
                                    std::shared_ptr<MainThread> mainThread,
                                    std::shared_ptr<UrlOpener> urlOpener,
-                                   std::shared_ptr<PlacementMessages> placements)
+                                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust)
     : kind_(kind),
       tag_(std::move(tag)),
       host_(std::move(host)),
       mainThread_(std::move(mainThread)),
       urlOpener_(std::move(urlOpener)),
-      placements_(std::move(placements)) {}
+      placements_(std::move(placements)),
+      trust_(std::move(trust)) {}
 
 void BridgeDispatcher::receive(const ScriptMessage& message) {
-  if (std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_))
-    dispatch(*parsed);
+  std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_);
+  if (!parsed) return;
+  if (std::optional<std::string> refusal = bridgeRefusal(trust_, parsed->type, message))
+    return KorvaneLogger::w(tag_, *refusal);
+  dispatch(*parsed);
 }
 
 void BridgeDispatcher::onMain(std::function<void(BridgeHost&)> action) {
@@ -124,6 +129,8 @@ void BridgeDispatcher::externalOpenBrowser(const JsonValue& data) {
   if (!url || url->empty()) return KorvaneLogger::w(tag_, "externalOpenBrowser: No URL provided");
   KorvaneLogger::d(tag_, "Opening external browser: " + *url);
   onMain([opener = urlOpener_, tag = tag_, url = *url](BridgeHost&) {
+    if (url::isValid(url) && !mayOpenOutside(url, OutsideOpening::browser))
+      return KorvaneLogger::w(tag, outsideOpeningRefusal(url));
     if (opener && url::isValid(url) && opener->canOpen(url)) {
       opener->open(url, nullptr);
     } else {
@@ -168,21 +175,28 @@ void BridgeDispatcher::openAdjoe(const JsonValue& data) {
 void BridgeDispatcher::replyAppInstalled(const std::string& callbackName, bool installed,
                                          const std::string& identifier) {
   onMain([tag = tag_, callbackName, installed, identifier](BridgeHost& host) {
-    host.evaluate(
-        appInstalledReplyScript(callbackName, installed, identifier),
-        [tag, callbackName](const Result<std::string>& outcome) {
-          if (outcome) {
-            KorvaneLogger::d(tag, "App installed result sent to " + callbackName + " successfully");
-          } else {
-            KorvaneLogger::e(tag,
-                             "Failed to send app installed result: " + outcome.error().description);
-          }
-        });
+    std::optional<std::string> script =
+        appInstalledReplyScript(callbackName, installed, identifier);
+    if (!script) return;  // the name was refused when the message arrived
+    host.evaluate(*script, [tag, callbackName](const Result<std::string>& outcome) {
+      if (outcome) {
+        KorvaneLogger::d(tag, "App installed result sent to " + callbackName + " successfully");
+      } else {
+        KorvaneLogger::e(tag,
+                         "Failed to send app installed result: " + outcome.error().description);
+      }
+    });
   });
 }
 
 void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
-  const std::string callbackName = textField(data, "callback").value_or("onAppInstalledResult");
+  std::string callbackName = textField(data, "callback").value_or("");
+  if (callbackName.empty()) callbackName = "onAppInstalledResult";
+  // The name becomes a global name in the reply, so anything else could run the page's own code.
+  if (!isPlainIdentifier(callbackName)) {
+    return KorvaneLogger::w(
+        tag_, "checkAppInstalled: Callback name is not a plain identifier: " + callbackName);
+  }
   const std::optional<std::string> identifier = textField(data, "identifier");
   if (!identifier || identifier->empty()) {
     KorvaneLogger::w(tag_, "checkAppInstalled: Missing identifier");
@@ -192,6 +206,10 @@ void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
   mainThread_->post([self = shared_from_this(), callbackName, id = *identifier, controller] {
     if (!url::isValid(id) || !self->urlOpener_) {
       KorvaneLogger::w(self->tag_, "Invalid URL scheme: " + id);
+      return self->replyAppInstalled(callbackName, false, id);
+    }
+    if (!mayOpenOutside(id, OutsideOpening::app)) {
+      KorvaneLogger::w(self->tag_, outsideOpeningRefusal(id));
       return self->replyAppInstalled(callbackName, false, id);
     }
     // Whichever comes first answers: the system's completion or the fallback.
@@ -327,6 +345,12 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
     return KorvaneLogger::w(tag_,
                             "dataRequest: Missing required fields (requestId or requestType)");
   }
+  // The id becomes part of a global name in the reply; the app is not asked for what cannot be
+  // answered safely.
+  if (!isIdentifierSafe(*requestId)) {
+    return KorvaneLogger::w(tag_,
+                            "dataRequest: Request id is not a plain identifier: " + *requestId);
+  }
   const JsonValue params = objectField(data, "params");
   KorvaneLogger::d(tag_, "Data request received: id='" + *requestId + "', type='" + *requestType +
                              "', params=" + params.dump());
@@ -339,7 +363,9 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
                             "No data returned for request '" + *requestId + "' from parent app");
   }
   onMain([tag = tag_, id = *requestId, response = std::move(*response)](BridgeHost& alive) {
-    alive.evaluate(dataResponseScript(id, response), [tag, id](const Result<std::string>& outcome) {
+    std::optional<std::string> script = dataResponseScript(id, response);
+    if (!script) return;
+    alive.evaluate(*script, [tag, id](const Result<std::string>& outcome) {
       if (outcome) {
         KorvaneLogger::d(tag, "Data response sent for request '" + id + "'");
       } else {

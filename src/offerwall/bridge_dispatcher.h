@@ -11,6 +11,7 @@
 #include "korvane/platform/main_thread.h"
 #include "korvane/platform/url_opener.h"
 #include "korvane/platform/web_view.h"
+#include "offerwall/bridge_access.h"
 
 namespace korvane {
 
@@ -59,14 +60,16 @@ class PlacementMessages {
 };
 
 // Runs bridge messages for one host: the sixteen types in their documented order, every action
-// posted to the main thread holding the host weakly, replies evaluated in the page.
+// posted to the main thread holding the host weakly, replies evaluated in the page. A message the
+// sender may not send (see bridgeRefusal) is refused with one warning before anything happens.
 class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
  public:
   BridgeDispatcher(BridgeHostKind kind, std::string tag, std::weak_ptr<BridgeHost> host,
                    std::shared_ptr<MainThread> mainThread, std::shared_ptr<UrlOpener> urlOpener,
-                   std::shared_ptr<PlacementMessages> placements);
+                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust);
 
   void receive(const ScriptMessage& message);
+  const BridgeTrust& trust() const { return trust_; }
   void dispatch(const BridgeMessage& message);
 
   // How long checkAppInstalled waits for the system before answering "not installed".
@@ -94,6 +97,7 @@ class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
   std::shared_ptr<MainThread> mainThread_;
   std::shared_ptr<UrlOpener> urlOpener_;
   std::shared_ptr<PlacementMessages> placements_;
+  BridgeTrust trust_;
 };
 
 // A field of a message's data as text; nothing when absent or not text.

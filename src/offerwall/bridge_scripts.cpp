@@ -94,37 +94,102 @@ console.log('KorvaneBridge injected successfully');)JS";
   return script;
 }
 
+namespace {
+
+bool isAsciiLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool isIdentifierPart(char c) {
+  return isAsciiLetter(c) || (c >= '0' && c <= '9') || c == '_' || c == '$';
+}
+
+// JSON is a JavaScript expression except that older engines end a string at U+2028 and U+2029,
+// so those two are escaped; text that is not UTF-8 becomes U+FFFD instead of an exception.
+std::string scriptJson(const JsonValue& value) {
+  std::string text =
+      value.dump(-1, ' ', /*ensure_ascii=*/false, JsonValue::error_handler_t::replace);
+  for (std::size_t at = text.find("\xE2\x80"); at != std::string::npos;
+       at = text.find("\xE2\x80", at + 1)) {
+    if (at + 2 >= text.size()) break;
+    const char last = text[at + 2];
+    if (last == '\xA8' || last == '\xA9')
+      text.replace(at, 3, last == '\xA8' ? "\\u2028" : "\\u2029");
+  }
+  return text;
+}
+
+// `text` as the inside of a single-quoted JavaScript string literal.
+std::string singleQuotedContent(const std::string& text) {
+  // The JSON string form already escapes quotes, backslashes and controls; a single-quoted
+  // literal reads it the same once its double quotes are bare and its single quotes escaped.
+  const std::string json = scriptJson(JsonValue(text));
+  std::string out;
+  out.reserve(json.size());
+  for (std::size_t i = 1; i + 1 < json.size(); ++i) {
+    const char c = json[i];
+    if (c == '\\' && json[i + 1] == '"') {
+      out += '"';
+      ++i;
+    } else if (c == '\\') {
+      out += c;
+      out += json[++i];
+    } else if (c == '\'') {
+      out += "\\'";
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+bool isPlainIdentifier(std::string_view name) {
+  if (name.empty() || !(isAsciiLetter(name[0]) || name[0] == '_' || name[0] == '$')) return false;
+  return isIdentifierSafe(name);
+}
+
+bool isIdentifierSafe(std::string_view requestId) {
+  if (requestId.empty()) return false;
+  for (const char c : requestId)
+    if (!isIdentifierPart(c)) return false;
+  return true;
+}
+
 std::string advertisingIdScript(const std::string& advertisingId) {
-  return "if(window.KorvaneConfig) { window.KorvaneConfig.ifa = '" + advertisingId + "'; }";
+  return "if(window.KorvaneConfig) { window.KorvaneConfig.ifa = '" +
+         singleQuotedContent(advertisingId) + "'; }";
 }
 
 std::string userInfoReplyScript(const JsonValue& userInfo) {
-  return "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived(" + userInfo.dump() +
+  return "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived(" + scriptJson(userInfo) +
          ");\n}";
 }
 
 std::string appInstalledResultJson(bool installed, const std::string& identifier) {
   return std::string("{\n    \"installed\": ") + (installed ? "true" : "false") +
-         ",\n    \"identifier\": \"" + identifier + "\"\n}";
+         ",\n    \"identifier\": " + scriptJson(JsonValue(identifier)) + "\n}";
 }
 
-std::string appInstalledReplyScript(const std::string& name, bool installed,
-                                    const std::string& identifier) {
+std::optional<std::string> appInstalledReplyScript(const std::string& name, bool installed,
+                                                   const std::string& identifier) {
+  if (!isPlainIdentifier(name)) return std::nullopt;
   const std::string json = appInstalledResultJson(installed, identifier);
   return "(function() {\n    try {\n        if (typeof window." + name +
          " === 'function') {\n            window." + name + "(" + json +
          ");\n            console.log('[KorvaneBridge] Called " + name + " with result:', " + json +
          ");\n        } else {\n            console.warn('[KorvaneBridge] Callback " + name +
          " is not a function');\n        }\n    } catch (e) {\n        "
-         "console.error('[KorvaneBridge] "
-         "Error calling " +
+         "console.error('[KorvaneBridge] Error calling " +
          name + ":', e);\n    }\n})();";
 }
 
-std::string dataResponseScript(const std::string& requestId, const JsonValue& response) {
+std::optional<std::string> dataResponseScript(const std::string& requestId,
+                                              const JsonValue& response) {
+  if (!isIdentifierSafe(requestId)) return std::nullopt;
   return "(function() {\n    try {\n        var callback = window._korvane_callback_" + requestId +
          ";\n        if (callback && typeof callback === 'function') {\n            callback(" +
-         response.dump() + ");\n            delete window._korvane_callback_" + requestId +
+         scriptJson(response) + ");\n            delete window._korvane_callback_" + requestId +
          ";\n            console.log('[KorvaneBridge] Data request fulfilled: " + requestId +
          "');\n        } else {\n            console.warn('[KorvaneBridge] No callback found for "
          "request: " +

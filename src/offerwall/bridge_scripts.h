@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "korvane/core/json_value.h"
 
@@ -14,16 +16,26 @@ inline constexpr const char* kBridgeHandlerName = "korvaneNative";
 const std::string& postMessagePolyfillScript();
 // Evaluated after every finished load: defines window.KorvaneBridge.
 const std::string& korvaneBridgeScript();
-// Tells a page that defines window.KorvaneConfig the advertising identifier.
+// Tells a page that defines window.KorvaneConfig the advertising identifier (as a string
+// literal, whatever the text holds).
 std::string advertisingIdScript(const std::string& advertisingId);
 
-// Replies, evaluated in the page that asked.
+// Whether `name` may stand in a reply as a global name: an ASCII JavaScript identifier.
+bool isPlainIdentifier(std::string_view name);
+// Whether a request id may be appended to a global name: ASCII identifier characters only.
+bool isIdentifierSafe(std::string_view requestId);
+
+// Replies, evaluated in the page that asked. Page-supplied text never leaves a string literal,
+// and text that is not UTF-8 is carried with U+FFFD in its place; none of these throws.
 std::string userInfoReplyScript(const JsonValue& userInfo);
-// The JSON text the app-installed reply carries (the identifier is inserted as it stands).
+// The JSON text the app-installed reply carries.
 std::string appInstalledResultJson(bool installed, const std::string& identifier);
-std::string appInstalledReplyScript(const std::string& callbackName, bool installed,
-                                    const std::string& identifier);
-std::string dataResponseScript(const std::string& requestId, const JsonValue& response);
+// Nothing when the callback name is not a plain identifier.
+std::optional<std::string> appInstalledReplyScript(const std::string& callbackName, bool installed,
+                                                   const std::string& identifier);
+// Nothing when the request id is not identifier-safe.
+std::optional<std::string> dataResponseScript(const std::string& requestId,
+                                              const JsonValue& response);
 
 // The page shown when the offerwall cannot be reached; its close button posts {"type":"close"}.
 const std::string& offlinePageHtml();

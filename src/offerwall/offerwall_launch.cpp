@@ -4,6 +4,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "offerwall/outside_opening.h"
 #include "placements/placement_support.h"
 
 namespace korvane {
@@ -136,6 +137,10 @@ bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&)
   }
   if (!url::isValid(url)) {
     KorvaneLogger::w(kTag, "Invalid URL format: " + url);
+    return false;
+  }
+  if (!mayOpenOutside(url, OutsideOpening::browser)) {
+    KorvaneLogger::w(kTag, outsideOpeningRefusal(url));
     return false;
   }
   std::shared_ptr<UrlOpener> opener = SdkInternals::session()->environment().platform.urlOpener;

@@ -43,6 +43,8 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
   };
   std::vector<Page> stack;
   std::map<const EmbeddedPage*, double> scrollPositions;
+  // Every page of the stack trusts what the loaded offerwall address gives.
+  BridgeTrust trust;
 
  private:
   Page makePage(Screen* over);
@@ -57,14 +59,14 @@ class EmbeddedPage final : public PageHost, public BridgeHost {
       : PageHost(BridgeHostKind::embeddedView, std::string(kTag)), view_(std::move(view)) {}
   ~EmbeddedPage() override { detach(); }
 
-  void start(WebView& webView) {
+  void start(WebView& webView, const BridgeTrust& trust) {
     std::shared_ptr<SdkSession> session = SdkInternals::session();
     attach(webView, session);
     const PlatformServices& platform = session->environment().platform;
     dispatcher_ = std::make_shared<BridgeDispatcher>(
         BridgeHostKind::embeddedView, std::string(kTag),
         std::static_pointer_cast<EmbeddedPage>(shared_from_this()), platform.mainThread,
-        platform.urlOpener, placementMessages());
+        platform.urlOpener, placementMessages(), trust);
   }
 
   // BridgeHost
@@ -144,7 +146,7 @@ OfferwallViewImpl::Page OfferwallViewImpl::makePage(Screen* over) {
   }
   if (!page.screen) return page;
   page.host = std::make_shared<EmbeddedPage>(weak_from_this());
-  page.host->start(page.screen->webView());
+  page.host->start(page.screen->webView(), trust);
   return page;
 }
 
@@ -154,6 +156,7 @@ void OfferwallViewImpl::load(OfferwallPage page) {
   }
   hasClosed = false;
   tearDown();
+  trust = bridgeTrustForOfferwall(page.baseUrl);
   Page first = makePage(nullptr);
   if (!first.screen) return reportError("Failed to load offerwall: the view is gone");
   stack.push_back(std::move(first));

@@ -117,6 +117,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // The page a replacement sits in: closing the replacement closes that page, as dismissing a
   // child controller dismisses the page presenting it.
   std::weak_ptr<OfferwallControllerImpl> container_;
+  // Inner pages trust what the page that opened them trusts, never their own page-given address.
+  std::optional<BridgeTrust> inheritedTrust_;
 };
 
 ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer) const {
@@ -166,9 +168,10 @@ void OfferwallControllerImpl::viewDidLoad() {
   const PlatformServices& platform = session->environment().platform;
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
-  dispatcher_ = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, std::string(kTag),
-                                                   weak, platform.mainThread, platform.urlOpener,
-                                                   placementMessages());
+  dispatcher_ = std::make_shared<BridgeDispatcher>(
+      BridgeHostKind::controller, std::string(kTag), weak, platform.mainThread, platform.urlOpener,
+      placementMessages(),
+      inheritedTrust_ ? *inheritedTrust_ : bridgeTrustForOfferwall(self->baseUrl));
   screen_->setCloseHandler([weak] {
     if (auto alive = weak.lock()) alive->closeProcedure();
   });
@@ -272,6 +275,7 @@ void OfferwallControllerImpl::openPage(const std::string& url) {
   auto sub = KorvaneOfferwallViewController::create();
   sub->baseUrl = url;
   sub->isSubWebView = true;
+  sub->impl_->inheritedTrust_ = dispatcher_->trust();
   if (std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser())
     sub->userId = user->userId();
   if (std::optional<KorvaneSdkConfig> config = KorvaneSdk::shared().getConfig())
@@ -300,6 +304,7 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
         KorvaneLogger::d(kTag, "WebView replaced successfully with child VC");
       });
   child->impl_->container_ = weak;
+  child->impl_->inheritedTrust_ = dispatcher_->trust();
   child->impl_->adoptScreen(std::move(childScreen));
   child_ = child;
 }

@@ -5,6 +5,7 @@
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
+#include "offerwall/outside_opening.h"
 #include "placements/placement_registry.h"
 
 namespace korvane {
@@ -144,14 +145,15 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
       });
       break;
     case NavigationDecision::openAppStore:
-      openOutside(url, "✅ Opened App Store: " + url, "❌ Failed to open App Store: " + url);
+      openOutside(url, OutsideOpening::browser, "✅ Opened App Store: " + url,
+                  "❌ Failed to open App Store: " + url);
       break;
     case NavigationDecision::openUniversalLink:
-      openOutside(url, "✅ Opened App Store (Universal Link): " + url,
+      openOutside(url, OutsideOpening::browser, "✅ Opened App Store (Universal Link): " + url,
                   "❌ Failed to open App Store (Universal Link): " + url);
       break;
     case NavigationDecision::openWithSystem:
-      openOutside(url, "✅ Opened custom scheme: " + url,
+      openOutside(url, OutsideOpening::app, "✅ Opened custom scheme: " + url,
                   "❌ Failed to open custom scheme: " + lowerCaseScheme(url) +
                       ":// (app not installed or launch failed)");
       break;
@@ -159,8 +161,9 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   return NavigationPolicy::cancel;
 }
 
-void PageHost::openOutside(const std::string& url, const std::string& opened,
-                           const std::string& failed) {
+void PageHost::openOutside(const std::string& url, OutsideOpening purpose,
+                           const std::string& opened, const std::string& failed) {
+  if (!mayOpenOutside(url, purpose)) return KorvaneLogger::w(tag_, outsideOpeningRefusal(url));
   platform().mainThread->post([opener = platform().urlOpener, tag = tag_, url, opened, failed] {
     if (!opener) return KorvaneLogger::w(tag, failed);
     opener->open(url, [tag, opened, failed](bool ok) {

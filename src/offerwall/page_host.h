@@ -9,6 +9,7 @@
 #include "korvane/platform/web_view.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "offerwall/offerwall_url.h"
+#include "offerwall/outside_opening.h"
 
 namespace korvane {
 
@@ -69,7 +70,8 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
 
  private:
   bool networkAvailable() const;
-  void openOutside(const std::string& url, const std::string& opened, const std::string& failed);
+  void openOutside(const std::string& url, OutsideOpening purpose, const std::string& opened,
+                   const std::string& failed);
 
   BridgeHostKind kind_;
   std::string tag_;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "api/url_text.h"
 #include "korvane/platform/screen_presenter.h"
 
 namespace korvane::testing {
@@ -44,9 +45,14 @@ class FakeWebView final : public WebView {
     return loads.empty() ? std::nullopt : std::optional<std::string>(loads.back().url);
   }
 
-  // What the page would post.
+  // What the page would post: from the main frame of the page loaded last (an opaque origin
+  // when only HTML was loaded), or from the frame given.
   void post(const std::string& body) {
-    if (auto d = delegate.lock()) d->didReceiveScriptMessage({"korvaneNative", body, true});
+    postFrom(body, true, loads.empty() ? "" : url::origin(loads.back().url).value_or(""));
+  }
+  void postFrom(const std::string& body, bool mainFrame, const std::string& frameOrigin) {
+    if (auto d = delegate.lock())
+      d->didReceiveScriptMessage({"korvaneNative", body, true, mainFrame, frameOrigin});
   }
 };
 

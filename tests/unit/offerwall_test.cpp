@@ -13,6 +13,7 @@
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/offerwall_url.h"
+#include "script_shape.h"
 #include "scripted_api.h"
 #include "signed_in_sdk.h"
 
@@ -146,9 +147,107 @@ TEST(BridgeScripts, RepliesAreTheDocumentedTexts) {
       userInfoReplyScript(JsonValue{{"userId", "u"}}),
       "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived({\"userId\":\"u\"});\n}");
   EXPECT_NE(dataResponseScript("req_1_a", JsonValue{{"k", 1}})
+                .value_or("")
                 .find("var callback = window._korvane_callback_req_1_a;"),
             std::string::npos);
   EXPECT_NE(offlinePageHtml().find("JSON.stringify({ type: 'close' })"), std::string::npos);
+}
+
+// The shape check reads scripts the way a JavaScript engine does, so the injections the replies
+// once let through are caught.
+TEST(BridgeScripts, TheShapeCheckCatchesInjections) {
+  const struct {
+    const char* script;
+    const char* pattern;
+    testing::ScriptHoles holes;
+  } injected[] = {
+      {"if(window.KorvaneConfig) { window.KorvaneConfig.ifa = ''; alert(1); ''; }",
+       testing::kAdvertisingIdPattern,
+       {"", "'; alert(1); '", {}}},
+      {"if(window.KorvaneConfig) { window.KorvaneConfig.ifa = 'a'; }//'; }",
+       testing::kAdvertisingIdPattern,
+       {"", "a", {}}},
+      {"if (window.onUserInfoReceived) { window.onUserInfoReceived({\"a\":1}, alert(1)); }",
+       testing::kUserInfoReplyPattern,
+       {"", "", {{"a", 1}}}},
+      {"if (window.onUserInfoReceived) { window.onUserInfoReceived(`${alert(1)}`); }",
+       testing::kUserInfoReplyPattern,
+       {"", "", "x"}},
+      {"if (window.onUserInfoReceived) { window.onUserInfoReceived('a\xE2\x80\xA8'); }",
+       testing::kUserInfoReplyPattern,
+       {"", "", "a\xE2\x80\xA8"}},
+  };
+  for (const auto& c : injected)
+    EXPECT_FALSE(testing::matchesScriptPattern(c.script, c.pattern, c.holes)) << c.script;
+  EXPECT_TRUE(testing::matchesScriptPattern(
+      "if (window.onUserInfoReceived) {\n    "
+      "window.onUserInfoReceived({\"a\":[1,-2.5e3,\"\\u00e9\"]});\n}",
+      testing::kUserInfoReplyPattern, {"", "", {{"a", {1, -2500.0, "\xC3\xA9"}}}}));
+}
+
+// Whatever a page sends, a reply is the intended call and nothing else: names that are not
+// plain identifiers get no script, everything else stays inside string literals.
+TEST(BridgeScripts, HostilePageTextNeverLeavesItsLiteral) {
+  const std::string names[] = {"onResult",      "_cb$1", "x;alert(1)//", "a.b",      "a b",
+                               "1abc",          "",      "\\u0061",      "\xD0\xB0", "x'y",
+                               "x\xE2\x80\xA8y"};
+  const std::string identifiers[] = {"app://x",
+                                     "\"');alert(1);//",
+                                     "</script><script>alert(1)</script>",
+                                     "line\nbreak\r\t",
+                                     "sep\xE2\x80\xA8par\xE2\x80\xA9",
+                                     "bad\xFF\xFEutf8",
+                                     std::string("nul\0x", 5),
+                                     "\\'\\\"`${x}`"};
+  for (const std::string& name : names) {
+    for (const std::string& identifier : identifiers) {
+      for (const bool installed : {true, false}) {
+        const std::optional<std::string> script =
+            appInstalledReplyScript(name, installed, identifier);
+        ASSERT_EQ(script.has_value(), isPlainIdentifier(name)) << name;
+        if (!script) continue;
+        const JsonValue result = JsonValue::parse(appInstalledResultJson(installed, identifier));
+        std::string why;
+        EXPECT_TRUE(testing::matchesScriptPattern(*script, testing::kAppInstalledReplyPattern,
+                                                  {name, "", result}, &why))
+            << name << " / " << identifier << ": " << why;
+      }
+    }
+  }
+  EXPECT_EQ(JsonValue::parse(appInstalledResultJson(false, "a\xFF"))["identifier"], "a\xEF\xBF\xBD")
+      << "bytes that are not UTF-8 are replaced, not thrown over";
+  EXPECT_EQ(JsonValue::parse(appInstalledResultJson(true, "\"');x"))["identifier"], "\"');x");
+
+  const JsonValue response{{"text", "'\"</script>\xE2\x80\xA8\xFF"}, {"n", -1.5}};
+  const JsonValue delivered{{"text", "'\"</script>\xE2\x80\xA8\xEF\xBF\xBD"}, {"n", -1.5}};
+  for (const char* id : {"req_1700000000000_k3j5x9q2a", "$", "9", "a-b", "a;b", "", "a b", "a.b"}) {
+    const std::optional<std::string> script = dataResponseScript(id, response);
+    ASSERT_EQ(script.has_value(), isIdentifierSafe(id)) << id;
+    if (!script) continue;
+    std::string why;
+    EXPECT_TRUE(testing::matchesScriptPattern(*script, testing::kDataResponsePattern,
+                                              {id, "", delivered}, &why))
+        << id << ": " << why;
+  }
+
+  std::string why;
+  EXPECT_TRUE(testing::matchesScriptPattern(
+      userInfoReplyScript(
+          {{"userId", "u\xE2\x80\xA9\xC3"}, {"gender", "\");alert(1);(\""}, {"birthYear", 1990}}),
+      testing::kUserInfoReplyPattern,
+      {"",
+       "",
+       {{"userId", "u\xE2\x80\xA9\xEF\xBF\xBD"},
+        {"gender", "\");alert(1);(\""},
+        {"birthYear", 1990}}},
+      &why))
+      << why;
+  for (const std::string id : {"6D92078A-8246-4BA4-AE5B-76104861E7DC", "'; alert(1); '",
+                               "back\\slash\n", "\xE2\x80\xA8"}) {
+    EXPECT_TRUE(testing::matchesScriptPattern(advertisingIdScript(id),
+                                              testing::kAdvertisingIdPattern, {"", id, {}}, &why))
+        << id << ": " << why;
+  }
 }
 
 // The container over a fake platform with an initialised SDK and a logged-in user.
@@ -398,6 +497,49 @@ TEST_F(OfferwallTest, MessageTypesReachTheirEffects) {
   const TrackEventRequest tracked = api_->batches().back().events.back();
   EXPECT_EQ(tracked.name, "tap");
   EXPECT_TRUE(tracked.parameters.empty());
+}
+
+// A callback name or request id that could carry code gets a warning and nothing else: no
+// script, no app launched, no question to the app.
+TEST_F(OfferwallTest, RefusedReplyNamesLeaveNoTrace) {
+  struct AskedEvents final : OfferwallEventCallback {
+    void onCustomEvent(const std::string&, const JsonValue&) override {}
+    std::optional<JsonValue> onDataRequest(const std::string& id, const std::string&,
+                                           const JsonValue&) override {
+      asked.push_back(id);
+      return JsonValue{{"ok", true}};
+    }
+    std::vector<std::string> asked;
+  };
+  auto events = std::make_shared<AskedEvents>();
+  KorvaneOfferwallViewController::setEventCallback(events);
+  auto root = present("https://hub.example/");
+  FakePresenter::FakeScreen& page = screen(0);
+  page.view.post(
+      R"J({"type":"checkAppInstalled","data":{"identifier":"app://x","callback":"f);alert(1);//"}})J");
+  page.view.post(R"J({"type":"dataRequest","data":{"requestId":"a;alert(1)","requestType":"t"}})J");
+  settle();
+  EXPECT_TRUE(page.view.scripts.empty());
+  EXPECT_TRUE(fake_.urlOpener->opened.empty());
+  EXPECT_TRUE(events->asked.empty());
+  EXPECT_TRUE(
+      log_.contains("[W/KorvaneOfferwallViewController] checkAppInstalled: Callback name "
+                    "is not a plain identifier: f);alert(1);//"));
+  EXPECT_TRUE(
+      log_.contains("[W/KorvaneOfferwallViewController] dataRequest: Request id is not a "
+                    "plain identifier: a;alert(1)"));
+
+  page.view.post(R"({"type":"checkAppInstalled","data":{"identifier":"app://x","callback":""}})");
+  page.view.post(R"({"type":"dataRequest","data":{"requestId":"req_1_a","requestType":"t"}})");
+  settle();
+  EXPECT_EQ(events->asked, std::vector<std::string>{"req_1_a"});
+  ASSERT_EQ(page.view.scripts.size(), 2u);
+  EXPECT_EQ(std::count_if(page.view.scripts.begin(), page.view.scripts.end(),
+                          [](const std::string& script) {
+                            return script.find("window.onAppInstalledResult(") != std::string::npos;
+                          }),
+            1)
+      << "an empty name means the default";
 }
 
 TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {

@@ -555,11 +555,18 @@ TEST_F(AdjoeTest, OpeningCarriesTheUsersDataRecordsAtOnceAndUsesTheNativeBar) {
   EXPECT_EQ(customNames,
             (std::vector<std::string>{"custom_offerwall_opened", "adjoe_offerwall_opened"}));
 
-  // The offerwall's page asks for adjoe through the bridge.
-  screen(0).view.post(R"({"type":"openAdjoeOfferwall","data":{"placementId":"wall"}})");
+  // The offerwall's own page asks for adjoe through the bridge; adjoe's page may not.
+  const char* openAdjoe = R"({"type":"openAdjoeOfferwall","data":{"placementId":"wall"}})";
+  screen(0).view.post(openAdjoe);
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 1u);
+  sdk_.openOfferwall(nullptr, "home", nullptr);
   settle();
   ASSERT_EQ(presenter_->live.size(), 2u);
-  EXPECT_NE(screen(1).view.loads.at(0).url.find("&placement=wall&"), std::string::npos);
+  screen(1).view.post(openAdjoe);
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 3u);
+  EXPECT_NE(screen(2).view.loads.at(0).url.find("&placement=wall&"), std::string::npos);
 }
 
 }  // namespace

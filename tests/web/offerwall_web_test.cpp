@@ -352,6 +352,92 @@ TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
 }
 
+// Who may use the bridge in a real engine: the offerwall's own page gets the user's profile; a
+// page from another origin (the local backend on a second port) and a cross-origin frame inside
+// the trusted page get a refusal and no reply; the frame cannot pass itself off as the page.
+TEST_F(OfferwallWeb, OnlyTheOfferwallsOwnOriginsMainFrameGetsTheUsersProfile) {
+  devserver::DevServer other;
+  ASSERT_NE(other.start(), 0);
+  const std::string otherOrigin = other.baseUrl();
+  other.setPage("/pages/landing.html", page("Landing"));
+  // Posts at once, as the page and as if it were the page, then keeps asking.
+  other.setPage(
+      "/pages/framed.html",
+      "<!doctype html><script>"
+      "var post = function(type) { window.webkit.messageHandlers.korvaneNative"
+      "  .postMessage(JSON.stringify({type: type, data: {mainFrame: true}})); };"
+      "post('getUserInfo'); post('customEvent');"
+      "try { parent.document.dispatchEvent(new CustomEvent("
+      "  'korvane-script-message:korvaneNative', {detail: '{\"type\":\"getUserInfo\"}'}));"
+      "} catch (e) { post('trackEvent'); }"
+      "</script>");
+  server_.setPage("/pages/framing.html", page("Framing", "<iframe src=\"" + otherOrigin +
+                                                             "/pages/framed.html\"></iframe>"));
+
+  auto root = openRoot("/pages/framing.html");
+  const std::string tag = "[W/KorvaneOfferwallViewController] 🚫 Bridge message '";
+  for (const char* type : {"getUserInfo", "customEvent", "trackEvent"}) {
+    EXPECT_TRUE(pumpUntil([&] {
+      return logged(tag + type + "' refused: sent from a sub frame (origin " + otherOrigin + ")");
+    })) << type;
+  }
+  callBridge(screen(0), "window.KorvaneBridge.getUserInfo(function() {})");
+  ASSERT_TRUE(pumpUntil([&] { return evaluate(screen(0), "window.__replies.length") == "1"; }));
+  EXPECT_EQ(nlohmann::json::parse(evaluate(screen(0), "window.__replies[0]")),
+            (nlohmann::json{{"userId", "web-user"}, {"gender", "M"}, {"birthYear", 1990}}));
+  EXPECT_TRUE(events_->custom.empty());
+
+  // A page of another origin opened from the offerwall.
+  evaluate(screen(0), "window.KorvaneBridge.openWebView('" + otherOrigin + "/pages/landing.html')");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  callBridge(screen(1),
+             "window.KorvaneBridge.getUserInfo(function() {});"
+             "window.KorvaneBridge.openWebView('" +
+                 otherOrigin + "/pages/landing.html')");
+  ASSERT_TRUE(pumpUntil([&] {
+    return logged(tag + "openWebView' refused: origin " + otherOrigin + " is not trusted");
+  }));
+  EXPECT_TRUE(logged(tag + "getUserInfo' refused: origin " + otherOrigin + " is not trusted"));
+  pumpFor(200ms);
+  EXPECT_EQ(evaluate(screen(1), "window.__replies.length"), "0");
+  EXPECT_EQ(presenter_->live.size(), 2u);
+  callBridge(screen(1), "window.KorvaneBridge.close()");
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }))
+      << "closing its own page is allowed";
+}
+
+// A callback name, request id or identifier carrying code never runs (each of these ran in the
+// reply scripts when page text was pasted into them as it stood), and text stays text.
+TEST_F(OfferwallWeb, InjectedNamesDoNotRun) {
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0),
+             "window.KorvaneBridge.checkAppInstalled('someapp://open', 'x||(window.__ran=1)||x');"
+             "window.KorvaneBridge.requestData('points', {}, function() {});"
+             "window.KorvaneBridge.postMessage('dataRequest',"
+             "  {requestId: 'x||(window.__ran=2)', requestType: 'points'});"
+             "window.KorvaneBridge.checkAppInstalled({identifier: 'x\"+(window.__ran=3)+\"'});");
+  ASSERT_TRUE(pumpUntil([&] { return evaluate(screen(0), "window.__replies.length") == "1"; }));
+  EXPECT_EQ(nlohmann::json::parse(evaluate(screen(0), "window.__replies[0]")),
+            (nlohmann::json{{"installed", false}, {"identifier", "x\"+(window.__ran=3)+\""}}))
+      << "not a URL, so not installed; but delivered as the page sent it";
+  EXPECT_TRUE(
+      logged("[W/KorvaneOfferwallViewController] checkAppInstalled: Callback name is not a "
+             "plain identifier: x||(window.__ran=1)||x"));
+  EXPECT_TRUE(
+      logged("[W/KorvaneOfferwallViewController] dataRequest: Request id is not a plain "
+             "identifier: x||(window.__ran=2)"));
+  ASSERT_TRUE(pumpUntil([&] {
+    for (const std::string& line : log_.messages())
+      if (line.rfind("[D/KorvaneOfferwallViewController] Data response sent for request 'req_",
+                     0) == 0)
+        return true;
+    return false;
+  })) << "a well-formed request is still answered";
+  pumpFor(200ms);
+  EXPECT_EQ(evaluate(screen(0), "typeof window.__ran"), "\"undefined\"");
+  EXPECT_TRUE(opener_->opened.empty());
+}
+
 // The embedded view's stack: a push covers the page, a pop fades back to it with its inner
 // scroller where it was; the last close reports onClosed once.
 TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace korvane {
 
@@ -26,6 +27,12 @@ class KorvaneSdkConfig {
   std::string apiBaseUrl() const;
   bool hasApiBaseUrlOverride() const { return apiBaseUrlOverride_.has_value(); }
 
+  // Origins the app trusts with the offerwall's bridge, besides the addresses the SDK loads
+  // itself; each in normal form ("https://offers.example.com", default port dropped).
+  const std::vector<std::string>& trustedOrigins() const { return trustedOrigins_; }
+  // True unless the app turned the bridge's origin policy off (for its own testing).
+  bool bridgeOriginPolicyEnabled() const { return bridgeOriginPolicyEnabled_; }
+
  private:
   KorvaneSdkConfig() = default;
 
@@ -36,6 +43,8 @@ class KorvaneSdkConfig {
   bool adjoeEnabled_ = false;
   std::optional<std::string> adjoeSdkHash_;
   std::optional<std::string> apiBaseUrlOverride_;
+  std::vector<std::string> trustedOrigins_;
+  bool bridgeOriginPolicyEnabled_ = true;
 };
 
 // Collects configuration fields; every setter returns the builder so calls chain.
@@ -51,6 +60,13 @@ class KorvaneSdkConfig::Builder {
   // Sends every backend request to this base URL instead of the environment's (staging,
   // self-hosted backends, local development). Paths are appended to it as text.
   Builder& setApiBaseUrl(std::string baseUrl);
+  // Lets pages from `origin` ("https://offers.example.com"; a full address counts for its origin)
+  // use every bridge message, like the offerwall's own pages. May be called several times; text
+  // that names no origin is logged and ignored.
+  Builder& addTrustedOrigin(std::string origin);
+  // With false, every page and frame may use every bridge message. For the app's own testing;
+  // the policy is on by default.
+  Builder& setBridgeOriginPolicyEnabled(bool enabled);
 
   // Logs an error for an empty key or secret and builds anyway: only initialisation refuses them.
   KorvaneSdkConfig build() const;

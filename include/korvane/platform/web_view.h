@@ -24,11 +24,16 @@ struct NavigationAction {
 enum class NavigationPolicy { allow, cancel };
 
 // A message a page posted to a script message handler. A string body arrives as is; any other
-// value arrives as its JSON text with isString false.
+// value arrives as its JSON text with isString false. The sender's frame is described by what the
+// engine knows, never by anything the page could set: whether it is the page's main frame, and
+// its security origin ("scheme://host" or "scheme://host:port"; empty when the engine cannot tell
+// or the origin is opaque). The core decides what the sender may do.
 struct ScriptMessage {
   std::string handlerName;
   std::string body;
   bool isString = true;
+  bool mainFrame = true;
+  std::string frameOrigin{};
 };
 
 // What a web view reports, always on the main thread.

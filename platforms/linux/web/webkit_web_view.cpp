@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 #include "korvane/version.h"
 
 namespace korvane::linux_host {
@@ -76,17 +78,91 @@ gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer dat
   return TRUE;  // answered: no alert is shown
 }
 
+// The SDK's script world: page scripts cannot see its objects, only the shared DOM.
+constexpr const char* kBridgeWorld = "korvane-bridge";
+
+// A script with the handler's name and its event type put in as string literals.
+std::string withHandler(std::string script, const std::string& handler) {
+  const auto put = [&](std::string_view placeholder, const std::string& text) {
+    script.replace(script.find(placeholder), placeholder.size(), nlohmann::json(text).dump());
+  };
+  put("$NAME", handler);
+  put("$TYPE", "korvane-script-message:" + handler);
+  return script;
+}
+
+// In the page's world: window.webkit.messageHandlers.<name>.postMessage hands the message to the
+// SDK's world through an event on this frame's document. What it needs is taken before any page
+// script runs.
+std::string relayScript(const std::string& handler) {
+  return withHandler(R"JS((function() {
+  var name = $NAME, type = $TYPE;
+  var doc = document, dispatch = EventTarget.prototype.dispatchEvent, Custom = CustomEvent;
+  var webkit = window.webkit;
+  if (!webkit || !webkit.messageHandlers) {
+    webkit = { messageHandlers: Object.create(Object.create(Object.prototype)) };
+    Object.defineProperty(window, 'webkit', { value: webkit, configurable: true });
+  }
+  webkit.messageHandlers[name] = { postMessage: function(body) {
+    dispatch.call(doc, new Custom(type, { detail: body }));
+  } };
+})();)JS",
+                     handler);
+}
+
+// In the SDK's world, in every frame: passes each message on with what this world sees of the
+// frame. A body that is not a string arrives here as a copy, and goes on as its JSON text.
+std::string listenerScript(const std::string& handler) {
+  return withHandler(R"JS((function() {
+  var handler = window.webkit.messageHandlers[$NAME];
+  document.addEventListener($TYPE, function(event) {
+    var body = event.detail, isString = typeof body === 'string';
+    if (!isString) {
+      try { body = JSON.stringify(body); } catch (e) { body = undefined; }
+      if (typeof body !== 'string') body = 'null';
+    }
+    try {
+      handler.postMessage({ body: body, isString: isString,
+                            mainFrame: window.top === window, origin: self.origin });
+    } catch (e) {}
+  });
+})();)JS",
+                     handler);
+}
+
+std::string stringProperty(JSCValue* object, const char* name) {
+  JSCValue* value = jsc_value_object_get_property(object, name);
+  std::string text;
+  if (value && jsc_value_is_string(value)) {
+    gchar* chars = jsc_value_to_string(value);
+    text = chars ? chars : "";
+    g_free(chars);
+  }
+  if (value) g_object_unref(value);
+  return text;
+}
+
+bool booleanProperty(JSCValue* object, const char* name) {
+  JSCValue* value = jsc_value_object_get_property(object, name);
+  const bool flag = value && jsc_value_is_boolean(value) && jsc_value_to_boolean(value);
+  if (value) g_object_unref(value);
+  return flag;
+}
+
 void onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult* result, gpointer data) {
   auto* entry = static_cast<std::pair<std::shared_ptr<Signals>, std::string>*>(data);
   auto delegate = entry->first->target();
   if (!delegate) return;
+  // Only the SDK's listener can post here, always with this shape.
   JSCValue* value = webkit_javascript_result_get_js_value(result);
+  if (!jsc_value_is_object(value)) return;
   ScriptMessage message;
   message.handlerName = entry->second;
-  message.isString = jsc_value_is_string(value);
-  gchar* text = message.isString ? jsc_value_to_string(value) : jsc_value_to_json(value, 0);
-  message.body = text ? text : "null";
-  g_free(text);
+  message.body = stringProperty(value, "body");
+  message.isString = booleanProperty(value, "isString");
+  message.mainFrame = booleanProperty(value, "mainFrame");
+  message.frameOrigin = stringProperty(value, "origin");
+  if (message.frameOrigin == "null") message.frameOrigin.clear();  // an opaque origin
   delegate->didReceiveScriptMessage(message);
 }
 
@@ -155,10 +231,13 @@ WebKitWebViewPort::~WebKitWebViewPort() {
   // Handlers still connected find no delegate from here on; their data goes with the view.
   signals_->delegate.reset();
   WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
-  for (const std::string& name : handlers_) {
-    g_signal_handlers_disconnect_matched(content, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
-                                         reinterpret_cast<gpointer>(onScriptMessage), nullptr);
-    webkit_user_content_manager_unregister_script_message_handler(content, name.c_str());
+  g_signal_handlers_disconnect_matched(content, G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
+                                       reinterpret_cast<gpointer>(onScriptMessage), nullptr);
+  for (const Handler& handler : handlers_) {
+    webkit_user_content_manager_unregister_script_message_handler_in_world(
+        content, handler.name.c_str(), kBridgeWorld);
+    webkit_user_script_unref(handler.relay);
+    webkit_user_script_unref(handler.listener);
   }
   webkit_web_view_stop_loading(view_);
   GtkWidget* widget = GTK_WIDGET(view_);
@@ -186,20 +265,36 @@ void WebKitWebViewPort::addUserScript(const std::string& script) {
 
 void WebKitWebViewPort::addScriptMessageHandler(const std::string& name) {
   WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
-  if (!webkit_user_content_manager_register_script_message_handler(content, name.c_str())) return;
-  handlers_.push_back(name);
   const std::string signal = "script-message-received::" + name;
   g_signal_connect_data(
       content, signal.c_str(), G_CALLBACK(onScriptMessage),
       std::make_unique<std::pair<std::shared_ptr<Signals>, std::string>>(signals_, name).release(),
       freeHandlerEntry, GConnectFlags(0));
+  if (!webkit_user_content_manager_register_script_message_handler_in_world(content, name.c_str(),
+                                                                            kBridgeWorld))
+    return;
+  Handler handler{
+      name,
+      webkit_user_script_new(relayScript(name).c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+                             WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, nullptr, nullptr),
+      webkit_user_script_new_for_world(
+          listenerScript(name).c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+          WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, kBridgeWorld, nullptr, nullptr)};
+  webkit_user_content_manager_add_script(content, handler.listener);
+  webkit_user_content_manager_add_script(content, handler.relay);
+  handlers_.push_back(handler);
 }
 
 void WebKitWebViewPort::removeScriptMessageHandler(const std::string& name) {
-  const auto it = std::find(handlers_.begin(), handlers_.end(), name);
+  const auto it = std::find_if(handlers_.begin(), handlers_.end(),
+                               [&](const Handler& handler) { return handler.name == name; });
   if (it == handlers_.end()) return;
-  handlers_.erase(it);
   WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(view_);
+  webkit_user_content_manager_remove_script(content, it->relay);
+  webkit_user_content_manager_remove_script(content, it->listener);
+  webkit_user_script_unref(it->relay);
+  webkit_user_script_unref(it->listener);
+  handlers_.erase(it);
   const std::string signal = "script-message-received::" + name;
   guint id = 0;
   GQuark detail = 0;
@@ -208,7 +303,8 @@ void WebKitWebViewPort::removeScriptMessageHandler(const std::string& name) {
         content, GSignalMatchType(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DETAIL), id, detail, nullptr,
         nullptr, nullptr);
   }
-  webkit_user_content_manager_unregister_script_message_handler(content, name.c_str());
+  webkit_user_content_manager_unregister_script_message_handler_in_world(content, name.c_str(),
+                                                                         kBridgeWorld);
 }
 
 void WebKitWebViewPort::load(const WebRequest& request) {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "korvane/platform/web_view.h"
+
+namespace korvane {
+
+// The origins whose pages may use the whole bridge in one offerwall (a page and every page it
+// opens share it). Origins are in url::origin's normal form.
+struct BridgeTrust {
+  bool policyEnabled = true;
+  std::vector<std::string> origins;
+
+  bool trusts(std::string_view reportedOrigin) const;
+};
+
+// What an offerwall opened at `address` trusts: the origins the app added, the origin of the
+// offerwall address validation gave (the hub), and the origin of `address` itself, which the app
+// or the SDK's own backend chose (openOfferwallWithUrl, placement, mission, reward and quiz
+// pages). adjoe's PlaytimeWeb is the exception: it is another company's offerwall and needs none
+// of the bridge's powers, so its origin is trusted only when the app adds it (or it is the hub's).
+BridgeTrust bridgeTrustForOfferwall(const std::optional<std::string>& address);
+
+// Messages any page or frame may send: they only act on the page that sent them ("close") or
+// reload the offerwall's own address ("retry").
+bool isHarmlessBridgeMessage(std::string_view type);
+
+// Nothing when a message of `type` from `sender` is honoured; otherwise the one warning to log.
+// With the policy on, only a trusted origin's main frame gets more than the harmless messages.
+std::optional<std::string> bridgeRefusal(const BridgeTrust& trust, const std::string& type,
+                                         const ScriptMessage& sender);
+
+}  // namespace korvane

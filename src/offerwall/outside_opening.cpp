@@ -1,0 +1,37 @@
+#include "offerwall/outside_opening.h"
+
+#include <algorithm>
+#include <array>
+
+#include "api/url_text.h"
+#include "offerwall/navigation_policy.h"
+
+namespace korvane {
+namespace {
+
+// Schemes no page or app request may hand to the system: local files and inline content, script,
+// the engine's and browser's own pages, and the network shares and virtual folders a desktop's
+// file manager opens.
+constexpr std::array<std::string_view, 36> kNeverOutside = {
+    "file",     "javascript", "vbscript", "data",   "about",   "blob",  "filesystem", "view-source",
+    "content",  "resource",   "chrome",   "jar",    "ftp",     "ftps",  "sftp",       "smb",
+    "nfs",      "afp",        "dav",      "davs",   "webdav",  "ssh",   "telnet",     "trash",
+    "computer", "network",    "recent",   "burn",   "archive", "admin", "mtp",        "gphoto2",
+    "afc",      "ws",         "wss",      "korvane"};
+
+}  // namespace
+
+bool mayOpenOutside(std::string_view url, OutsideOpening purpose) {
+  if (!url::isValid(url)) return false;
+  const std::string scheme = lowerCaseScheme(std::string(url));
+  if (scheme.empty() || scheme.starts_with("x-gvfs")) return false;
+  if (scheme == "http" || scheme == "https" || scheme == "itms-apps") return true;
+  if (purpose == OutsideOpening::browser) return false;
+  return std::find(kNeverOutside.begin(), kNeverOutside.end(), scheme) == kNeverOutside.end();
+}
+
+std::string outsideOpeningRefusal(const std::string& url) {
+  return "🚫 Not handing this URL to the system (scheme not allowed): " + url;
+}
+
+}  // namespace korvane
