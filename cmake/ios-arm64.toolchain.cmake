@@ -1,8 +1,6 @@
-# Cross-compiles for arm64 iPhoneOS with clang and libc++ against the SDK at IOS_SDK. Works on
-# macOS and, with clang, lld and libc++ headers installed, on Linux.
+# Cross-compiles for iOS (arm64 devices, or the simulator) with clang and libc++ against the SDK at
+# IOS_SDK. Works on macOS and, with clang, lld and libc++ headers installed, on Linux.
 set(CMAKE_SYSTEM_NAME iOS)
-set(CMAKE_SYSTEM_PROCESSOR arm64)
-set(CMAKE_OSX_ARCHITECTURES arm64)
 set(CMAKE_OSX_DEPLOYMENT_TARGET 14.0)
 
 # The SDK comes from IOS_SDK at the first configure and is remembered for later ones.
@@ -14,7 +12,18 @@ if(NOT KORVANE_IOS_SDK)
 endif()
 set(CMAKE_OSX_SYSROOT "${KORVANE_IOS_SDK}")
 
-set(_korvane_target arm64-apple-ios14.0)
+# The device by default; the XCFramework script builds the simulator slices with
+# KORVANE_IOS_TARGET=arm64-apple-ios14.0-simulator (or x86_64-...) and the simulator SDK.
+if(DEFINED ENV{KORVANE_IOS_TARGET})
+  set(KORVANE_IOS_TARGET "$ENV{KORVANE_IOS_TARGET}" CACHE STRING "Clang target triple")
+endif()
+if(NOT KORVANE_IOS_TARGET)
+  set(KORVANE_IOS_TARGET arm64-apple-ios14.0)
+endif()
+set(_korvane_target ${KORVANE_IOS_TARGET})
+string(REGEX MATCH "^[a-z0-9_]+" CMAKE_SYSTEM_PROCESSOR "${KORVANE_IOS_TARGET}")
+set(CMAKE_OSX_ARCHITECTURES ${CMAKE_SYSTEM_PROCESSOR})
+
 find_program(_korvane_clang NAMES clang clang-14 REQUIRED)
 find_program(_korvane_clangxx NAMES clang++ clang++-14 REQUIRED)
 set(CMAKE_C_COMPILER ${_korvane_clang})

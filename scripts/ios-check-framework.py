@@ -77,6 +77,9 @@ def check_bundle(framework, version, minimum_os):
     if not umbrella.is_file():
         fail("Headers/KorvaneSDK.h is missing")
     else:
+        names = [h.name.lower() for h in headers.glob("*.h")]
+        if len(names) != len(set(names)):
+            fail("public headers whose names differ only in case (one file on macOS): " + ", ".join(names))
         imported = set(re.findall(r"#import <KorvaneSDK/([^>]+)>", umbrella.read_text()))
         loose = sorted(h.name for h in headers.glob("*.h") if h.name != "KorvaneSDK.h" and h.name not in imported)
         if loose:

@@ -9,3 +9,17 @@ KORVANE_EXTERN double KorvaneSDKVersionNumber;
 KORVANE_EXTERN const unsigned char KorvaneSDKVersionString[];
 
 #import <KorvaneSDK/AuthInterceptor.h>
+#import <KorvaneSDK/KorvaneBanner.h>
+#import <KorvaneSDK/KorvaneContentRecords.h>
+#import <KorvaneSDK/KorvaneErrors.h>
+#import <KorvaneSDK/KorvaneEventType.h>
+#import <KorvaneSDK/KorvaneLogger.h>
+#import <KorvaneSDK/KorvaneMission.h>
+#import <KorvaneSDK/KorvaneOfferwallCallback.h>
+#import <KorvaneSDK/KorvaneOfferwallView.h>
+#import <KorvaneSDK/KorvaneOfferwallViewController.h>
+#import <KorvaneSDK/KorvaneQuiz.h>
+#import <KorvaneSDK/KorvaneSdkFacade.h>
+#import <KorvaneSDK/KorvaneSdkConfig.h>
+#import <KorvaneSDK/KorvaneSdkLoginListener.h>
+#import <KorvaneSDK/KorvaneSdkUser.h>

@@ -9,6 +9,7 @@
 #import "ports/uikit_device_probe.h"
 #import "ports/url_session_http_client.h"
 #import "ports/user_defaults_store.h"
+#import "web/uikit_screens.h"
 
 namespace korvane {
 namespace ios {
@@ -27,6 +28,7 @@ PlatformServices makePlatformServices() {
   services.lifecycle = std::make_shared<UIKitAppLifecycle>();
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
+  services.screens = std::make_shared<UIKitScreenPresenter>();
   return services;
 }
 

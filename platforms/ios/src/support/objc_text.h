@@ -14,9 +14,12 @@ namespace korvane::ios {
 // bytes become U+FFFD instead of turning the whole string into nil.
 NSString* toNSString(std::string_view text);
 NSString* _Nullable toNullableNSString(const std::optional<std::string>& text);
-// Plain std::string overload, so that both of the above do not compete for it.
+// Plain text overloads, so that the two above do not compete for them.
 inline NSString* toNSString(const std::string& text) {
   return toNSString(std::string_view(text));
+}
+inline NSString* toNSString(const char* text) {
+  return toNSString(std::string_view(text ? text : ""));
 }
 // nil becomes empty text.
 std::string toStdString(NSString* _Nullable text);

@@ -1,0 +1,73 @@
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneContentRecords.h>
+#import <KorvaneSDK/KorvaneSDKDefines.h>
+
+@class UIViewController;
+
+NS_ASSUME_NONNULL_BEGIN
+
+/// What the app hears about a mission placement. Mission events arrive on the thread that raised
+/// them (the main thread for loads and pages); onRefreshed asks the app to load the list again.
+NS_SWIFT_NAME(KorvaneMissionEventsListener)
+@protocol KorvaneMissionEventsListener <NSObject>
+- (void)onClickedMission:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onClicked(_:));
+- (void)onImpressedMission:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onImpressed(_:));
+- (void)onCompletedMission:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onCompleted(_:));
+- (void)onProgressedMission:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onProgressed(_:));
+- (void)onRefreshedWithUnitId:(nullable NSString*)unitId NS_SWIFT_NAME(onRefreshed(unitId:));
+@end
+
+/// One mission placement: loads the user's missions, reports impressions, clicks, progress and
+/// completion (listener first, then telemetry) and opens mission and reward pages in the
+/// offerwall. Every live instance can be reached by the offerwall's pages. Call it from the main
+/// thread; load callbacks arrive there.
+KORVANE_EXPORT
+@interface KorvaneMission : NSObject
+
+- (instancetype)init NS_DESIGNATED_INITIALIZER;
+
+/// Loads the list; every listed mission is reported impressed, in order, before onSuccess. With
+/// `shouldStoreCallbacks` the two blocks are kept for later loads. Failures are `KorvaneAdError`s.
+- (void)loadWithOnSuccess:(void (^)(NSArray<KorvaneMissionItem*>* missions,
+                                    KorvaneMissionProgress* progress))onSuccess
+                onFailure:(void (^)(NSError* error))onFailure
+     shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
+    NS_SWIFT_NAME(load(onSuccess:onFailure:shouldStoreCallbacks:));
+/// Held weakly, as delegates are, so that a view controller that owns the placement can listen to
+/// it without a retain cycle: keep the listener alive yourself.
+- (void)setEventsListener:(nullable id<KorvaneMissionEventsListener>)listener
+    NS_SWIFT_NAME(setEventsListener(_:));
+- (NSArray<KorvaneMissionItem*>*)getMissions;
+- (nullable KorvaneMissionItem*)getMissionWithMissionId:(NSString*)missionId
+    NS_SWIFT_NAME(getMission(missionId:));
+/// The last loaded list with its progress, reward page and texts.
+@property(nonatomic, readonly, nullable) KorvaneMissionResponse* missionResponse;
+@property(nonatomic, readonly, copy, nullable) NSString* rewardUrl;
+
+- (void)markAsParticipating:(NSString*)missionId NS_SWIFT_NAME(markAsParticipating(_:));
+- (BOOL)isParticipating:(NSString*)missionId NS_SWIFT_NAME(isParticipating(_:));
+
+/// Reports the click and opens the mission's page over `viewController`. An unknown id opens
+/// nothing.
+- (void)clickMissionWithId:(NSString*)missionId
+                      from:(UIViewController*)viewController NS_SWIFT_NAME(clickMission(_:from:));
+- (void)clickMission:(KorvaneMissionItem*)mission
+                from:(UIViewController*)viewController NS_SWIFT_NAME(clickMission(_:from:));
+
+- (void)onMissionClicked:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onMissionClicked(_:));
+- (void)onMissionImpressed:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onMissionImpressed(_:));
+- (void)onMissionCompleted:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onMissionCompleted(_:));
+- (void)onMissionProgressed:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onMissionProgressed(_:));
+
+/// Opens the reward page of the last load, if it named one.
+- (void)onRewardButtonClickedFrom:(UIViewController*)viewController
+    NS_SWIFT_NAME(onRewardButtonClicked(from:));
+/// Leaves the set of live instances now (and drops the listener) rather than at deallocation.
+- (void)destroy;
+
+/// Asks every live instance's listener, once per distinct listener, to load again.
++ (void)refreshMissionList:(nullable NSString*)unitId NS_SWIFT_NAME(refreshMissionList(_:));
+
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,50 @@
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneSDKDefines.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+/// What the app hears about one offerwall opening, on the main thread. `onClosed` comes at most
+/// once per opening.
+NS_SWIFT_NAME(OfferwallCallback)
+@protocol KorvaneOfferwallCallback <NSObject>
+- (void)onOpened;
+- (void)onClosed;
+- (void)onError:(NSString*)message;
+- (void)onRewardEarned:(NSInteger)amount;
+@end
+
+/// Custom events offerwall pages send to the app, and data requests the app answers at once, on
+/// the main thread. A nil answer means "no data": the page's callback is then never called.
+NS_SWIFT_NAME(OfferwallEventCallback)
+@protocol KorvaneOfferwallEventCallback <NSObject>
+- (void)onCustomEventWithEventType:(NSString*)eventType
+                           payload:(NSDictionary<NSString*, id>*)payload
+    NS_SWIFT_NAME(onCustomEvent(eventType:payload:));
+- (nullable NSDictionary<NSString*, id>*)onDataRequestWithRequestId:(NSString*)requestId
+                                                        requestType:(NSString*)requestType
+                                                             params:(NSDictionary<NSString*, id>*)
+                                                                        params
+    NS_SWIFT_NAME(onDataRequest(requestId:requestType:params:));
+@end
+
+/// An offerwall callback made of four blocks; absent ones do nothing.
+NS_SWIFT_NAME(OfferwallCallbackImpl)
+KORVANE_EXPORT
+@interface KorvaneOfferwallCallbackImpl : NSObject <KorvaneOfferwallCallback>
+
+@property(nonatomic, copy, nullable) void (^onOpenedHandler)(void);
+@property(nonatomic, copy, nullable) void (^onClosedHandler)(void);
+@property(nonatomic, copy, nullable) void (^onErrorHandler)(NSString* message);
+@property(nonatomic, copy, nullable) void (^onRewardEarnedHandler)(NSInteger amount);
+
+- (instancetype)initWithOnOpened:(nullable void (^)(void))onOpened
+                        onClosed:(nullable void (^)(void))onClosed
+                         onError:(nullable void (^)(NSString* message))onError
+                  onRewardEarned:(nullable void (^)(NSInteger amount))onRewardEarned
+    NS_DESIGNATED_INITIALIZER NS_SWIFT_NAME(init(onOpened:onClosed:onError:onRewardEarned:));
+/// All four handlers absent.
+- (instancetype)init;
+
+@end
+
+NS_ASSUME_NONNULL_END

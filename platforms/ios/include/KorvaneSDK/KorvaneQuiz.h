@@ -1,0 +1,50 @@
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneContentRecords.h>
+#import <KorvaneSDK/KorvaneSDKDefines.h>
+
+@class UIViewController;
+
+NS_ASSUME_NONNULL_BEGIN
+
+/// What the app hears about quizzes, on the main thread.
+NS_SWIFT_NAME(KorvaneQuizEventsListener)
+@protocol KorvaneQuizEventsListener <NSObject>
+- (void)onImpressedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onImpressed(_:));
+- (void)onClickedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onClicked(_:));
+/// The quiz page reported completion. The amount is the page's "rewardAmount", else the quiz's
+/// point when it is a whole number, else 0.
+- (void)onQuizCompleted:(KorvaneQuizEvent*)quizEvent
+           rewardAmount:(NSInteger)rewardAmount NS_SWIFT_NAME(onQuizCompleted(_:rewardAmount:));
+@end
+
+/// The quiz placement: loads the user's quizzes, reports impressions and clicks and opens a quiz
+/// full screen in the offerwall. Call it from the main thread; load callbacks arrive there.
+KORVANE_EXPORT
+@interface KorvaneQuiz : NSObject
+
+- (instancetype)init NS_DESIGNATED_INITIALIZER;
+
+/// Held weakly: the quiz never keeps the listener alive.
+- (void)setQuizEventsListener:(nullable id<KorvaneQuizEventsListener>)listener
+    NS_SWIFT_NAME(setQuizEventsListener(_:));
+/// Loads the list; onSuccess comes first, then one impression per quiz in order. With
+/// `shouldStoreCallbacks` the two blocks are kept for later loads. Failures are `KorvaneAdError`s.
+- (void)loadWithOnSuccess:(void (^)(KorvaneQuizResponse* response))onSuccess
+                onFailure:(void (^)(NSError* error))onFailure
+     shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
+    NS_SWIFT_NAME(load(onSuccess:onFailure:shouldStoreCallbacks:));
+/// The quizzes of the last successful load.
+@property(nonatomic, readonly, copy) NSArray<KorvaneQuizEvent*>* quizEvents;
+
+/// Records the click, tells the listener, then opens the quiz over `viewController`. An unknown id
+/// opens nothing.
+- (void)clickQuizWithId:(NSString*)quizId
+                   from:(UIViewController*)viewController NS_SWIFT_NAME(clickQuiz(_:from:));
+- (void)clickQuiz:(KorvaneQuizEvent*)quizEvent
+             from:(UIViewController*)viewController NS_SWIFT_NAME(clickQuiz(_:from:));
+/// Records the click and tells the listener without opening anything.
+- (void)trackClick:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(trackClick(_:));
+
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,14 @@
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneErrors.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+/// Hears how `loginWithKorvaneSdkUser:listener:` ended, on the main thread. `onSuccess` follows
+/// even when the backend request failed; `onFailure:` only when the SDK is not initialised or the
+/// user id is empty. The SDK keeps the listener until it has called it.
+@protocol KorvaneSdkLoginListener <NSObject>
+- (void)onSuccess;
+- (void)onFailure:(KorvaneLoginError)error;
+@end
+
+NS_ASSUME_NONNULL_END

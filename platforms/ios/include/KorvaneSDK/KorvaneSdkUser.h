@@ -1,0 +1,49 @@
+#import <Foundation/Foundation.h>
+#import <KorvaneSDK/KorvaneSDKDefines.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+@class KorvaneSdkUser;
+
+typedef NS_CLOSED_ENUM(NSInteger, KorvaneSdkUserGender) {
+  KorvaneSdkUserGenderMale = 0,
+  KorvaneSdkUserGenderFemale = 1,
+  KorvaneSdkUserGenderOther = 2,
+} NS_SWIFT_NAME(KorvaneSdkUser.Gender);
+
+/// The one-letter text the backend receives for a gender: "M", "F" or "O".
+KORVANE_EXTERN NSString* KorvaneSdkUserGenderStringValue(KorvaneSdkUserGender gender)
+    NS_SWIFT_NAME(KorvaneSdkUser.stringValue(of:));
+
+/// The logged-in user as the app describes it. Immutable.
+KORVANE_EXPORT
+@interface KorvaneSdkUser : NSObject
+
+@property(nonatomic, readonly, copy) NSString* userId;
+/// Whether a gender was given; `gender` is meaningful only then.
+@property(nonatomic, readonly) BOOL hasGender;
+@property(nonatomic, readonly) KorvaneSdkUserGender gender;
+/// Whether a birth year was given; `birthYear` is meaningful only then.
+@property(nonatomic, readonly) BOOL hasBirthYear;
+@property(nonatomic, readonly) NSInteger birthYear;
+
+/// A user with neither gender nor birth year.
+- (instancetype)initWithUserId:(NSString*)userId NS_SWIFT_NAME(init(userId:));
+/// `genderValue` 0 is male, 1 female, any other value other; the birth year is always stored.
+- (instancetype)initWithUserId:(NSString*)userId
+                   genderValue:(NSInteger)genderValue
+                     birthYear:(NSInteger)birthYear
+    NS_SWIFT_NAME(init(userId:genderValue:birthYear:));
+- (instancetype)initWithUserId:(NSString*)userId
+                        gender:(KorvaneSdkUserGender)gender
+                     birthYear:(NSInteger)birthYear NS_SWIFT_NAME(init(userId:gender:birthYear:));
+- (instancetype)initWithUserId:(NSString*)userId
+                        gender:(KorvaneSdkUserGender)gender NS_SWIFT_NAME(init(userId:gender:));
+- (instancetype)initWithUserId:(NSString*)userId
+                     birthYear:(NSInteger)birthYear NS_SWIFT_NAME(init(userId:birthYear:));
+- (instancetype)init NS_UNAVAILABLE;
++ (instancetype)new NS_UNAVAILABLE;
+
+@end
+
+NS_ASSUME_NONNULL_END

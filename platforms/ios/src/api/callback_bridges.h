@@ -1,0 +1,74 @@
+#pragma once
+
+#import <KorvaneSDK/KorvaneOfferwallCallback.h>
+#import <KorvaneSDK/KorvaneSdkLoginListener.h>
+
+#include <memory>
+
+#include "korvane/core/public_errors.h"
+#include "korvane/offerwall/offerwall_callback.h"
+
+NS_ASSUME_NONNULL_BEGIN
+
+namespace korvane::ios {
+
+// Holds an app's object strongly, or weakly (as delegates are held).
+template <typename Object>
+class Held {
+ public:
+  Held(Object object, bool weak) : strong_(weak ? nil : object), weak_(weak ? object : nil) {}
+  Object get() const { return strong_ ? strong_ : weak_; }
+
+ private:
+  Object strong_;
+  __weak Object weak_;
+};
+
+// The core's callback interfaces, forwarding to the app's Objective-C objects on the main thread.
+// The facade's openings hold the app's objects strongly, which the core keeps only as long as the
+// product keeps them (until the offerwall closed, until the next opening); the embedded view holds
+// them weakly.
+class OfferwallCallbackBridge final : public OfferwallCallback {
+ public:
+  OfferwallCallbackBridge(id<KorvaneOfferwallCallback> target, bool weak) : target_(target, weak) {}
+  void onOpened() override;
+  void onClosed() override;
+  void onError(const std::string& message) override;
+  void onRewardEarned(int amount) override;
+  id<KorvaneOfferwallCallback> _Nullable target() const { return target_.get(); }
+
+ private:
+  Held<id<KorvaneOfferwallCallback>> target_;
+};
+
+class OfferwallEventCallbackBridge final : public OfferwallEventCallback {
+ public:
+  OfferwallEventCallbackBridge(id<KorvaneOfferwallEventCallback> target, bool weak)
+      : target_(target, weak) {}
+  void onCustomEvent(const std::string& eventType, const JsonValue& payload) override;
+  std::optional<JsonValue> onDataRequest(const std::string& requestId,
+                                         const std::string& requestType,
+                                         const JsonValue& params) override;
+  id<KorvaneOfferwallEventCallback> _Nullable target() const { return target_.get(); }
+
+ private:
+  Held<id<KorvaneOfferwallEventCallback>> target_;
+};
+
+// Null for nil.
+std::shared_ptr<OfferwallCallback> bridge(id<KorvaneOfferwallCallback> _Nullable callback);
+std::shared_ptr<OfferwallEventCallback> bridge(
+    id<KorvaneOfferwallEventCallback> _Nullable callback);
+std::shared_ptr<OfferwallCallback> weakBridge(id<KorvaneOfferwallCallback> _Nullable callback);
+std::shared_ptr<OfferwallEventCallback> weakBridge(
+    id<KorvaneOfferwallEventCallback> _Nullable callback);
+std::shared_ptr<KorvaneSdkLoginListener> bridge(id<KorvaneSdkLoginListener> _Nullable listener);
+// The app's object behind a bridge the core holds; nil for none or for the SDK's own callbacks.
+id<KorvaneOfferwallCallback> _Nullable unbridged(
+    const std::shared_ptr<OfferwallCallback>& callback);
+id<KorvaneOfferwallEventCallback> _Nullable unbridged(
+    const std::shared_ptr<OfferwallEventCallback>& callback);
+
+}  // namespace korvane::ios
+
+NS_ASSUME_NONNULL_END

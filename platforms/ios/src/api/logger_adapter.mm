@@ -1,0 +1,67 @@
+#import <KorvaneSDK/KorvaneLogger.h>
+
+#import "api/objc_errors.h"
+#import "api/unavailable.h"
+#include "korvane/core/logger.h"
+#import "support/objc_text.h"
+
+// The Objective-C KorvaneLogger and the core's korvane::KorvaneLogger share a name; the core's is
+// always written out in full here.
+using CoreLogger = korvane::KorvaneLogger;
+using korvane::ios::toStdString;
+
+@implementation KorvaneLogger
+
+- (instancetype)init {
+  KORVANE_UNAVAILABLE_INITIALIZER(@"KorvaneLogger has class methods only");
+}
+
++ (KorvaneLogLevel)logLevel {
+  return static_cast<KorvaneLogLevel>(CoreLogger::logLevel());
+}
+
++ (void)setLogLevel:(KorvaneLogLevel)logLevel {
+  if (std::optional<korvane::LogLevel> known = korvane::logLevelFromRawValue(logLevel)) {
+    CoreLogger::setLogLevel(*known);
+  } else {
+    CoreLogger::w("KorvaneLogger", "Unknown log level " + std::to_string(logLevel) + " ignored");
+  }
+}
+
++ (void)e:(NSString*)tag message:(NSString*)message {
+  CoreLogger::e(toStdString(tag), toStdString(message));
+}
+
++ (void)e:(NSString*)tag message:(NSString*)message error:(nullable NSError*)error {
+  if (!error) return [self e:tag message:message];
+  CoreLogger::e(toStdString(tag), toStdString(message),
+                korvane::ios::toError((NSError* _Nonnull)error));
+}
+
++ (void)w:(NSString*)tag message:(NSString*)message {
+  CoreLogger::w(toStdString(tag), toStdString(message));
+}
+
++ (void)w:(NSString*)tag message:(NSString*)message error:(nullable NSError*)error {
+  if (!error) return [self w:tag message:message];
+  CoreLogger::w(toStdString(tag), toStdString(message),
+                korvane::ios::toError((NSError* _Nonnull)error));
+}
+
++ (void)i:(NSString*)tag message:(NSString*)message {
+  CoreLogger::i(toStdString(tag), toStdString(message));
+}
+
++ (void)d:(NSString*)tag message:(NSString*)message {
+  CoreLogger::d(toStdString(tag), toStdString(message));
+}
+
++ (void)v:(NSString*)tag message:(NSString*)message {
+  CoreLogger::v(toStdString(tag), toStdString(message));
+}
+
++ (NSString*)scrub:(NSString*)text {
+  return korvane::ios::toNSString(CoreLogger::scrub(toStdString(text)));
+}
+
+@end

@@ -1,0 +1,55 @@
+#import <KorvaneSDK/KorvaneOfferwallView.h>
+
+#import "api/callback_bridges.h"
+#include "korvane/offerwall/offerwall_view.h"
+#import "support/objc_text.h"
+#import "web/uikit_screens.h"
+
+using korvane::ios::toStdString;
+
+@implementation KorvaneOfferwallView {
+  std::shared_ptr<korvane::KorvaneOfferwallView> _view;
+}
+
+- (instancetype)initWithFrame:(CGRect)frame {
+  if ((self = [super initWithFrame:frame])) [self makeCoreView];
+  return self;
+}
+
+- (nullable instancetype)initWithCoder:(NSCoder*)coder {
+  if ((self = [super initWithCoder:coder])) [self makeCoreView];
+  return self;
+}
+
+// The stack's bottom page goes into this view; the pages above it are stacked over it.
+- (void)makeCoreView {
+  __weak KorvaneOfferwallView* weakSelf = self;
+  _view = korvane::KorvaneOfferwallView::create([weakSelf] {
+    KorvaneOfferwallView* strongSelf = weakSelf;
+    std::unique_ptr<korvane::Screen> page;
+    if (strongSelf) page = std::make_unique<korvane::ios::StackedScreen>(strongSelf);
+    return page;
+  });
+}
+
+- (void)setCallback:(nullable id<KorvaneOfferwallCallback>)callback {
+  _view->setCallback(korvane::ios::weakBridge(callback));
+}
+
+- (void)setEventCallback:(nullable id<KorvaneOfferwallEventCallback>)eventCallback {
+  _view->setEventCallback(korvane::ios::weakBridge(eventCallback));
+}
+
+- (void)loadOfferwallWithBaseUrl:(NSString*)baseUrl
+                          userId:(NSString*)userId
+                          appKey:(NSString*)appKey
+                     placementId:(NSString*)placementId {
+  _view->loadOfferwall(toStdString(baseUrl), toStdString(userId), toStdString(appKey),
+                       toStdString(placementId));
+}
+
+- (void)loadOfferwallWithPlacementId:(NSString*)placementId {
+  _view->loadOfferwall(toStdString(placementId));
+}
+
+@end

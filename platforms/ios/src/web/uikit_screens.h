@@ -1,0 +1,88 @@
+#pragma once
+
+#import <UIKit/UIKit.h>
+
+#include <memory>
+
+#include "korvane/platform/screen_presenter.h"
+#import "web/wk_web_view_port.h"
+
+NS_ASSUME_NONNULL_BEGIN
+
+@class KorvaneOfferwallViewController;
+
+namespace korvane::ios {
+
+// A page on UIKit: one WKWebView (owned through its port) with fades as UIView animations.
+class UIKitScreen : public Screen {
+ public:
+  WebView& webView() override { return port_; }
+  WKWebView* view() const { return port_.view(); }
+  void removeWebView() override;
+  void fade(double alpha, std::chrono::milliseconds duration, std::function<void()> done) override;
+
+ protected:
+  WKWebViewPort port_;
+};
+
+// A page shown by a KorvaneOfferwallViewController: presented full screen (perhaps inside a
+// navigation controller) or embedded in another page as a child controller. The controller is
+// held weakly: UIKit owns it while it shows.
+class ControllerScreen final : public UIKitScreen {
+ public:
+  ControllerScreen(::KorvaneOfferwallViewController* controller, const ScreenOptions& options);
+  ~ControllerScreen() override;
+
+  void setCloseHandler(std::function<void()> handler) override;
+  void setRefreshHandler(std::function<void()> handler) override;
+  void setDismissedHandler(std::function<void()> handler) override;
+  void dismiss(bool animated, std::function<void()> done) override;
+
+  ::KorvaneOfferwallViewController* _Nullable controller() const { return controller_; }
+
+ private:
+  __weak ::KorvaneOfferwallViewController* controller_;
+};
+
+// A page of the embedded offerwall's stack: a web view filling the host's view, above the pages
+// before it, with no chrome of its own.
+class StackedScreen final : public UIKitScreen {
+ public:
+  explicit StackedScreen(UIView* container);
+  void setCloseHandler(std::function<void()>) override {}
+  void setRefreshHandler(std::function<void()>) override {}
+  void setDismissedHandler(std::function<void()>) override {}
+  void dismiss(bool animated, std::function<void()> done) override;
+  UIView* _Nullable container() const { return container_; }
+
+ private:
+  __weak UIView* container_;
+};
+
+// A screen of the app's that offerwall pages are presented over. Lives as long as the view
+// controller it stands for (it is attached to it) and holds it weakly.
+class HostControllerAnchor final : public PresentationAnchor {
+ public:
+  explicit HostControllerAnchor(UIViewController* controller) : controller_(controller) {}
+  UIViewController* _Nullable controller() const { return controller_; }
+
+ private:
+  __weak UIViewController* controller_;
+};
+
+// The anchor of an app's view controller, made on first use and kept with the controller.
+PresentationAnchor* anchorFor(UIViewController* _Nullable controller);
+
+// Puts offerwall pages on screen with UIKit.
+class UIKitScreenPresenter final : public ScreenPresenter {
+ public:
+  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* _Nullable over,
+                                            const ScreenOptions& options) override;
+  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
+                                         std::function<void()> done) override;
+  std::unique_ptr<Screen> stackOver(Screen& parent) override;
+};
+
+}  // namespace korvane::ios
+
+NS_ASSUME_NONNULL_END

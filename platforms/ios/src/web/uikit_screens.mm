@@ -1,0 +1,220 @@
+#import "web/uikit_screens.h"
+
+#import <objc/runtime.h>
+
+#include "korvane/core/logger.h"
+#import "web/offerwall_controller_internal.h"
+
+namespace korvane::ios {
+namespace {
+
+constexpr std::string_view kTag = "KorvaneOfferwallViewController";
+
+NSTimeInterval seconds(std::chrono::milliseconds duration) {
+  return static_cast<double>(duration.count()) / 1000.0;
+}
+
+// The controller at the top of what `base` presents: presenting from anything lower would fail.
+UIViewController* _Nullable topOf(UIViewController* _Nullable base) {
+  UIViewController* top = base;
+  while (top.presentedViewController && !top.presentedViewController.isBeingDismissed)
+    top = top.presentedViewController;
+  return top;
+}
+
+UIViewController* _Nullable keyWindowRoot() {
+  for (UIScene* scene in UIApplication.sharedApplication.connectedScenes) {
+    if (![scene isKindOfClass:UIWindowScene.class]) continue;
+    for (UIWindow* window in ((UIWindowScene*)scene).windows)
+      if (window.isKeyWindow) return window.rootViewController;
+  }
+  return nil;
+}
+
+UIViewController* _Nullable controllerOf(UIView* _Nullable view) {
+  for (UIResponder* responder = view; responder; responder = responder.nextResponder)
+    if ([responder isKindOfClass:UIViewController.class]) return (UIViewController*)responder;
+  return nil;
+}
+
+UIViewController* _Nullable presentingControllerFor(PresentationAnchor* _Nullable over) {
+  UIViewController* base = nil;
+  if (auto* host = dynamic_cast<HostControllerAnchor*>(over)) {
+    base = host->controller();
+  } else if (auto* page = dynamic_cast<ControllerScreen*>(over)) {
+    base = page->controller();
+  } else if (auto* stacked = dynamic_cast<StackedScreen*>(over)) {
+    base = controllerOf(stacked->container());
+  }
+  return topOf(base ? base : keyWindowRoot());
+}
+
+// nil for no handler.
+void (^_Nullable blockFor(std::function<void()> handler))(void) {
+  if (!handler) return nil;
+  return ^{
+    handler();
+  };
+}
+
+}  // namespace
+
+void UIKitScreen::removeWebView() {
+  [port_.view() removeFromSuperview];
+}
+
+void UIKitScreen::fade(double alpha, std::chrono::milliseconds duration,
+                       std::function<void()> done) {
+  WKWebView* view = port_.view();
+  auto finished = std::make_shared<std::function<void()>>(std::move(done));
+  [UIView animateWithDuration:seconds(duration)
+      animations:^{
+        view.alpha = static_cast<CGFloat>(alpha);
+      }
+      completion:^(BOOL) {
+        if (*finished) (*finished)();
+      }];
+}
+
+ControllerScreen::ControllerScreen(::KorvaneOfferwallViewController* controller,
+                                   const ScreenOptions& options)
+    : controller_(controller) {
+  [controller bindWebView:port_.view() options:options];
+}
+
+ControllerScreen::~ControllerScreen() {
+  ::KorvaneOfferwallViewController* controller = controller_;
+  controller.closeHandler = nil;
+  controller.refreshHandler = nil;
+  controller.dismissedHandler = nil;
+}
+
+void ControllerScreen::setCloseHandler(std::function<void()> handler) {
+  controller_.closeHandler = blockFor(std::move(handler));
+}
+
+void ControllerScreen::setRefreshHandler(std::function<void()> handler) {
+  controller_.refreshHandler = blockFor(std::move(handler));
+}
+
+void ControllerScreen::setDismissedHandler(std::function<void()> handler) {
+  controller_.dismissedHandler = blockFor(std::move(handler));
+}
+
+void ControllerScreen::dismiss(bool animated, std::function<void()> done) {
+  auto finished = std::make_shared<std::function<void()>>(std::move(done));
+  ::KorvaneOfferwallViewController* controller = controller_;
+  const auto finish = ^{
+    if (*finished) (*finished)();
+  };
+  if (!controller) return finish();
+  controller.dismissingBySdk = YES;
+  if (controller.parentViewController && !controller.navigationController) {
+    // A page embedded in another page (the slide-up replacement) leaves its parent.
+    [controller willMoveToParentViewController:nil];
+    [controller.view removeFromSuperview];
+    [controller removeFromParentViewController];
+    return finish();
+  }
+  UIViewController* shown =
+      controller.navigationController ? controller.navigationController : controller;
+  UIViewController* presenting = shown.presentingViewController;
+  if (!presenting) return finish();
+  // Dismissing from the presenting side takes this page and whatever it presents along.
+  [presenting dismissViewControllerAnimated:animated completion:finish];
+}
+
+StackedScreen::StackedScreen(UIView* container) : container_(container) {
+  WKWebView* view = port_.view();
+  view.frame = container.bounds;
+  view.autoresizingMask = UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight;
+  [container addSubview:view];
+}
+
+void StackedScreen::dismiss(bool, std::function<void()> done) {
+  [port_.view() removeFromSuperview];
+  if (done) done();
+}
+
+}  // namespace korvane::ios
+
+// Keeps an app view controller's anchor for exactly as long as the controller lives.
+@interface KorvaneAnchorBox : NSObject {
+ @public
+  std::unique_ptr<korvane::ios::HostControllerAnchor> anchor;
+}
+@end
+
+@implementation KorvaneAnchorBox
+@end
+
+namespace korvane::ios {
+
+PresentationAnchor* anchorFor(UIViewController* _Nullable candidate) {
+  if (!candidate) return nullptr;
+  UIViewController* controller = (UIViewController* _Nonnull)candidate;
+  static char key;
+  KorvaneAnchorBox* box = objc_getAssociatedObject(controller, &key);
+  if (!box) {
+    box = [[KorvaneAnchorBox alloc] init];
+    box->anchor = std::make_unique<HostControllerAnchor>(controller);
+    objc_setAssociatedObject(controller, &key, box, OBJC_ASSOCIATION_RETAIN_NONATOMIC);
+  }
+  return box->anchor.get();
+}
+
+std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnchor* _Nullable over,
+                                                                const ScreenOptions& options) {
+  auto* page = [[::KorvaneOfferwallViewController alloc] initWithCoreController:options.controller];
+  auto screen = std::make_unique<ControllerScreen>(page, options);
+  UIViewController* shown = page;
+  if (options.inNavigationContainer)
+    shown = [[UINavigationController alloc] initWithRootViewController:page];
+  shown.modalPresentationStyle = UIModalPresentationFullScreen;
+  UIViewController* presenting = presentingControllerFor(over);
+  if (!presenting || !presenting.viewIfLoaded.window) {
+    KorvaneLogger::e(kTag, "No view controller on screen to present the offerwall from");
+  } else {
+    [presenting presentViewController:shown animated:YES completion:nil];
+  }
+  return screen;
+}
+
+std::unique_ptr<Screen> UIKitScreenPresenter::embedSlidingUp(Screen& parent,
+                                                             std::chrono::milliseconds duration,
+                                                             std::function<void()> done) {
+  ::KorvaneOfferwallViewController* host = static_cast<ControllerScreen&>(parent).controller();
+  auto* child = [[::KorvaneOfferwallViewController alloc]
+      initWithCoreController:std::weak_ptr<korvane::KorvaneOfferwallViewController>()];
+  auto screen = std::make_unique<ControllerScreen>(child, ScreenOptions{});
+  auto finished = std::make_shared<std::function<void()>>(std::move(done));
+  if (!host) {
+    if (*finished) (*finished)();
+    return screen;
+  }
+  // Starts just below the visible area and slides up over it.
+  const CGRect bounds = host.view.bounds;
+  [host addChildViewController:child];
+  child.view.frame = CGRectOffset(bounds, 0, bounds.size.height);
+  child.view.autoresizingMask = UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight;
+  [host.view addSubview:child.view];
+  __weak ::KorvaneOfferwallViewController* weakHost = host;
+  [UIView animateWithDuration:seconds(duration)
+      delay:0
+      options:UIViewAnimationOptionCurveEaseOut
+      animations:^{
+        child.view.frame = bounds;
+      }
+      completion:^(BOOL) {
+        [child didMoveToParentViewController:weakHost];
+        if (*finished) (*finished)();
+      }];
+  return screen;
+}
+
+std::unique_ptr<Screen> UIKitScreenPresenter::stackOver(Screen& parent) {
+  UIView* container = static_cast<StackedScreen&>(parent).container();
+  return std::make_unique<StackedScreen>(container ? container : [[UIView alloc] init]);
+}
+
+}  // namespace korvane::ios

@@ -1,0 +1,250 @@
+#import "web/wk_web_view_port.h"
+
+#include <atomic>
+
+#import "api/foundation_json.h"
+#include "korvane/version.h"
+#import "support/objc_text.h"
+
+using korvane::ios::toNSString;
+using korvane::ios::toStdString;
+
+// Forwards WebKit's delegate calls and script messages to the page's delegate while it lives.
+// Holds it weakly, which is what keeps WebKit from keeping the page alive.
+@interface KorvaneWebViewRelay
+    : NSObject <WKNavigationDelegate, WKUIDelegate, WKScriptMessageHandler>
+@property(nonatomic) std::weak_ptr<korvane::WebViewDelegate> delegate;
+@end
+
+namespace {
+
+// The frame a message came from, as "scheme://host[:port]"; empty when opaque or unknown.
+std::string originOf(WKFrameInfo* frame) {
+  WKSecurityOrigin* origin = frame.securityOrigin;
+  if (origin.protocol.length == 0 || origin.host.length == 0) return {};
+  std::string text = toStdString(origin.protocol) + "://" + toStdString(origin.host);
+  if (origin.port != 0) text += ":" + std::to_string(origin.port);
+  return text;
+}
+
+}  // namespace
+
+@implementation KorvaneWebViewRelay
+
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationAction:(WKNavigationAction*)navigationAction
+                    decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
+  auto delegate = self.delegate.lock();
+  if (!delegate) return decisionHandler(WKNavigationActionPolicyCancel);
+  korvane::NavigationAction action;
+  action.url = toStdString(navigationAction.request.URL.absoluteString);
+  action.mainFrame =
+      navigationAction.targetFrame == nil || navigationAction.targetFrame.isMainFrame;
+  decisionHandler(delegate->decidePolicy(action) == korvane::NavigationPolicy::allow
+                      ? WKNavigationActionPolicyAllow
+                      : WKNavigationActionPolicyCancel);
+}
+
+- (void)webView:(WKWebView*)webView didFinishNavigation:(null_unspecified WKNavigation*)navigation {
+  if (auto delegate = self.delegate.lock()) delegate->didFinishNavigation();
+}
+
+- (void)webView:(WKWebView*)webView
+    didFailNavigation:(null_unspecified WKNavigation*)navigation
+            withError:(NSError*)error {
+  if (auto delegate = self.delegate.lock())
+    delegate->didFailNavigation(korvane::ios::urlLoadingError(error), false);
+}
+
+- (void)webView:(WKWebView*)webView
+    didFailProvisionalNavigation:(null_unspecified WKNavigation*)navigation
+                       withError:(NSError*)error {
+  if (auto delegate = self.delegate.lock())
+    delegate->didFailNavigation(korvane::ios::urlLoadingError(error), true);
+}
+
+- (void)webViewWebContentProcessDidTerminate:(WKWebView*)webView {
+  if (auto delegate = self.delegate.lock()) delegate->webContentProcessDidTerminate();
+}
+
+- (void)webView:(WKWebView*)webView
+    runJavaScriptAlertPanelWithMessage:(NSString*)message
+                      initiatedByFrame:(WKFrameInfo*)frame
+                     completionHandler:(void (^)(void))completionHandler {
+  // WebKit raises an exception if the handler runs twice, and waits forever if it never runs.
+  auto answered = std::make_shared<std::atomic<bool>>(false);
+  void (^answer)(void) = [completionHandler copy];
+  auto dismissed = [answered, answer] {
+    if (!answered->exchange(true)) answer();
+  };
+  if (auto delegate = self.delegate.lock()) {
+    delegate->runAlert(toStdString(message), dismissed);
+  } else {
+    dismissed();
+  }
+}
+
+- (void)userContentController:(WKUserContentController*)userContentController
+      didReceiveScriptMessage:(WKScriptMessage*)message {
+  auto delegate = self.delegate.lock();
+  if (!delegate) return;
+  korvane::ScriptMessage received;
+  received.handlerName = toStdString(message.name);
+  if ([message.body isKindOfClass:NSString.class]) {
+    received.body = toStdString(message.body);
+  } else {
+    received.isString = false;
+    received.body = korvane::ios::jsonValueFrom(message.body, "script message")
+                        .value_or(korvane::JsonValue(nullptr))
+                        .dump(-1, ' ', false, korvane::JsonValue::error_handler_t::replace);
+  }
+  received.mainFrame = message.frameInfo.isMainFrame;
+  received.frameOrigin = originOf(message.frameInfo);
+  delegate->didReceiveScriptMessage(received);
+}
+
+@end
+
+namespace korvane::ios {
+
+Error urlLoadingError(NSError* error) {
+  // WebKitErrorFrameLoadInterruptedByPolicyChange and WebKitErrorPlugInWillHandleLoad.
+  const bool stoppedByPolicy = [error.domain isEqualToString:@"WebKitErrorDomain"] &&
+                               (error.code == 102 || error.code == 204);
+  if (stoppedByPolicy)
+    return Error{Error::kUrlLoadingDomain, NSURLErrorCancelled,
+                 toStdString(error.localizedDescription), "WKError"};
+  return Error{toStdString(error.domain), static_cast<long>(error.code),
+               toStdString(error.localizedDescription), "WKError"};
+}
+
+namespace {
+
+// One configuration per page, never shared, and the page's look.
+WKWebView* makeWebView() {
+  WKWebViewConfiguration* configuration = [[WKWebViewConfiguration alloc] init];
+  configuration.defaultWebpagePreferences.allowsContentJavaScript = YES;
+  configuration.preferences.javaScriptCanOpenWindowsAutomatically = NO;
+  configuration.allowsInlineMediaPlayback = YES;
+  configuration.mediaTypesRequiringUserActionForPlayback = WKAudiovisualMediaTypeNone;
+  configuration.applicationNameForUserAgent =
+      [@" " stringByAppendingString:toNSString(kSdkUserAgentToken)];
+  configuration.userContentController = [[WKUserContentController alloc] init];
+
+  WKWebView* view = [[WKWebView alloc] initWithFrame:CGRectZero configuration:configuration];
+  view.backgroundColor = UIColor.whiteColor;
+  view.opaque = NO;
+  view.scrollView.backgroundColor = UIColor.whiteColor;
+  view.scrollView.contentInsetAdjustmentBehavior = UIScrollViewContentInsetAdjustmentNever;
+  view.scrollView.bounces = YES;
+  view.scrollView.alwaysBounceVertical = YES;
+  view.scrollView.alwaysBounceHorizontal = NO;
+  return view;
+}
+
+}  // namespace
+
+WKWebViewPort::WKWebViewPort() : view_(makeWebView()), relay_([[KorvaneWebViewRelay alloc] init]) {
+  view_.navigationDelegate = relay_;
+  view_.UIDelegate = relay_;
+}
+
+WKWebViewPort::~WKWebViewPort() {
+  for (const std::string& name : handlers_)
+    [view_.configuration.userContentController removeScriptMessageHandlerForName:toNSString(name)];
+  [view_ stopLoading];
+  view_.navigationDelegate = nil;
+  view_.UIDelegate = nil;
+  [view_ removeFromSuperview];
+}
+
+void WKWebViewPort::setDelegate(std::weak_ptr<WebViewDelegate> delegate) {
+  relay_.delegate = std::move(delegate);
+}
+
+void WKWebViewPort::addUserScript(const std::string& script) {
+  WKUserScript* user = [[WKUserScript alloc] initWithSource:toNSString(script)
+                                              injectionTime:WKUserScriptInjectionTimeAtDocumentStart
+                                           forMainFrameOnly:NO];
+  [view_.configuration.userContentController addUserScript:user];
+}
+
+void WKWebViewPort::addScriptMessageHandler(const std::string& name) {
+  if (std::find(handlers_.begin(), handlers_.end(), name) != handlers_.end()) return;
+  [view_.configuration.userContentController addScriptMessageHandler:relay_ name:toNSString(name)];
+  handlers_.push_back(name);
+}
+
+void WKWebViewPort::removeScriptMessageHandler(const std::string& name) {
+  const auto it = std::find(handlers_.begin(), handlers_.end(), name);
+  if (it == handlers_.end()) return;
+  handlers_.erase(it);
+  [view_.configuration.userContentController removeScriptMessageHandlerForName:toNSString(name)];
+}
+
+void WKWebViewPort::load(const WebRequest& request) {
+  NSURL* url = [NSURL URLWithString:toNSString(request.url)];
+  if (!url) {
+    // An address WebKit cannot take is reported like any failed load, after this call returns.
+    std::weak_ptr<WebViewDelegate> weak = relay_.delegate;
+    const Error invalid{Error::kUrlLoadingDomain, NSURLErrorBadURL, "Invalid URL: " + request.url,
+                        "WKError"};
+    dispatch_async(dispatch_get_main_queue(), ^{
+      if (auto delegate = weak.lock()) delegate->didFailNavigation(invalid, true);
+    });
+    return;
+  }
+  NSMutableURLRequest* urlRequest =
+      [NSMutableURLRequest requestWithURL:url
+                              cachePolicy:NSURLRequestUseProtocolCachePolicy
+                          timeoutInterval:static_cast<double>(request.timeout.count()) / 1000.0];
+  for (const auto& [name, value] : request.headers)
+    [urlRequest setValue:toNSString(value) forHTTPHeaderField:toNSString(name)];
+  [view_ loadRequest:urlRequest];
+}
+
+void WKWebViewPort::loadHtml(const std::string& html, const std::optional<std::string>& baseUrl) {
+  NSURL* base = baseUrl ? [NSURL URLWithString:toNSString(*baseUrl)] : nil;
+  [view_ loadHTMLString:toNSString(html) baseURL:base];
+}
+
+void WKWebViewPort::evaluateJavaScript(const std::string& script,
+                                       std::function<void(Result<std::string>)> completion) {
+  auto done = std::make_shared<std::function<void(Result<std::string>)>>(std::move(completion));
+  [view_ evaluateJavaScript:toNSString(script)
+          completionHandler:^(id result, NSError* error) {
+            if (!*done) return;
+            // A script whose value JavaScript calls undefined (a statement) answers null.
+            if (error && !([error.domain isEqualToString:WKErrorDomain] &&
+                           error.code == WKErrorJavaScriptResultTypeIsUnsupported)) {
+              return (*done)(Error{toStdString(error.domain), static_cast<long>(error.code),
+                                   toStdString(error.localizedDescription), "WKError"});
+            }
+            const JsonValue value =
+                error ? JsonValue(nullptr)
+                      : jsonValueFrom(result, "JavaScript result").value_or(JsonValue(nullptr));
+            (*done)(value.dump(-1, ' ', false, JsonValue::error_handler_t::replace));
+          }];
+}
+
+void WKWebViewPort::reload() {
+  [view_ reload];
+}
+
+void WKWebViewPort::stopLoading() {
+  [view_ stopLoading];
+}
+
+bool WKWebViewPort::canGoBack() const {
+  return view_.canGoBack;
+}
+
+void WKWebViewPort::goBack() {
+  [view_ goBack];
+}
+
+std::optional<std::string> WKWebViewPort::currentUrl() const {
+  return toOptionalString(view_.URL.absoluteString);
+}
+
+}  // namespace korvane::ios
