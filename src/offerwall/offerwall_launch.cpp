@@ -59,8 +59,10 @@ bool movedToMainThread(std::function<void()> call) {
 void KorvaneSdk::openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                                std::shared_ptr<OfferwallCallback> callback,
                                std::shared_ptr<OfferwallEventCallback> eventCallback) {
-  if (movedToMainThread(
-          [=, this] { openOfferwall(presenting, placementId, callback, eventCallback); }))
+  if (movedToMainThread([=, this, held = HeldAnchor(presenting)] {
+        if (!placements::presentingScreenLost(held, kTag, callback))
+          openOfferwall(held.get(), placementId, callback, eventCallback);
+      }))
     return;
   if (!preconditionsHold(*this, false, callback)) return;
   std::optional<AppData> app = validatedAppData();
@@ -82,8 +84,9 @@ void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string&
                                       std::shared_ptr<OfferwallCallback> callback,
                                       std::shared_ptr<OfferwallEventCallback> eventCallback,
                                       bool showNavigationBar, bool useNativeNavigationBar) {
-  if (movedToMainThread([=, this] {
-        openOfferwallWithUrl(url, placementId, presenting, callback, eventCallback,
+  if (movedToMainThread([=, this, held = HeldAnchor(presenting)] {
+        if (placements::presentingScreenLost(held, kTag, callback)) return;
+        openOfferwallWithUrl(url, placementId, held.get(), callback, eventCallback,
                              showNavigationBar, useNativeNavigationBar);
       }))
     return;
@@ -121,10 +124,12 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
   };
   Result<std::shared_ptr<ApiService>> api = session->environment().network->apiService();
   if (!api) return failed(api.error());
+  const HeldAnchor held(presenting);
   api.value()->getPlacementUrl(placementId, [=, this](Result<PlacementUrlResponse> answer) {
     if (!answer) return failed(answer.error());
     mainThread->post([=, this, url = answer.value().url.value_or("")] {
-      openOfferwallWithUrl(url, placementId, presenting, callback, eventCallback, showNavigationBar,
+      if (placements::presentingScreenLost(held, kTag, callback)) return;
+      openOfferwallWithUrl(url, placementId, held.get(), callback, eventCallback, showNavigationBar,
                            useNativeNavigationBar);
     });
   });

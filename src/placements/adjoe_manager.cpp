@@ -126,9 +126,10 @@ void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::s
                   "Adjoe offerwall URL not available. Please check server configuration.");
 
   std::shared_ptr<SdkSession> session = this->session();
-  session->environment().tasks->submit([session, presenting, placementId, callback,
-                                        baseUrl = *app->adjoeOfferwallUrl, user = *user] {
+  session->environment().tasks->submit([session, held = HeldAnchor(presenting), placementId,
+                                        callback, baseUrl = *app->adjoeOfferwallUrl, user = *user] {
     session->environment().platform.mainThread->post([=] {
+      if (placements::presentingScreenLost(held, kTag, callback)) return;
       PlaytimeWebInputs inputs;
       inputs.baseUrl = baseUrl;
       inputs.userId = user.userId();
@@ -140,7 +141,7 @@ void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::s
         inputs.age = std::int64_t{localYear(session->environment().platform.clock->now())} -
                      *user.birthYear();
       }
-      KorvaneAdjoeManager::open(presenting, inputs, callback);
+      KorvaneAdjoeManager::open(held.get(), inputs, callback);
       KorvaneSdk::shared().trackEvent(EventType::custom, "adjoe",
                                       JsonValue{{"event_name", "adjoe_offerwall_opened"},
                                                 {"source", "sdk_api_web"},

@@ -31,6 +31,15 @@ std::string decimalOrEmpty(const std::optional<std::int64_t>& number) {
   return number ? std::to_string(*number) : std::string();
 }
 
+bool presentingScreenLost(const HeldAnchor& presenting, std::string_view tag,
+                          const std::shared_ptr<OfferwallCallback>& callback) {
+  if (!presenting.lost()) return false;
+  const char* text = "The screen to present the offerwall over is gone; nothing was shown";
+  KorvaneLogger::w(tag, text);
+  if (callback) callback->onError(text);
+  return true;
+}
+
 std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& url) {
   KorvaneSdk& sdk = KorvaneSdk::shared();
   auto controller = KorvaneOfferwallViewController::create();

@@ -10,6 +10,7 @@
 #include "korvane/api/api_service.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/platform/screen_presenter.h"
 
 namespace korvane::placements {
 
@@ -24,6 +25,12 @@ std::string advertisingIdOrZero();
 void onMainThread(std::function<void()> work);
 // An optional number as decimal text, empty when absent.
 std::string decimalOrEmpty(const std::optional<std::int64_t>& number);
+
+// True, after a warning under `tag` and the callback's onError, when the screen the host named to
+// present over went away while the opening waited: the offerwall is not shown somewhere the host
+// did not ask for.
+bool presentingScreenLost(const HeldAnchor& presenting, std::string_view tag,
+                          const std::shared_ptr<OfferwallCallback>& callback);
 
 // A controller for `url` carrying the current user and the app key.
 std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& url);

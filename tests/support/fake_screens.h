@@ -94,9 +94,10 @@ class FakePresenter final : public ScreenPresenter {
     std::string name_;
   };
 
-  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor*,
+  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                             const ScreenOptions& options) override {
     lastOptions = options;
+    lastOver = over;
     return std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
   }
   std::unique_ptr<Screen> embedSlidingUp(Screen&, std::chrono::milliseconds,
@@ -112,6 +113,7 @@ class FakePresenter final : public ScreenPresenter {
   std::vector<FakeScreen*> live;
   std::vector<std::string> journal;
   ScreenOptions lastOptions;
+  PresentationAnchor* lastOver = nullptr;
   std::function<void()> pendingSlide;
   int made = 0;
 };

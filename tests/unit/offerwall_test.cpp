@@ -608,6 +608,27 @@ TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
   EXPECT_TRUE(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"));
 }
 
+// The screen the host named may go away while an opening waits for the backend or the main
+// thread; the offerwall must then neither touch it nor appear somewhere else.
+TEST_F(OfferwallTest, AnOpeningThatOutlivesItsPresentingScreenShowsNothing) {
+  auto cb = std::make_shared<RecordingCallback>();
+  api_->placementUrlAnswer = PlacementUrlResponse{true, "https://placement.example/", std::nullopt};
+  auto kept = std::make_unique<FakePresenter::FakeScreen>(*presenter_, "the app's screen");
+  sdk_.openOfferwallPindleAds(kept.get(), "home", cb);
+  settle();
+  EXPECT_EQ(presenter_->lastOver, kept.get());
+  EXPECT_EQ(cb->heard, std::vector<std::string>{"opened"});
+
+  auto gone = std::make_unique<FakePresenter::FakeScreen>(*presenter_, "a closed screen");
+  sdk_.openOfferwallPindleAds(gone.get(), "home", cb);
+  gone.reset();  // before the answer reaches the main thread
+  const int presented = presenter_->made;
+  settle();
+  EXPECT_EQ(presenter_->made, presented);
+  EXPECT_EQ(cb->heard.back(),
+            "error:The screen to present the offerwall over is gone; nothing was shown");
+}
+
 TEST_F(OfferwallTest, LaunchRefusalsInTheirOrder) {
   sdk_.logout();
   auto cb = std::make_shared<RecordingCallback>();

@@ -22,10 +22,35 @@ struct ScreenOptions {
 };
 
 // Something an offerwall page can be presented over: another page, or a screen of the app's that
-// the platform knows (an iOS view controller).
+// the platform knows (an iOS view controller). Destroyed on the main thread only.
 class PresentationAnchor {
  public:
+  PresentationAnchor() = default;
+  PresentationAnchor(const PresentationAnchor&) = delete;
+  PresentationAnchor& operator=(const PresentationAnchor&) = delete;
   virtual ~PresentationAnchor() = default;
+
+  // Expires when the anchor is destroyed, so that work which waited can tell.
+  std::weak_ptr<const void> lifetime() const { return lifetime_; }
+
+ private:
+  std::shared_ptr<const void> lifetime_ = std::make_shared<const char>('\0');
+};
+
+// An anchor kept across a wait (a request, a hop to the main thread), without keeping it alive.
+// Read on the main thread, where anchors are destroyed.
+class HeldAnchor {
+ public:
+  explicit HeldAnchor(PresentationAnchor* anchor)
+      : anchor_(anchor), lifetime_(anchor ? anchor->lifetime() : std::weak_ptr<const void>()) {}
+  // The anchor while it exists; null when none was given.
+  PresentationAnchor* get() const { return lost() ? nullptr : anchor_; }
+  // One was given and is gone: there is nothing left to present over.
+  bool lost() const { return anchor_ && lifetime_.expired(); }
+
+ private:
+  PresentationAnchor* anchor_;
+  std::weak_ptr<const void> lifetime_;
 };
 
 // A visible page: one web view with its chrome. Only used on the main thread; destroying it
