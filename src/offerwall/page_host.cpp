@@ -78,12 +78,16 @@ void PageHost::loadComposed(bool includeQuizItems) {
       return;
     }
     KorvaneLogger::d(self->tag_, "Loading offerwall URL: " + *url);
-    self->webView_->load(offerwallRequest(*url, self->page_));
+    const WebRequest request = offerwallRequest(*url, self->page_);
+    self->identifiedOrigin_ = url::origin(*url).value_or("");
+    self->identificationInFlight_ = !request.headers.empty();
+    self->webView_->load(request);
   });
 }
 
 void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
+  identificationInFlight_ = false;
   webView_->load(plainRequest(url));
 }
 
@@ -91,7 +95,9 @@ void PageHost::showOfflinePage() {
   KorvaneLogger::d(tag_, "Showing offline UI");
   platform().mainThread->post([weak = weak_from_this()] {
     auto self = weak.lock();
-    if (self && self->webView_) self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
+    if (!self || !self->webView_) return;
+    self->identificationInFlight_ = false;
+    self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
   });
 }
 
@@ -108,6 +114,7 @@ void PageHost::retryLoad() {
     const std::optional<std::string>& base = self->page_.baseUrl;
     if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
+    self->identificationInFlight_ = false;
     self->webView_->load(plainRequest(*base));
   });
 }
@@ -138,7 +145,10 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
   switch (decideNavigation(url)) {
     case NavigationDecision::allow:
-      return NavigationPolicy::allow;
+      if (!action.mainFrame || !identificationInFlight_ ||
+          url::origin(url).value_or("") == identifiedOrigin_)
+        return NavigationPolicy::allow;
+      return loadWithoutIdentification(url);
     case NavigationDecision::closeOfferwall:
       platform().mainThread->post([weak = weak_from_this()] {
         if (auto self = weak.lock()) self->closeFromPage();
@@ -161,6 +171,19 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   return NavigationPolicy::cancel;
 }
 
+NavigationPolicy PageHost::loadWithoutIdentification(const std::string& url) {
+  identificationInFlight_ = false;
+  KorvaneLogger::i(tag_,
+                   "Offerwall address redirected to another origin, loading it without the "
+                   "identification headers: " +
+                       url);
+  platform().mainThread->post([weak = weak_from_this(), url] {
+    auto self = weak.lock();
+    if (self && self->webView_) self->webView_->load(plainRequest(url));
+  });
+  return NavigationPolicy::cancel;
+}
+
 void PageHost::openOutside(const std::string& url, OutsideOpening purpose,
                            const std::string& opened, const std::string& failed) {
   if (!mayOpenOutside(url, purpose)) return KorvaneLogger::w(tag_, outsideOpeningRefusal(url));
@@ -178,6 +201,7 @@ void PageHost::openOutside(const std::string& url, OutsideOpening purpose,
 
 void PageHost::didFinishNavigation() {
   KorvaneLogger::d(tag_, "Page loaded successfully");
+  identificationInFlight_ = false;
   if (!webView_) return;
   webView_->evaluateJavaScript(korvaneBridgeScript(), [tag = tag_](Result<std::string> outcome) {
     if (outcome) {
@@ -192,6 +216,7 @@ void PageHost::didFinishNavigation() {
 }
 
 void PageHost::didFailNavigation(const Error& error, bool provisional) {
+  identificationInFlight_ = false;
   KorvaneLogger::e(tag_,
                    (provisional ? "WebView provisional navigation error: " : "WebView error: ") +
                        error.description);

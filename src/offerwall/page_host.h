@@ -72,6 +72,10 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   bool networkAvailable() const;
   void openOutside(const std::string& url, OutsideOpening purpose, const std::string& opened,
                    const std::string& failed);
+  // Web engines carry a request's headers along its redirects; the identification headers are
+  // for the offerwall address's origin only, so a redirect elsewhere is stopped and its target
+  // loaded again without them.
+  NavigationPolicy loadWithoutIdentification(const std::string& url);
 
   BridgeHostKind kind_;
   std::string tag_;
@@ -79,6 +83,9 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   std::shared_ptr<SdkSession> session_;
   WebView* webView_ = nullptr;  // owned by its screen
   bool advertisingIdKnown_ = false;
+  // The composed address's load with its identification headers, until it finishes or fails.
+  bool identificationInFlight_ = false;
+  std::string identifiedOrigin_;
 };
 
 }  // namespace korvane

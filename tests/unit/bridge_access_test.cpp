@@ -285,6 +285,40 @@ TEST_F(BridgeAccessTest, OnlyAllowedSchemesReachTheSystem) {
                                       "kakaotalk://chat"}));
 }
 
+// The identification headers go to the offerwall address's origin only: a redirect of that load
+// to another origin is stopped and loaded again without them; the same origin, sub frames and
+// anything after the load finished pass.
+TEST_F(BridgeAccessTest, IdentificationHeadersStayWithTheOfferwallsOrigin) {
+  auto root = present("https://hub.example/");
+  FakePresenter::FakeScreen& page = screen(0);
+  ASSERT_EQ(page.view.loads.size(), 1u);
+  ASSERT_FALSE(page.view.loads[0].headers.empty());
+  auto delegate = page.view.delegate.lock();
+  ASSERT_TRUE(delegate);
+  EXPECT_EQ(delegate->decidePolicy({page.view.loads[0].url, true}), NavigationPolicy::allow);
+  EXPECT_EQ(delegate->decidePolicy({"https://HUB.example:443/next", true}),
+            NavigationPolicy::allow);
+  EXPECT_EQ(delegate->decidePolicy({"https://ads.example/frame", false}), NavigationPolicy::allow);
+  EXPECT_EQ(delegate->decidePolicy({"https://cdn.example/wall?x=1", true}),
+            NavigationPolicy::cancel);
+  settle();
+  ASSERT_EQ(page.view.loads.size(), 2u);
+  EXPECT_EQ(page.view.loads[1].url, "https://cdn.example/wall?x=1");
+  EXPECT_TRUE(page.view.loads[1].headers.empty());
+  EXPECT_EQ(delegate->decidePolicy({"https://cdn.example/wall?x=1", true}), NavigationPolicy::allow)
+      << "the plain load goes through";
+  EXPECT_TRUE(
+      log_.contains("[I/KorvaneOfferwallViewController] Offerwall address redirected to "
+                    "another origin, loading it without the identification headers: "
+                    "https://cdn.example/wall?x=1"));
+
+  auto second = present("https://hub.example/");
+  auto next = screen(1).view.delegate.lock();
+  next->didFinishNavigation();
+  EXPECT_EQ(next->decidePolicy({"https://elsewhere.example/", true}), NavigationPolicy::allow)
+      << "a later navigation carries no headers";
+}
+
 // Inner pages, replacements and the embedded view's stack trust what their offerwall trusts:
 // a page-given address brings no trust of its own.
 TEST_F(BridgeAccessTest, PagesAnOfferwallOpensInheritItsTrust) {

@@ -438,6 +438,37 @@ TEST_F(OfferwallWeb, InjectedNamesDoNotRun) {
   EXPECT_TRUE(opener_->opened.empty());
 }
 
+// WebKitGTK carries a request's headers along its redirects; the identification headers must
+// not reach another origin that way, while a redirect within the offerwall's origin keeps them.
+TEST_F(OfferwallWeb, IdentificationHeadersDoNotFollowARedirectToAnotherOrigin) {
+  devserver::DevServer other;
+  ASSERT_NE(other.start(), 0);
+  other.setPage("/pages/landing.html", page("Landing"));
+  server_.setRedirect("/pages/away.html", other.baseUrl() + "/pages/landing.html");
+  server_.setRedirect("/pages/around.html", "/pages/root.html");
+
+  auto away = openRoot("/pages/away.html");
+  ASSERT_TRUE(pumpUntil([&] {
+    return evaluate(screen(0), "document.title") == "\"Landing\"" &&
+           logged("[D/KorvaneOfferwallViewController] JavaScript bridge injected successfully");
+  }));
+  ASSERT_EQ(server_.requestsTo("/pages/away.html").size(), 1u);
+  EXPECT_EQ(server_.requestsTo("/pages/away.html")[0].header("x-korvane-user-id"), "web-user");
+  const auto landed = other.requestsTo("/pages/landing.html");
+  ASSERT_FALSE(landed.empty());
+  for (const devserver::RecordedRequest& request : landed) {
+    for (const char* name : {"x-korvane-app-key", "x-korvane-user-id", "x-korvane-advertising-id"})
+      EXPECT_FALSE(request.header(name)) << name << " reached " << other.baseUrl();
+  }
+  EXPECT_TRUE(callback_->heard.empty()) << "the stopped redirect is no load failure";
+  screen(0).close();
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+
+  auto around = openRoot("/pages/around.html");
+  ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/root.html").empty(); }));
+  EXPECT_EQ(server_.requestsTo("/pages/root.html")[0].header("x-korvane-app-key"), "demo-app-key");
+}
+
 // The embedded view's stack: a push covers the page, a pop fades back to it with its inner
 // scroller where it was; the last close reports onClosed once.
 TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {

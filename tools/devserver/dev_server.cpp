@@ -201,6 +201,7 @@ struct DevServer::State {
   std::vector<RecordedRequest> requests;
   std::vector<TrackEventRequest> events;
   std::map<std::string, std::string> pages;
+  std::map<std::string, std::string> redirects;  // path -> Location
   std::string baseUrl;
 
   std::optional<App> findApp(const std::string& key) const {
@@ -321,6 +322,11 @@ void DevServer::setUndecodableRefusals(bool undecodable) {
 void DevServer::setPage(const std::string& path, std::string html) {
   std::lock_guard lock(state_->mutex);
   state_->pages[path] = std::move(html);
+}
+
+void DevServer::setRedirect(const std::string& path, std::string location) {
+  std::lock_guard lock(state_->mutex);
+  state_->redirects[path] = std::move(location);
 }
 
 std::vector<RecordedRequest> DevServer::requests() const {
@@ -557,8 +563,13 @@ void DevServer::installRoutes() {
     RecordedRequest record = recordOfPageRequest(req);
     std::lock_guard lock(state->mutex);
     const auto page = state->pages.find(req.path);
-    record.status = page == state->pages.end() ? 404 : 200;
-    if (page == state->pages.end()) {
+    const auto redirect = state->redirects.find(req.path);
+    record.status = redirect != state->redirects.end() ? 302
+                    : page == state->pages.end()       ? 404
+                                                       : 200;
+    if (redirect != state->redirects.end()) {
+      res.set_redirect(redirect->second, 302);
+    } else if (page == state->pages.end()) {
       res.status = 404;
       res.set_content("not found", "text/plain");
     } else {

@@ -86,6 +86,8 @@ class DevServer {
 
   // Serves `html` at `path`, which starts with "/pages/".
   void setPage(const std::string& path, std::string html);
+  // Answers requests for `path` (under "/pages/") with a 302 to `location`.
+  void setRedirect(const std::string& path, std::string location);
 
   std::vector<RecordedRequest> requests() const;
   std::vector<RecordedRequest> requestsTo(const std::string& path) const;

@@ -15,6 +15,7 @@ namespace korvane::linux_host {
 struct WebKitWebViewPort::Signals {
   std::weak_ptr<WebViewDelegate> delegate;
   bool loadFailed = false;
+  bool documentLoading = false;  // the main frame committed and has not finished
   std::shared_ptr<WebViewDelegate> target() const { return delegate.lock(); }
 };
 
@@ -31,7 +32,8 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
       type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
     return FALSE;
-  auto delegate = signalsOf(data).target();
+  Signals& signals = signalsOf(data);
+  auto delegate = signals.target();
   if (!delegate) return FALSE;
   auto* navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
   WebKitNavigationAction* action =
@@ -39,8 +41,11 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   WebKitURIRequest* request = webkit_navigation_action_get_request(action);
   NavigationAction asked;
   asked.url = webkit_uri_request_get_uri(request);
-  // WebKitGTK does not say which frame navigates; the policy treats all frames alike.
-  asked.mainFrame = type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION;
+  // WebKitGTK does not say which frame navigates. The main frame's redirects come before its
+  // document commits, and the frames a document loads while it is read come after, so what
+  // navigates between commit and finish counts as a sub frame; otherwise the main frame.
+  asked.mainFrame =
+      type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION && !signals.documentLoading;
   if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
     webkit_policy_decision_use(decision);
   } else {
@@ -52,6 +57,7 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
 void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
   Signals& signals = signalsOf(data);
   if (event == WEBKIT_LOAD_STARTED) signals.loadFailed = false;
+  signals.documentLoading = event == WEBKIT_LOAD_COMMITTED;
   if (event != WEBKIT_LOAD_FINISHED || signals.loadFailed) return;
   if (auto delegate = signals.target()) delegate->didFinishNavigation();
 }
@@ -59,6 +65,7 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
 gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* error, gpointer data) {
   Signals& signals = signalsOf(data);
   signals.loadFailed = true;
+  signals.documentLoading = false;
   if (auto delegate = signals.target()) {
     delegate->didFailNavigation(
         urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
