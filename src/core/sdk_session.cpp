@@ -337,8 +337,7 @@ void SdkSession::flushEvents() {
       if (outcome) {
         KorvaneLogger::i(kTag, "Events flushed successfully");
       } else {
-        KorvaneLogger::e(kTag, "Failed to flush events: " + outcome.error().description,
-                         outcome.error());
+        KorvaneLogger::e(kTag, "Failed to flush events: " + outcome.error().description);
       }
     });
   });

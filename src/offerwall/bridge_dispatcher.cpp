@@ -343,8 +343,8 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
       if (outcome) {
         KorvaneLogger::d(tag, "Data response sent for request '" + id + "'");
       } else {
-        KorvaneLogger::e(tag, "Failed to send data response for request '" + id + "'",
-                         outcome.error());
+        KorvaneLogger::e(tag, "Failed to send data response for request '" + id + "' - " +
+                                  outcome.error().description);
       }
     });
   });

@@ -101,8 +101,7 @@ bool EventBatchService::shouldFlush() const {
 void EventBatchService::loadPersistedEvents() {
   Result<std::vector<Event>> loaded = deps_.persistence->loadEvents();
   if (!loaded) {
-    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description,
-                     loaded.error());
+    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
     return;
   }
   const std::size_t count = loaded.value().size();
@@ -138,8 +137,7 @@ void EventBatchService::trackEvent(Event event) {
   if (critical) {
     Status saved = deps_.persistence->saveEvent(*copy);
     if (!saved)
-      KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description,
-                       saved.error());
+      KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description);
   }
   if (shouldFlush()) {
     KorvaneLogger::d(kTag, "Flush needed. Triggering flush...");
@@ -282,7 +280,7 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     delivered_ += events.size();
     forgetPersisted(events);
   } else {
-    KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description, outcome.error());
+    KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description);
     handleFailure(events, outcome.error());
   }
   {
@@ -320,9 +318,7 @@ void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
   if (remaining.size() == persisted.value().size()) return;
   Status written = remaining.empty() ? deps_.persistence->clearEvents()
                                      : deps_.persistence->saveEvents(remaining);
-  if (!written)
-    KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description,
-                     written.error());
+  if (!written) KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description);
 }
 
 void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
@@ -332,8 +328,7 @@ void EventBatchService::handleFailure(const std::vector<Event>& events, const Er
   if (persisted)
     KorvaneLogger::d(kTag, "Persisted " + std::to_string(events.size()) + " events to disk");
   else
-    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description,
-                     persisted.error());
+    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description);
 
   if (!isRetryable(error)) {
     KorvaneLogger::w(kTag, "Error is not retryable: " + error.description);
@@ -431,7 +426,7 @@ void EventBatchService::handleAppBackground() {
   Status saved = persistMerged(events);
   if (!saved) {
     // Keep them in memory rather than lose them.
-    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description, saved.error());
+    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description);
     for (Event& event : events) deps_.queue->enqueue(std::move(event));
   }
 }

@@ -135,7 +135,7 @@ void EventPersistenceManager::cleanupOldEvents() {
     status = writeLocked(loaded.value().path, loaded.value().young);
   if (!status)
     KorvaneLogger::e("EventBatchService",
-                     "Failed to cleanup old events: " + status.error().description, status.error());
+                     "Failed to cleanup old events: " + status.error().description);
 }
 
 }  // namespace korvane

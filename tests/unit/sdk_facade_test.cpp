@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "api/record_codec.h"
 #include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -107,6 +108,51 @@ class FacadeTest : public ::testing::Test {
   std::filesystem::path documents_ =
       std::filesystem::temp_directory_path() / ("korvane-facade-" + std::to_string(::getpid()));
 };
+
+// A backend outage must not breed diagnostics: failed sends are logged, and only the errors the
+// product names (a failed validation, banner or placement load) become sdk_error events.
+TEST_F(FacadeTest, ATenMinuteOutageBreedsNoSdkErrorEvents) {
+  using namespace std::chrono_literals;
+  const auto outageEnds = fake_.clock->now() + 10min;
+  fake_.http->respond = [&](const HttpRequest& request) -> HttpResult {
+    if (request.url.find("/validate") != std::string::npos)
+      return HttpResponse{200, {}, json::dump(toJson(validAnswer()))};
+    if (fake_.clock->now() < outageEnds) return HttpResponse{503, {}, "Service Unavailable"};
+    return HttpResponse{200, {}, R"({"success":true,"processedCount":20,"failedEventIds":[]})"};
+  };
+  SdkEnvironment environment;
+  environment.platform = fake_.services();
+  environment.platform.documents =
+      std::make_shared<linux_host::FixedDocumentsDirectory>(documents_);
+  environment.network = std::make_shared<NetworkManager>("SESSION-1");  // over the fake HTTP
+  environment.tasks = tasks_;
+  environment.serial = serial_;
+  KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+  initialize();
+  settle();
+  ASSERT_TRUE(sdk_.isInitialized());
+  KorvaneLogger::setLogLevel(LogLevel::error);  // the captured log is restored afterwards
+
+  // Work that breeds work never settles: give up after a generous number of rounds.
+  const auto settles = [&] {
+    for (int round = 0; round < 20; ++round)
+      if (serial_->runAll(50) + tasks_->runAll(50) + fake_.mainThread->runUntilIdle() == 0)
+        return true;
+    return false;
+  };
+  for (int i = 0; i < 1000; ++i) {
+    sdk_.trackEventWithCustomName("tap", "ui", JsonValue{{"i", i}});
+    ASSERT_TRUE(settles()) << "event " << i;
+    fake_.mainThread->advance(600ms);
+    ASSERT_TRUE(settles()) << "event " << i;
+  }
+  fake_.mainThread->advance(5min);  // the backend is back: the timer sends what is queued
+  ASSERT_TRUE(settles());
+
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to send batch: HTTP 503 error"));
+  EXPECT_EQ(sdk_.eventBatchService()->tally().accepted, 1000u) << "no event but the host's";
+  EXPECT_GT(sdk_.eventBatchService()->tally().delivered, 0u);
+}
 
 // Each public call in each state of the facade: what it logs or answers.
 TEST_F(FacadeTest, EveryCallInEveryState) {
