@@ -57,6 +57,10 @@ class FacadeTest : public ::testing::Test {
     serial_ = std::make_shared<testing::ManualExecutor>();
     listener_ = std::make_shared<RecordingListener>(*fake_.mainThread);
     log_.clear();
+    KorvaneSdkTestAccess::reset(sdk_, environment());
+  }
+  // The fakes, the event file in `documents_` and the scripted backend.
+  SdkEnvironment environment() {
     SdkEnvironment environment;
     environment.platform = fake_.services();
     environment.platform.documents =
@@ -65,7 +69,7 @@ class FacadeTest : public ::testing::Test {
     environment.network->initialize(api_);
     environment.tasks = tasks_;
     environment.serial = serial_;
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+    return environment;
   }
   void TearDown() override {
     SdkEnvironment idle;
@@ -120,14 +124,9 @@ TEST_F(FacadeTest, ATenMinuteOutageBreedsNoSdkErrorEvents) {
     if (fake_.clock->now() < outageEnds) return HttpResponse{503, {}, "Service Unavailable"};
     return HttpResponse{200, {}, R"({"success":true,"processedCount":20,"failedEventIds":[]})"};
   };
-  SdkEnvironment environment;
-  environment.platform = fake_.services();
-  environment.platform.documents =
-      std::make_shared<linux_host::FixedDocumentsDirectory>(documents_);
-  environment.network = std::make_shared<NetworkManager>("SESSION-1");  // over the fake HTTP
-  environment.tasks = tasks_;
-  environment.serial = serial_;
-  KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+  SdkEnvironment overHttp = environment();
+  overHttp.network = std::make_shared<NetworkManager>("SESSION-1");  // over the fake HTTP
+  KorvaneSdkTestAccess::reset(sdk_, std::move(overHttp));
   initialize();
   settle();
   ASSERT_TRUE(sdk_.isInitialized());
@@ -152,6 +151,36 @@ TEST_F(FacadeTest, ATenMinuteOutageBreedsNoSdkErrorEvents) {
   EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to send batch: HTTP 503 error"));
   EXPECT_EQ(sdk_.eventBatchService()->tally().accepted, 1000u) << "no event but the host's";
   EXPECT_GT(sdk_.eventBatchService()->tally().delivered, 0u);
+}
+
+// Host text that is not UTF-8 (a user id, a category, payload keys and values, an event name)
+// goes through the settings file, the event file and the batch without an exception.
+TEST_F(FacadeTest, HostTextThatIsNotUtf8TravelsTheWholePipeline) {
+  const std::string bad = "x\xFF\xC3(\xED\xA0\x80";
+  SdkEnvironment withSettingsFile = environment();
+  withSettingsFile.platform.userDefaults =
+      std::make_shared<linux_host::FileKeyValueStore>(documents_ / "defaults.json");
+  KorvaneSdkTestAccess::reset(sdk_, std::move(withSettingsFile));
+  reach(Stage::initialized);
+  loginAs("user-" + bad);
+  ASSERT_EQ(listener_->heard, std::vector<std::string>{"success"});
+
+  sdk_.trackEvent(EventType::loginSuccess, "c-" + bad, JsonValue{{"k-" + bad, "v-" + bad}});
+  sdk_.trackEventWithCustomName("n-" + bad, bad, JsonValue{{bad, JsonValue::array({bad, 1})}});
+  sdk_.trackCustomEvent("custom-" + bad, bad, JsonValue{{"nested", {{bad, bad}}}});
+  fake_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+  fake_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+  settle();
+  sdk_.flushEvents();
+  settle();
+
+  std::vector<std::string> names;
+  for (const EventBatch& batch : api_->batches())
+    for (const TrackEventRequest& event : batch.events) {
+      names.push_back(event.name.substr(0, event.name.find('-')));
+      EXPECT_EQ(event.userId->rfind("user-x", 0), 0u);
+    }
+  EXPECT_EQ(names, (std::vector<std::string>{"login_success", "n", "custom"}));
 }
 
 // Each public call in each state of the facade: what it logs or answers.

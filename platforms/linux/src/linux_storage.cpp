@@ -60,7 +60,8 @@ void FileKeyValueStore::persistLocked() const {
   const std::filesystem::path temporary = file_.string() + ".tmp";
   {
     std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out << nlohmann::json(values_).dump();
+    // Host text need not be UTF-8: bytes that are not become U+FFFD rather than an exception.
+    out << nlohmann::json(values_).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     if (!out.flush()) {
       KorvaneLogger::w(kTag, "Could not write settings file " + temporary.string());
       return;
