@@ -170,7 +170,8 @@ bool DemoSession::start() {
     say("  built-in local backend at " + backendUrl_ + " (offerwall web app at " + backendUrl_ +
         "/offerwall/)");
   }
-  say("  SDK log: " + std::filesystem::absolute(options_.logFile).string());
+  std::error_code ec;
+  say("  SDK log: " + std::filesystem::absolute(options_.logFile, ec).string());
 
   step("Initialise KorvaneSDK " + KorvaneSdk::shared().getSDKVersion());
   KorvaneSdk& sdk = KorvaneSdk::shared();

@@ -32,6 +32,28 @@ Error persistenceErrorDataCorrupted() {
   return Error{"PersistenceError", 1, "Event data is corrupted", "PersistenceError"};
 }
 
+namespace {
+Error fileSystemError(const std::error_code& ec) {
+  return Error{"NSCocoaErrorDomain", ec.value(), ec.message(), "Error"};
+}
+}  // namespace
+
+EventPersistenceManager::FileLock::FileLock(EventPersistenceManager& owner) : owner_(owner) {
+  if (owner_.fileLockHolder_.load() == std::this_thread::get_id()) return;
+  lock_ = std::unique_lock(owner_.fileLock_);
+  owner_.fileLockHolder_.store(std::this_thread::get_id());
+}
+
+EventPersistenceManager::FileLock::~FileLock() {
+  if (lock_) owner_.fileLockHolder_.store(std::thread::id());
+}
+
+Status EventPersistenceManager::FileLock::refusal() const {
+  if (lock_) return okStatus();
+  return Error{"PersistenceError", 3, "The event file is in use by this thread",
+               "PersistenceError"};
+}
+
 EventPersistenceManager::EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
                                                  std::shared_ptr<Clock> clock, std::string fileName,
                                                  std::int64_t maxFileSize,
@@ -63,7 +85,8 @@ Status EventPersistenceManager::writeLocked(const std::string& path,
 }
 
 Status EventPersistenceManager::saveEvent(const Event& event) {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::optional<std::string> text = readWhole(path.value());
@@ -87,7 +110,8 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
 }
 
 Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   return writeLocked(path.value(), events);
@@ -96,7 +120,10 @@ Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
 Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
-  if (!std::filesystem::exists(path.value())) return Loaded{path.value(), {}, 0};
+  std::error_code ec;
+  const std::filesystem::file_status status = std::filesystem::status(path.value(), ec);
+  if (status.type() == std::filesystem::file_type::not_found) return Loaded{path.value(), {}, 0};
+  if (ec) return fileSystemError(ec);
   std::optional<std::string> text = readWhole(path.value());
   if (!text) return persistenceErrorDataCorrupted();
   Result<std::vector<Event>> decoded = decodeEventFile(*text);
@@ -111,25 +138,27 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
 }
 
 Result<std::vector<Event>> EventPersistenceManager::loadEvents() {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
   return std::move(loaded.value().young);
 }
 
 Status EventPersistenceManager::clearEvents() {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::error_code ec;
   std::filesystem::remove(path.value(), ec);
-  if (ec) return Error{"NSCocoaErrorDomain", ec.value(), ec.message(), "Error"};
+  if (ec) return fileSystemError(ec);
   return okStatus();
 }
 
 void EventPersistenceManager::cleanupOldEvents() {
-  std::lock_guard lock(fileLock_);
-  Result<Loaded> loaded = loadLocked();
+  FileLock lock(*this);
+  Result<Loaded> loaded = lock.refusal() ? loadLocked() : Result<Loaded>(lock.refusal().error());
   Status status = loaded ? okStatus() : Status(loaded.error());
   if (loaded && loaded.value().young.size() < loaded.value().total)
     status = writeLocked(loaded.value().path, loaded.value().young);

@@ -209,6 +209,52 @@ TEST_F(EventFileTest, EventsExactlySevenDaysOldAreDropped) {
       << "the old event is gone from the file too";
 }
 
+// A data directory that cannot be read (here a loop of symbolic links) fails every file
+// operation with an error; none throws.
+TEST_F(EventFileTest, AnUnreadableDirectoryGivesErrorsNotExceptions) {
+  const fs::path other = dir_.string() + "-loop";
+  fs::remove(other);
+  fs::create_symlink(other, dir_);
+  fs::create_symlink(dir_, other);
+  auto store = manager();
+  EXPECT_FALSE(store.loadEvents().ok());
+  EXPECT_FALSE(store.saveEvent(eventAt(now())).ok());
+  EXPECT_FALSE(store.saveEvents({eventAt(now())}).ok());
+  EXPECT_FALSE(store.clearEvents().ok());
+  testing::LogCapture capture;
+  store.cleanupOldEvents();
+  EXPECT_TRUE(capture.mentions("[E/EventBatchService] Failed to cleanup old events: "));
+  fs::remove(other);
+}
+
+// The crash handler saves through the same lock; when it runs on a thread that died inside a
+// file operation, its save is refused instead of waiting for that thread forever.
+TEST_F(EventFileTest, AFileOperationStartedInsideAnotherOnTheSameThreadIsRefused) {
+  class Reentering final : public DocumentsDirectory {
+   public:
+    explicit Reentering(fs::path dir) : dir_(std::move(dir)) {}
+    fs::path path() const override {
+      if (store && !nested) nested = store->saveEvent(eventAt(1.7e12, "nested"));
+      fs::create_directories(dir_);
+      return dir_;
+    }
+    EventPersistenceManager* store = nullptr;
+    mutable std::optional<Status> nested;
+
+   private:
+    fs::path dir_;
+  };
+  auto documents = std::make_shared<Reentering>(dir_);
+  EventPersistenceManager store(documents, clock_);
+  documents->store = &store;
+  ASSERT_TRUE(store.saveEvent(eventAt(now(), "outer")).ok());
+  ASSERT_TRUE(documents->nested);
+  EXPECT_FALSE(documents->nested->ok());
+  documents->store = nullptr;
+  ASSERT_EQ(store.loadEvents().value().size(), 1u);
+  EXPECT_EQ(store.loadEvents().value()[0].eventId, "outer");
+}
+
 TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {
   auto store = manager();
   EXPECT_TRUE(store.loadEvents().ok());

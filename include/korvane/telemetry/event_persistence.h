@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "korvane/core/error.h"
@@ -61,12 +63,27 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Status writeLocked(const std::string& path, const std::vector<Event>& events);
   Status writeTextLocked(const std::string& path, const std::string& text);
 
+  // fileLock_ held for one operation. An operation started on the thread that already holds it
+  // (the crash handler running on a thread that died inside one) is refused rather than left
+  // waiting for itself.
+  class FileLock {
+   public:
+    explicit FileLock(EventPersistenceManager& owner);
+    ~FileLock();
+    Status refusal() const;
+
+   private:
+    EventPersistenceManager& owner_;
+    std::unique_lock<std::mutex> lock_;
+  };
+
   std::shared_ptr<DocumentsDirectory> documents_;
   std::shared_ptr<Clock> clock_;
   const std::string fileName_;
   const std::int64_t maxFileSize_;
   const double maxEventAgeSeconds_;
   std::mutex fileLock_;
+  std::atomic<std::thread::id> fileLockHolder_;
 };
 
 }  // namespace korvane

@@ -19,7 +19,8 @@ std::filesystem::path defaultDataDirectory() {
     return std::filesystem::path(xdg) / "korvane";
   if (const char* home = std::getenv("HOME"); home && *home)
     return std::filesystem::path(home) / ".local" / "share" / "korvane";
-  return std::filesystem::current_path() / "korvane-data";
+  std::error_code ec;  // a working directory that is gone leaves a relative path
+  return std::filesystem::current_path(ec) / "korvane-data";
 }
 
 FileKeyValueStore::FileKeyValueStore(std::filesystem::path file) : file_(std::move(file)) {
