@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <unordered_set>
 
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
@@ -99,7 +98,8 @@ bool EventBatchService::shouldFlush() const {
 }
 
 void EventBatchService::loadPersistedEvents() {
-  Result<std::vector<Event>> loaded = deps_.persistence->loadEvents();
+  // Read and removed in one step: nothing written in between is removed unread.
+  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents();
   if (!loaded) {
     KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
     return;
@@ -112,9 +112,6 @@ void EventBatchService::loadPersistedEvents() {
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
   for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
   accepted_ += count;
-  Status cleared = deps_.persistence->clearEvents();
-  if (!cleared)
-    KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
   KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
 }
 
@@ -294,30 +291,13 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
 // batch was in flight, or left there by a foreground that skipped loading): new events are added
 // to them, never written over them.
 Status EventBatchService::persistMerged(const std::vector<Event>& events) {
-  std::vector<Event> kept;
-  if (Result<std::vector<Event>> existing = deps_.persistence->loadEvents())
-    kept = std::move(existing).value();
-  std::unordered_set<std::string> ids;
-  for (const Event& e : kept) ids.insert(e.eventId);
-  for (const Event& event : events)
-    if (ids.insert(event.eventId).second) kept.push_back(event);
-  return deps_.persistence->saveEvents(kept);
+  return deps_.persistence->mergeEvents(events);
 }
 
 // Sent events that an earlier failure also wrote to the file leave it, so that the next load
 // does not send them twice.
 void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
-  Result<std::vector<Event>> persisted = deps_.persistence->loadEvents();
-  if (!persisted || persisted.value().empty()) return;
-  std::vector<Event> remaining;
-  for (Event& event : persisted.value()) {
-    const bool wasSent = std::any_of(sent.begin(), sent.end(),
-                                     [&](const Event& e) { return e.eventId == event.eventId; });
-    if (!wasSent) remaining.push_back(std::move(event));
-  }
-  if (remaining.size() == persisted.value().size()) return;
-  Status written = remaining.empty() ? deps_.persistence->clearEvents()
-                                     : deps_.persistence->saveEvents(remaining);
+  Status written = deps_.persistence->forgetEvents(sent);
   if (!written) KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description);
 }
 

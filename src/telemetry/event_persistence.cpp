@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <unordered_set>
 
 #include "korvane/core/logger.h"
 #include "telemetry/event_codec.h"
@@ -122,15 +123,21 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   if (!path) return path.error();
   std::error_code ec;
   const std::filesystem::file_status status = std::filesystem::status(path.value(), ec);
-  if (status.type() == std::filesystem::file_type::not_found) return Loaded{path.value(), {}, 0};
+  Loaded loaded;
+  loaded.path = path.value();
+  if (status.type() == std::filesystem::file_type::not_found) return loaded;
   if (ec) return fileSystemError(ec);
+  loaded.exists = true;
   std::optional<std::string> text = readWhole(path.value());
   if (!text) return persistenceErrorDataCorrupted();
   Result<std::vector<Event>> decoded = decodeEventFile(*text);
-  if (!decoded) return decoded.error();
+  if (!decoded) {
+    loaded.damage = decoded.error();
+    return loaded;
+  }
   // Strictly younger than the maximum age: an event exactly that old is dropped.
   const double now = static_cast<double>(clock_->nowMillis());
-  Loaded loaded{path.value(), {}, decoded.value().size()};
+  loaded.total = decoded.value().size();
   for (Event& event : decoded.value())
     if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_)
       loaded.young.push_back(std::move(event));
@@ -142,6 +149,7 @@ Result<std::vector<Event>> EventPersistenceManager::loadEvents() {
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
+  if (loaded.value().damage) return *loaded.value().damage;
   return std::move(loaded.value().young);
 }
 
@@ -150,17 +158,63 @@ Status EventPersistenceManager::clearEvents() {
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
+  return removeLocked(path.value());
+}
+
+Status EventPersistenceManager::removeLocked(const std::string& path) {
   std::error_code ec;
-  std::filesystem::remove(path.value(), ec);
+  std::filesystem::remove(path, ec);
   if (ec) return fileSystemError(ec);
   return okStatus();
+}
+
+Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  std::vector<Event> kept = std::move(loaded.value().young);  // a damaged file starts afresh
+  std::unordered_set<std::string> ids;
+  for (const Event& event : kept) ids.insert(event.eventId);
+  for (const Event& event : events)
+    if (ids.insert(event.eventId).second) kept.push_back(event);
+  return writeLocked(loaded.value().path, kept);
+}
+
+Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  if (loaded.value().damage) return okStatus();  // none of these can be in it
+  std::unordered_set<std::string> ids;
+  for (const Event& event : events) ids.insert(event.eventId);
+  std::vector<Event> remaining;
+  for (Event& event : loaded.value().young)
+    if (!ids.contains(event.eventId)) remaining.push_back(std::move(event));
+  if (remaining.size() == loaded.value().total) return okStatus();
+  if (remaining.empty()) return removeLocked(loaded.value().path);
+  return writeLocked(loaded.value().path, remaining);
+}
+
+Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  if (loaded.value().damage) return *loaded.value().damage;
+  if (!loaded.value().exists) return std::vector<Event>();
+  if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+  return std::move(loaded.value().young);
 }
 
 void EventPersistenceManager::cleanupOldEvents() {
   FileLock lock(*this);
   Result<Loaded> loaded = lock.refusal() ? loadLocked() : Result<Loaded>(lock.refusal().error());
-  Status status = loaded ? okStatus() : Status(loaded.error());
-  if (loaded && loaded.value().young.size() < loaded.value().total)
+  Status status = !loaded                 ? Status(loaded.error())
+                  : loaded.value().damage ? Status(*loaded.value().damage)
+                                          : okStatus();
+  if (status && loaded.value().young.size() < loaded.value().total)
     status = writeLocked(loaded.value().path, loaded.value().young);
   if (!status)
     KorvaneLogger::e("EventBatchService",

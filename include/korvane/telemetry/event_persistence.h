@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -32,6 +33,17 @@ class EventPersistenceProtocol {
   virtual Status clearEvents() = 0;
   // Rewrites the file without events past the maximum age; failures are only logged.
   virtual void cleanupOldEvents() = 0;
+
+  // Each of these reads and rewrites the file as one step that no other operation of this
+  // store can come between, so concurrent writers never undo each other.
+  // Adds the events the file does not hold yet (by identifier) after its own; a damaged file is
+  // replaced.
+  virtual Status mergeEvents(const std::vector<Event>& events) = 0;
+  // Removes these events (by identifier); the file goes when nothing is left in it.
+  virtual Status forgetEvents(const std::vector<Event>& events) = 0;
+  // The file's events younger than the maximum age, and the file removed; a file that cannot
+  // be read is an error and stays.
+  virtual Result<std::vector<Event>> takeEvents() = 0;
 };
 
 // The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
@@ -49,6 +61,9 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Result<std::vector<Event>> loadEvents() override;
   Status clearEvents() override;
   void cleanupOldEvents() override;
+  Status mergeEvents(const std::vector<Event>& events) override;
+  Status forgetEvents(const std::vector<Event>& events) override;
+  Result<std::vector<Event>> takeEvents() override;
 
   std::int64_t maxFileSize() const { return maxFileSize_; }
 
@@ -57,11 +72,14 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
     std::string path;
     std::vector<Event> young;  // events within the maximum age, in file order
     std::size_t total = 0;     // events in the file
+    bool exists = false;
+    std::optional<Error> damage;  // the file is there but is not an event list
   };
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();
   Status writeLocked(const std::string& path, const std::vector<Event>& events);
   Status writeTextLocked(const std::string& path, const std::string& text);
+  Status removeLocked(const std::string& path);
 
   // fileLock_ held for one operation. An operation started on the thread that already holds it
   // (the crash handler running on a thread that died inside one) is refused rather than left
