@@ -1,6 +1,8 @@
 #include "korvane/telemetry/event_persistence.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,7 @@ namespace {
 
 constexpr std::size_t kTrimTrigger = 1000;  // trimming starts once the file held this many
 constexpr std::size_t kTrimKeep = 500;      // and keeps this many of the newest
+constexpr std::string_view kTag = "EventBatchService";
 
 std::optional<std::string> readWhole(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -72,17 +75,92 @@ Result<std::string> EventPersistenceManager::fileLocation() const {
   return (directory / fileName_).string();
 }
 
+// The text goes to a temporary file beside the event file, which then replaces it in one rename:
+// a crash or a full disk part-way through leaves the old file whole.
 Status EventPersistenceManager::writeTextLocked(const std::string& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  if (!out.flush())
+  const std::string temporary = path + ".writing";
+  bool written = false;
+  {
+    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    written = !out.fail();
+  }
+  std::error_code ec;
+  if (written) std::filesystem::rename(temporary, path, ec);
+  if (!written || ec) {
+    std::error_code ignored;
+    std::filesystem::remove(temporary, ignored);
     return Error{"PersistenceError", 2, "Could not write " + path, "PersistenceError"};
+  }
   return okStatus();
 }
 
+void EventPersistenceManager::noteReplacedDamage(const Error& damage) {
+  KorvaneLogger::e(kTag, "The event file was damaged and is started afresh: " + damage.description);
+}
+
+bool EventPersistenceManager::fitsSizeLimit(std::size_t bytes) const {
+  return maxFileSize_ < 0 || bytes <= static_cast<std::size_t>(maxFileSize_);
+}
+
+void EventPersistenceManager::noteDropped(std::size_t agedOut, std::size_t overSize) {
+  if (agedOut + overSize == 0) return;
+  droppedCount_ += agedOut + overSize;
+  KorvaneLogger::w(kTag, "Dropped " + std::to_string(agedOut + overSize) +
+                             " events from the event file (" + std::to_string(agedOut) +
+                             " older than " + std::to_string(std::llround(maxEventAgeSeconds_)) +
+                             " s, " + std::to_string(overSize) + " past its " +
+                             std::to_string(maxFileSize_) + "-byte limit)");
+}
+
+bool EventPersistenceManager::isYoung(double timestamp) const {
+  // Strictly younger than the maximum age: an event exactly that old is dropped.
+  return (static_cast<double>(clock_->nowMillis()) - timestamp) / 1000.0 < maxEventAgeSeconds_;
+}
+
+// Keeps the file within its limits: events past the maximum age go, then the oldest until the
+// text fits in maxFileSize. What goes is counted and logged; an empty result removes the file.
 Status EventPersistenceManager::writeLocked(const std::string& path,
-                                            const std::vector<Event>& events) {
-  return writeTextLocked(path, encodeEventFile(events));
+                                            const std::vector<Event>& events,
+                                            std::size_t agedOutBefore) {
+  std::vector<const Event*> young;
+  for (const Event& event : events)
+    if (isYoung(event.timestamp)) young.push_back(&event);
+  const std::size_t agedOut = agedOutBefore + (events.size() - young.size());
+
+  std::vector<std::string> texts;
+  texts.reserve(young.size());
+  std::size_t bytes = 2;  // the brackets
+  for (const Event* event : young) {
+    texts.push_back(encodeEvent(*event));
+    bytes += texts.back().size() + (texts.size() > 1 ? 1 : 0);
+  }
+  std::vector<bool> kept(young.size(), true);
+  std::size_t overSize = 0;
+  if (!fitsSizeLimit(bytes)) {
+    std::vector<std::size_t> byAge(young.size());
+    for (std::size_t i = 0; i < byAge.size(); ++i) byAge[i] = i;
+    std::stable_sort(byAge.begin(), byAge.end(), [&](std::size_t a, std::size_t b) {
+      return young[a]->timestamp < young[b]->timestamp;
+    });
+    for (std::size_t i : byAge) {
+      if (fitsSizeLimit(bytes)) break;
+      kept[i] = false;
+      bytes -= texts[i].size() + (young.size() - overSize > 1 ? 1 : 0);
+      ++overSize;
+    }
+  }
+  noteDropped(agedOut, overSize);
+  if (overSize == young.size()) return removeLocked(path);
+  std::string text = "[";
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (!kept[i]) continue;
+    if (text.size() > 1) text += ',';
+    text += texts[i];
+  }
+  text += ']';
+  return writeTextLocked(path, text);
 }
 
 Status EventPersistenceManager::saveEvent(const Event& event) {
@@ -91,12 +169,22 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::optional<std::string> text = readWhole(path.value());
-  const std::optional<std::size_t> existing = text ? validEventCount(*text) : std::nullopt;
-  if (!existing) text.reset();  // a damaged file is started afresh
-  if (existing && *existing >= kTrimTrigger) {
-    std::vector<Event> events = decodeEventFile(*text).value();
+  const std::optional<EventFileSummary> existing = text ? summarizeEventFile(*text) : std::nullopt;
+  if (text && !existing) {
+    noteReplacedDamage(decodeEventFile(*text).error());
+    text.reset();
+  }
+  const std::string added = encodeEvent(event);
+  const std::size_t count = existing ? existing->events : 0;
+  const bool withinLimits =
+      count < kTrimTrigger && (!existing || isYoung(existing->oldestTimestamp)) &&
+      isYoung(event.timestamp) && fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
+  if (!withinLimits) {
+    std::vector<Event> events;
+    if (text) events = decodeEventFile(*text).value();
     events.push_back(event);
-    events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
+    if (count >= kTrimTrigger)
+      events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
     return writeLocked(path.value(), events);
   }
   // The usual case: the file's own text stays as it is and the new event is added at its end.
@@ -104,8 +192,8 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   while (!updated.empty() && std::isspace(static_cast<unsigned char>(updated.back())))
     updated.pop_back();
   updated.pop_back();  // the closing bracket of a well-formed array
-  if (existing.value_or(0) > 0) updated += ',';
-  updated += encodeEvent(event);
+  if (count > 0) updated += ',';
+  updated += added;
   updated += ']';
   return writeTextLocked(path.value(), updated);
 }
@@ -135,12 +223,10 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
     loaded.damage = decoded.error();
     return loaded;
   }
-  // Strictly younger than the maximum age: an event exactly that old is dropped.
-  const double now = static_cast<double>(clock_->nowMillis());
   loaded.total = decoded.value().size();
+  loaded.bytes = text->size();
   for (Event& event : decoded.value())
-    if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_)
-      loaded.young.push_back(std::move(event));
+    if (isYoung(event.timestamp)) loaded.young.push_back(std::move(event));
   return loaded;
 }
 
@@ -173,12 +259,13 @@ Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
-  std::vector<Event> kept = std::move(loaded.value().young);  // a damaged file starts afresh
+  if (loaded.value().damage) noteReplacedDamage(*loaded.value().damage);
+  std::vector<Event> kept = std::move(loaded.value().young);
   std::unordered_set<std::string> ids;
   for (const Event& event : kept) ids.insert(event.eventId);
   for (const Event& event : events)
     if (ids.insert(event.eventId).second) kept.push_back(event);
-  return writeLocked(loaded.value().path, kept);
+  return writeLocked(loaded.value().path, kept, loaded.value().agedOut());
 }
 
 Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
@@ -193,8 +280,7 @@ Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
   for (Event& event : loaded.value().young)
     if (!ids.contains(event.eventId)) remaining.push_back(std::move(event));
   if (remaining.size() == loaded.value().total) return okStatus();
-  if (remaining.empty()) return removeLocked(loaded.value().path);
-  return writeLocked(loaded.value().path, remaining);
+  return writeLocked(loaded.value().path, remaining, loaded.value().agedOut());
 }
 
 Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
@@ -205,6 +291,7 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
   if (loaded.value().damage) return *loaded.value().damage;
   if (!loaded.value().exists) return std::vector<Event>();
   if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+  noteDropped(loaded.value().agedOut(), 0);
   return std::move(loaded.value().young);
 }
 
@@ -214,11 +301,12 @@ void EventPersistenceManager::cleanupOldEvents() {
   Status status = !loaded                 ? Status(loaded.error())
                   : loaded.value().damage ? Status(*loaded.value().damage)
                                           : okStatus();
-  if (status && loaded.value().young.size() < loaded.value().total)
-    status = writeLocked(loaded.value().path, loaded.value().young);
+  const bool overLimits =
+      status && (loaded.value().agedOut() > 0 || !fitsSizeLimit(loaded.value().bytes));
+  if (overLimits)
+    status = writeLocked(loaded.value().path, loaded.value().young, loaded.value().agedOut());
   if (!status)
-    KorvaneLogger::e("EventBatchService",
-                     "Failed to cleanup old events: " + status.error().description);
+    KorvaneLogger::e(kTag, "Failed to cleanup old events: " + status.error().description);
 }
 
 }  // namespace korvane

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "api/record_codec.h"
 #include "core/sdk_environment.h"
@@ -181,6 +182,15 @@ TEST_F(FacadeTest, HostTextThatIsNotUtf8TravelsTheWholePipeline) {
       EXPECT_EQ(event.userId->rfind("user-x", 0), 0u);
     }
   EXPECT_EQ(names, (std::vector<std::string>{"login_success", "n", "custom"}));
+}
+
+// Initialisation cleans the event file up before the service reads it.
+TEST_F(FacadeTest, InitialisationCleansTheEventFileUp) {
+  std::filesystem::create_directories(documents_);
+  std::ofstream(documents_ / "korvane_events.json") << "[{\"damaged\"";
+  reach(Stage::validating);
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to cleanup old events: "));
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to load persisted events: "));
 }
 
 // Each public call in each state of the facade: what it logs or answers.

@@ -47,8 +47,10 @@ class EventPersistenceProtocol {
 };
 
 // The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
-// `fileName` in the documents directory. Saving one event to a file already holding 1000 or
-// more keeps the newest 500. `maxFileSize` is carried as a setting and not enforced.
+// `fileName` in the documents directory. Every write keeps it within its limits: events past the
+// maximum age leave, then the oldest until the text fits in `maxFileSize` bytes; what leaves is
+// counted and logged. Saving one event to a file already holding 1000 or more keeps the newest
+// 500. The file exists only while it holds events.
 class EventPersistenceManager final : public EventPersistenceProtocol {
  public:
   EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
@@ -66,6 +68,8 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Result<std::vector<Event>> takeEvents() override;
 
   std::int64_t maxFileSize() const { return maxFileSize_; }
+  // How many events the size and age limits have pushed out of the file so far.
+  std::size_t droppedCount() const { return droppedCount_.load(); }
 
  private:
   struct Loaded {
@@ -74,10 +78,17 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
     std::size_t total = 0;     // events in the file
     bool exists = false;
     std::optional<Error> damage;  // the file is there but is not an event list
+    std::size_t bytes = 0;        // of its text
+    std::size_t agedOut() const { return total - young.size(); }
   };
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();
-  Status writeLocked(const std::string& path, const std::vector<Event>& events);
+  Status writeLocked(const std::string& path, const std::vector<Event>& events,
+                     std::size_t agedOutBefore = 0);
+  bool isYoung(double timestamp) const;
+  bool fitsSizeLimit(std::size_t bytes) const;  // a negative maxFileSize means no limit
+  static void noteReplacedDamage(const Error& damage);
+  void noteDropped(std::size_t agedOut, std::size_t overSize);
   Status writeTextLocked(const std::string& path, const std::string& text);
   Status removeLocked(const std::string& path);
 
@@ -102,6 +113,7 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   const double maxEventAgeSeconds_;
   std::mutex fileLock_;
   std::atomic<std::thread::id> fileLockHolder_;
+  std::atomic<std::size_t> droppedCount_{0};
 };
 
 }  // namespace korvane
