@@ -59,7 +59,8 @@ class Callbacks final : public OfferwallCallback, public OfferwallEventCallback 
   void onError(const std::string& message) override { hear("offerwall error: " + message); }
   void onRewardEarned(int amount) override { hear("reward earned " + std::to_string(amount)); }
   void onCustomEvent(const std::string& type, const JsonValue& payload) override {
-    hear("custom event " + type + " " + payload.dump());
+    hear("custom event " + type + " " +
+         payload.dump(-1, ' ', false, JsonValue::error_handler_t::replace));
   }
   // The app answers the pages' data requests: the user's points balance.
   std::optional<JsonValue> onDataRequest(const std::string&, const std::string& type,
@@ -169,7 +170,8 @@ bool DemoSession::start() {
     say("  built-in local backend at " + backendUrl_ + " (offerwall web app at " + backendUrl_ +
         "/offerwall/)");
   }
-  say("  SDK log: " + std::filesystem::absolute(options_.logFile).string());
+  std::error_code ec;
+  say("  SDK log: " + std::filesystem::absolute(options_.logFile, ec).string());
 
   step("Initialise KorvaneSDK " + KorvaneSdk::shared().getSDKVersion());
   KorvaneSdk& sdk = KorvaneSdk::shared();

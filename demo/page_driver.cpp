@@ -34,7 +34,7 @@ std::optional<std::string> evaluate(Screen& screen, const std::string& script,
 }
 
 std::string jsString(const std::string& text) {
-  return JsonValue(text).dump();
+  return JsonValue(text).dump(-1, ' ', false, JsonValue::error_handler_t::replace);
 }
 
 }  // namespace korvane::demo

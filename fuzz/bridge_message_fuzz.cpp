@@ -49,7 +49,9 @@ struct World {
   std::shared_ptr<BridgeDispatcher> controller;
   std::shared_ptr<BridgeDispatcher> embedded;
   World() {
-    KorvaneLogger::setLogLevel(LogLevel::none);
+    // Every log line is built (they quote page data), then dropped.
+    KorvaneLogger::setLogLevel(LogLevel::verbose);
+    KorvaneLogger::setLineWriter([](std::string_view) {});
     SdkEnvironment environment;
     environment.platform = fake.services();
     KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));

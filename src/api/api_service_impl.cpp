@@ -48,7 +48,7 @@ Result<T> decodeWithDiagnostics(const HttpResponse& response, std::string_view d
   if (!decoded) {
     const std::string text = "Decoding error: " + decoded.error().description;
     KorvaneLogger::print(text);
-    KorvaneLogger::e(kTag, text, decoded.error());
+    KorvaneLogger::e(kTag, text);
     const json::Json body = json::Json::parse(response.body, nullptr, /*allow_exceptions=*/false);
     if (body.is_object()) {
       KorvaneLogger::e(kTag, "Response as Dictionary: " + json::dump(body));
@@ -114,7 +114,7 @@ void ApiServiceImpl::compressRequestBody(HttpRequest& request, const std::string
     const std::string text =
         "Failed to compress request, sending uncompressed: " + compressed.error().description;
     KorvaneLogger::print(text);
-    KorvaneLogger::w(kTag, text, compressed.error());
+    KorvaneLogger::w(kTag, text);
     request.body = body;
     return;
   }

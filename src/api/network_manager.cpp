@@ -34,8 +34,8 @@ void NetworkManager::initialize(const KorvaneSdkConfig& config, std::shared_ptr<
   if (isInitialized()) return;
   const std::string baseUrl = config.apiBaseUrl();
   if (!url::isValid(baseUrl)) {
-    KorvaneLogger::e(kTag, "Failed to initialize network manager: Invalid URL",
-                     networkErrorInvalidUrl());
+    KorvaneLogger::e(
+        kTag, "Failed to initialize network manager: " + networkErrorInvalidUrl().description);
     return;
   }
   initialize(std::make_shared<ApiServiceImpl>(baseUrl, config, std::move(http)));

@@ -84,8 +84,10 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   const PlatformServices& platform = environment_.platform;
   BatchServiceDependencies deps;
   deps.queue = std::make_shared<EventQueueManager>(kQueueCapacity);
-  deps.persistence = std::make_shared<EventPersistenceManager>(
+  auto persistence = std::make_shared<EventPersistenceManager>(
       platform.documents, platform.clock, kEventFileName, kEventFileMaxBytes, kMaxEventAgeSeconds);
+  persistence->cleanupOldEvents();
+  deps.persistence = persistence;
   deps.api = [network = environment_.network] { return network->apiService(); };
   deps.context = [weak = weak_from_this()] {
     auto self = weak.lock();
@@ -337,8 +339,7 @@ void SdkSession::flushEvents() {
       if (outcome) {
         KorvaneLogger::i(kTag, "Events flushed successfully");
       } else {
-        KorvaneLogger::e(kTag, "Failed to flush events: " + outcome.error().description,
-                         outcome.error());
+        KorvaneLogger::e(kTag, "Failed to flush events: " + outcome.error().description);
       }
     });
   });

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "api/json_codec.h"
 #include "api/url_text.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
@@ -43,7 +44,7 @@ std::optional<BridgeMessage> parseBridgeMessage(const ScriptMessage& message, Br
   }
   BridgeMessage parsed{type->get<std::string>(), objectField(json, "data")};
   KorvaneLogger::d(tag, [&] {
-    return "✅ Parsed message - type: '" + parsed.type + "', data: " + parsed.data.dump();
+    return "✅ Parsed message - type: '" + parsed.type + "', data: " + json::dump(parsed.data);
   });
   return parsed;
 }
@@ -246,7 +247,7 @@ void BridgeDispatcher::quizCompleted(const JsonValue& data) {
   if (kind_ == BridgeHostKind::controller) {
     if (host->contextType() != "quiz") return;
     KorvaneLogger::d(tag_, "[iOS SDK - WebView] handleQuizCompleted 호출됨!");
-    KorvaneLogger::d(tag_, "[iOS SDK - WebView] 받은 데이터: " + data.dump());
+    KorvaneLogger::d(tag_, "[iOS SDK - WebView] 받은 데이터: " + json::dump(data));
   } else {
     KorvaneLogger::d(tag_, "Quiz completed");
   }
@@ -315,14 +316,15 @@ void BridgeDispatcher::getUserInfo() {
 }
 
 void BridgeDispatcher::customEvent(const JsonValue& data) {
-  KorvaneLogger::d(tag_, "🎯 handleCustomEvent called with data: " + data.dump());
+  KorvaneLogger::d(tag_, "🎯 handleCustomEvent called with data: " + json::dump(data));
   const std::optional<std::string> eventType = textField(data, "eventType");
   if (!eventType) {
-    return KorvaneLogger::w(tag_, "❌ customEvent: Missing eventType field in data: " + data.dump());
+    return KorvaneLogger::w(tag_,
+                            "❌ customEvent: Missing eventType field in data: " + json::dump(data));
   }
   const JsonValue payload = objectField(data, "payload");
-  KorvaneLogger::d(tag_,
-                   "✅ Custom event parsed - type='" + *eventType + "', payload=" + payload.dump());
+  KorvaneLogger::d(
+      tag_, "✅ Custom event parsed - type='" + *eventType + "', payload=" + json::dump(payload));
   const auto host = host_.lock();
   if (!host || !host->eventCallback()) {
     return KorvaneLogger::w(
@@ -353,7 +355,7 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
   }
   const JsonValue params = objectField(data, "params");
   KorvaneLogger::d(tag_, "Data request received: id='" + *requestId + "', type='" + *requestType +
-                             "', params=" + params.dump());
+                             "', params=" + json::dump(params));
   const auto host = host_.lock();
   std::shared_ptr<OfferwallEventCallback> callback = host ? host->eventCallback() : nullptr;
   std::optional<JsonValue> response =
@@ -369,8 +371,8 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
       if (outcome) {
         KorvaneLogger::d(tag, "Data response sent for request '" + id + "'");
       } else {
-        KorvaneLogger::e(tag, "Failed to send data response for request '" + id + "'",
-                         outcome.error());
+        KorvaneLogger::e(tag, "Failed to send data response for request '" + id + "' - " +
+                                  outcome.error().description);
       }
     });
   });

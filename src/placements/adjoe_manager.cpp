@@ -95,8 +95,7 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
         if (sent) {
           KorvaneLogger::d(kTag, "✅ Adjoe event tracked successfully");
         } else {
-          KorvaneLogger::w(kTag, "Failed to track adjoe event: " + sent.error().description,
-                           sent.error());
+          KorvaneLogger::w(kTag, "Failed to track adjoe event: " + sent.error().description);
         }
       });
   KorvaneSdk::shared().openOfferwallWithUrl(url, inputs.placement.value_or(""), presenting,

@@ -106,8 +106,7 @@ void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
        onFailure = std::move(onFailure)](Result<MissionResponse> answer) {
         placements::onMainThread([weak, onSuccess, onFailure, answer = std::move(answer)] {
           if (!answer) {
-            KorvaneLogger::e(kTag, "Error loading missions: " + answer.error().description,
-                             answer.error());
+            KorvaneLogger::e(kTag, "Error loading missions: " + answer.error().description);
             if (onFailure) onFailure(KorvaneAdError::loadFailed);
             return;
           }

@@ -92,8 +92,7 @@ void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
                  placements::onMainThread([weak, onSuccess, onFailure, answer = std::move(answer)] {
                    if (!answer) {
                      KorvaneLogger::e(kTag,
-                                      "Error loading quiz events: " + answer.error().description,
-                                      answer.error());
+                                      "Error loading quiz events: " + answer.error().description);
                      if (onFailure) onFailure(KorvaneAdError::loadFailed);
                      return;
                    }

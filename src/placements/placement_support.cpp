@@ -14,8 +14,7 @@ std::shared_ptr<ApiService> apiService(std::string_view tag) {
   Result<std::shared_ptr<ApiService>> api =
       SdkInternals::session()->environment().network->apiService();
   if (api) return api.value();
-  KorvaneLogger::e(tag, "Failed to initialize API service: " + api.error().description,
-                   api.error());
+  KorvaneLogger::e(tag, "Failed to initialize API service: " + api.error().description);
   return nullptr;
 }
 

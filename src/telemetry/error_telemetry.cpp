@@ -91,9 +91,12 @@ void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
   payload["sdkVersion"] = installed.sdkVersion;
   payload["platform"] = kPlatformName;
   // The process is about to end: straight into the event file, to be sent at the next launch.
-  service->persistence().saveEvent(Event::make(installed.random->makeUuid(), EventType::sdkCrash,
-                                               static_cast<double>(installed.clock->nowMillis()),
-                                               "sdk_diagnostic", std::move(payload)));
+  Status saved = service->persistence().saveEvent(Event::make(
+      installed.random->makeUuid(), EventType::sdkCrash,
+      static_cast<double>(installed.clock->nowMillis()), "sdk_diagnostic", std::move(payload)));
+  if (!saved)
+    KorvaneLogger::e("EventBatchService",
+                     "Failed to persist crash event: " + saved.error().description);
 }
 
 KorvaneLogger::TelemetrySink ErrorTelemetry::loggerSink() {

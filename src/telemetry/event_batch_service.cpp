@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <unordered_set>
 
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
@@ -99,10 +98,10 @@ bool EventBatchService::shouldFlush() const {
 }
 
 void EventBatchService::loadPersistedEvents() {
-  Result<std::vector<Event>> loaded = deps_.persistence->loadEvents();
+  // Read and removed in one step: nothing written in between is removed unread.
+  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents();
   if (!loaded) {
-    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description,
-                     loaded.error());
+    KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
     return;
   }
   const std::size_t count = loaded.value().size();
@@ -113,9 +112,6 @@ void EventBatchService::loadPersistedEvents() {
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
   for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
   accepted_ += count;
-  Status cleared = deps_.persistence->clearEvents();
-  if (!cleared)
-    KorvaneLogger::e(kTag, "Failed to clear persisted events: " + cleared.error().description);
   KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
 }
 
@@ -138,8 +134,7 @@ void EventBatchService::trackEvent(Event event) {
   if (critical) {
     Status saved = deps_.persistence->saveEvent(*copy);
     if (!saved)
-      KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description,
-                       saved.error());
+      KorvaneLogger::e(kTag, "Failed to persist critical event: " + saved.error().description);
   }
   if (shouldFlush()) {
     KorvaneLogger::d(kTag, "Flush needed. Triggering flush...");
@@ -282,7 +277,7 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     delivered_ += events.size();
     forgetPersisted(events);
   } else {
-    KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description, outcome.error());
+    KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description);
     handleFailure(events, outcome.error());
   }
   {
@@ -296,33 +291,14 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
 // batch was in flight, or left there by a foreground that skipped loading): new events are added
 // to them, never written over them.
 Status EventBatchService::persistMerged(const std::vector<Event>& events) {
-  std::vector<Event> kept;
-  if (Result<std::vector<Event>> existing = deps_.persistence->loadEvents())
-    kept = std::move(existing).value();
-  std::unordered_set<std::string> ids;
-  for (const Event& e : kept) ids.insert(e.eventId);
-  for (const Event& event : events)
-    if (ids.insert(event.eventId).second) kept.push_back(event);
-  return deps_.persistence->saveEvents(kept);
+  return deps_.persistence->mergeEvents(events);
 }
 
 // Sent events that an earlier failure also wrote to the file leave it, so that the next load
 // does not send them twice.
 void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
-  Result<std::vector<Event>> persisted = deps_.persistence->loadEvents();
-  if (!persisted || persisted.value().empty()) return;
-  std::vector<Event> remaining;
-  for (Event& event : persisted.value()) {
-    const bool wasSent = std::any_of(sent.begin(), sent.end(),
-                                     [&](const Event& e) { return e.eventId == event.eventId; });
-    if (!wasSent) remaining.push_back(std::move(event));
-  }
-  if (remaining.size() == persisted.value().size()) return;
-  Status written = remaining.empty() ? deps_.persistence->clearEvents()
-                                     : deps_.persistence->saveEvents(remaining);
-  if (!written)
-    KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description,
-                     written.error());
+  Status written = deps_.persistence->forgetEvents(sent);
+  if (!written) KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description);
 }
 
 void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
@@ -332,8 +308,7 @@ void EventBatchService::handleFailure(const std::vector<Event>& events, const Er
   if (persisted)
     KorvaneLogger::d(kTag, "Persisted " + std::to_string(events.size()) + " events to disk");
   else
-    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description,
-                     persisted.error());
+    KorvaneLogger::e(kTag, "Failed to persist events: " + persisted.error().description);
 
   if (!isRetryable(error)) {
     KorvaneLogger::w(kTag, "Error is not retryable: " + error.description);
@@ -431,7 +406,7 @@ void EventBatchService::handleAppBackground() {
   Status saved = persistMerged(events);
   if (!saved) {
     // Keep them in memory rather than lose them.
-    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description, saved.error());
+    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description);
     for (Event& event : events) deps_.queue->enqueue(std::move(event));
   }
 }

@@ -1,5 +1,7 @@
 #include "telemetry/event_codec.h"
 
+#include <algorithm>
+
 #include "api/json_writer.h"
 #include "api/record_codec.h"
 #include "core/base64.h"
@@ -82,12 +84,17 @@ namespace {
 class EventFileValidator final : public nlohmann::json_sax<Json> {
  public:
   std::size_t events = 0;
+  double oldestTimestamp = std::numeric_limits<double>::infinity();
 
   bool null() override { return scalar(Kind::null); }
   bool boolean(bool) override { return scalar(Kind::other); }
-  bool number_integer(number_integer_t) override { return scalar(Kind::number); }
-  bool number_unsigned(number_unsigned_t) override { return scalar(Kind::number); }
-  bool number_float(number_float_t, const string_t&) override { return scalar(Kind::number); }
+  bool number_integer(number_integer_t value) override {
+    return number(static_cast<double>(value));
+  }
+  bool number_unsigned(number_unsigned_t value) override {
+    return number(static_cast<double>(value));
+  }
+  bool number_float(number_float_t value, const string_t&) override { return number(value); }
   bool binary(binary_t&) override { return scalar(Kind::other); }
   bool string(string_t& value) override {
     if (depth_ != 2) return depth_ > 2;
@@ -133,6 +140,13 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     bool eventId = false, type = false, timestamp = false, category = false, nameOk = true,
          payloadOk = true;
   };
+
+  // Every timestamp counts towards the oldest, even one a repeated key later replaces: the
+  // summary may only err towards older.
+  bool number(double value) {
+    if (depth_ == 2 && key_ == "timestamp") oldestTimestamp = std::min(oldestTimestamp, value);
+    return scalar(Kind::number);
+  }
 
   // A non-string value; the last value of a repeated key is the one that counts.
   bool scalar(Kind kind) {
@@ -183,13 +197,22 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
 
 }  // namespace
 
-std::optional<std::size_t> validEventCount(std::string_view text) {
+std::optional<EventFileSummary> summarizeEventFile(std::string_view text) {
   EventFileValidator validator;
+  // Decoding skips a leading UTF-8 byte-order mark; so must this, or a save would discard a file
+  // that loads.
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   if (text.find_first_not_of(" \t\r\n") == std::string_view::npos ||
       text[text.find_first_not_of(" \t\r\n")] != '[')
     return std::nullopt;
   if (!Json::sax_parse(text.begin(), text.end(), &validator)) return std::nullopt;
-  return validator.events;
+  return EventFileSummary{validator.events, validator.oldestTimestamp};
+}
+
+std::optional<std::size_t> validEventCount(std::string_view text) {
+  const std::optional<EventFileSummary> summary = summarizeEventFile(text);
+  if (!summary) return std::nullopt;
+  return summary->events;
 }
 
 }  // namespace korvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,5 +24,12 @@ std::string encodeEventFile(const std::vector<Event>& events);
 Result<std::vector<Event>> decodeEventFile(std::string_view text);
 // How many events a file holds when decodeEventFile would accept it, without decoding payloads.
 std::optional<std::size_t> validEventCount(std::string_view text);
+
+struct EventFileSummary {
+  std::size_t events = 0;
+  double oldestTimestamp = std::numeric_limits<double>::infinity();  // of all events
+};
+// validEventCount with the oldest timestamp in the file as well.
+std::optional<EventFileSummary> summarizeEventFile(std::string_view text);
 
 }  // namespace korvane

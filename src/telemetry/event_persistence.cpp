@@ -1,10 +1,13 @@
 #include "korvane/telemetry/event_persistence.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <unordered_set>
 
 #include "korvane/core/logger.h"
 #include "telemetry/event_codec.h"
@@ -14,6 +17,7 @@ namespace {
 
 constexpr std::size_t kTrimTrigger = 1000;  // trimming starts once the file held this many
 constexpr std::size_t kTrimKeep = 500;      // and keeps this many of the newest
+constexpr std::string_view kTag = "EventBatchService";
 
 std::optional<std::string> readWhole(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -30,6 +34,28 @@ Error persistenceErrorFileUrlNotFound() {
 }
 Error persistenceErrorDataCorrupted() {
   return Error{"PersistenceError", 1, "Event data is corrupted", "PersistenceError"};
+}
+
+namespace {
+Error fileSystemError(const std::error_code& ec) {
+  return Error{"NSCocoaErrorDomain", ec.value(), ec.message(), "Error"};
+}
+}  // namespace
+
+EventPersistenceManager::FileLock::FileLock(EventPersistenceManager& owner) : owner_(owner) {
+  if (owner_.fileLockHolder_.load() == std::this_thread::get_id()) return;
+  lock_ = std::unique_lock(owner_.fileLock_);
+  owner_.fileLockHolder_.store(std::this_thread::get_id());
+}
+
+EventPersistenceManager::FileLock::~FileLock() {
+  if (lock_) owner_.fileLockHolder_.store(std::thread::id());
+}
+
+Status EventPersistenceManager::FileLock::refusal() const {
+  if (lock_) return okStatus();
+  return Error{"PersistenceError", 3, "The event file is in use by this thread",
+               "PersistenceError"};
 }
 
 EventPersistenceManager::EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
@@ -49,30 +75,116 @@ Result<std::string> EventPersistenceManager::fileLocation() const {
   return (directory / fileName_).string();
 }
 
+// The text goes to a temporary file beside the event file, which then replaces it in one rename:
+// a crash or a full disk part-way through leaves the old file whole.
 Status EventPersistenceManager::writeTextLocked(const std::string& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  if (!out.flush())
+  const std::string temporary = path + ".writing";
+  bool written = false;
+  {
+    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    written = !out.fail();
+  }
+  std::error_code ec;
+  if (written) std::filesystem::rename(temporary, path, ec);
+  if (!written || ec) {
+    std::error_code ignored;
+    std::filesystem::remove(temporary, ignored);
     return Error{"PersistenceError", 2, "Could not write " + path, "PersistenceError"};
+  }
   return okStatus();
 }
 
+void EventPersistenceManager::noteReplacedDamage(const Error& damage) {
+  KorvaneLogger::e(kTag, "The event file was damaged and is started afresh: " + damage.description);
+}
+
+bool EventPersistenceManager::fitsSizeLimit(std::size_t bytes) const {
+  return maxFileSize_ < 0 || bytes <= static_cast<std::size_t>(maxFileSize_);
+}
+
+void EventPersistenceManager::noteDropped(std::size_t agedOut, std::size_t overSize) {
+  if (agedOut + overSize == 0) return;
+  droppedCount_ += agedOut + overSize;
+  KorvaneLogger::w(kTag, "Dropped " + std::to_string(agedOut + overSize) +
+                             " events from the event file (" + std::to_string(agedOut) +
+                             " older than " + std::to_string(std::llround(maxEventAgeSeconds_)) +
+                             " s, " + std::to_string(overSize) + " past its " +
+                             std::to_string(maxFileSize_) + "-byte limit)");
+}
+
+bool EventPersistenceManager::isYoung(double timestamp) const {
+  // Strictly younger than the maximum age: an event exactly that old is dropped.
+  return (static_cast<double>(clock_->nowMillis()) - timestamp) / 1000.0 < maxEventAgeSeconds_;
+}
+
+// Keeps the file within its limits: events past the maximum age go, then the oldest until the
+// text fits in maxFileSize. What goes is counted and logged; an empty result removes the file.
 Status EventPersistenceManager::writeLocked(const std::string& path,
-                                            const std::vector<Event>& events) {
-  return writeTextLocked(path, encodeEventFile(events));
+                                            const std::vector<Event>& events,
+                                            std::size_t agedOutBefore) {
+  std::vector<const Event*> young;
+  for (const Event& event : events)
+    if (isYoung(event.timestamp)) young.push_back(&event);
+  const std::size_t agedOut = agedOutBefore + (events.size() - young.size());
+
+  std::vector<std::string> texts;
+  texts.reserve(young.size());
+  std::size_t bytes = 2;  // the brackets
+  for (const Event* event : young) {
+    texts.push_back(encodeEvent(*event));
+    bytes += texts.back().size() + (texts.size() > 1 ? 1 : 0);
+  }
+  std::vector<bool> kept(young.size(), true);
+  std::size_t overSize = 0;
+  if (!fitsSizeLimit(bytes)) {
+    std::vector<std::size_t> byAge(young.size());
+    for (std::size_t i = 0; i < byAge.size(); ++i) byAge[i] = i;
+    std::stable_sort(byAge.begin(), byAge.end(), [&](std::size_t a, std::size_t b) {
+      return young[a]->timestamp < young[b]->timestamp;
+    });
+    for (std::size_t i : byAge) {
+      if (fitsSizeLimit(bytes)) break;
+      kept[i] = false;
+      bytes -= texts[i].size() + (young.size() - overSize > 1 ? 1 : 0);
+      ++overSize;
+    }
+  }
+  noteDropped(agedOut, overSize);
+  if (overSize == young.size()) return removeLocked(path);
+  std::string text = "[";
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    if (!kept[i]) continue;
+    if (text.size() > 1) text += ',';
+    text += texts[i];
+  }
+  text += ']';
+  return writeTextLocked(path, text);
 }
 
 Status EventPersistenceManager::saveEvent(const Event& event) {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::optional<std::string> text = readWhole(path.value());
-  const std::optional<std::size_t> existing = text ? validEventCount(*text) : std::nullopt;
-  if (!existing) text.reset();  // a damaged file is started afresh
-  if (existing && *existing >= kTrimTrigger) {
-    std::vector<Event> events = decodeEventFile(*text).value();
+  const std::optional<EventFileSummary> existing = text ? summarizeEventFile(*text) : std::nullopt;
+  if (text && !existing) {
+    noteReplacedDamage(decodeEventFile(*text).error());
+    text.reset();
+  }
+  const std::string added = encodeEvent(event);
+  const std::size_t count = existing ? existing->events : 0;
+  const bool withinLimits =
+      count < kTrimTrigger && (!existing || isYoung(existing->oldestTimestamp)) &&
+      isYoung(event.timestamp) && fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
+  if (!withinLimits) {
+    std::vector<Event> events;
+    if (text) events = decodeEventFile(*text).value();
     events.push_back(event);
-    events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
+    if (count >= kTrimTrigger)
+      events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
     return writeLocked(path.value(), events);
   }
   // The usual case: the file's own text stays as it is and the new event is added at its end.
@@ -80,14 +192,15 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   while (!updated.empty() && std::isspace(static_cast<unsigned char>(updated.back())))
     updated.pop_back();
   updated.pop_back();  // the closing bracket of a well-formed array
-  if (existing.value_or(0) > 0) updated += ',';
-  updated += encodeEvent(event);
+  if (count > 0) updated += ',';
+  updated += added;
   updated += ']';
   return writeTextLocked(path.value(), updated);
 }
 
 Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   return writeLocked(path.value(), events);
@@ -96,46 +209,104 @@ Status EventPersistenceManager::saveEvents(const std::vector<Event>& events) {
 Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
-  if (!std::filesystem::exists(path.value())) return Loaded{path.value(), {}, 0};
+  std::error_code ec;
+  const std::filesystem::file_status status = std::filesystem::status(path.value(), ec);
+  Loaded loaded;
+  loaded.path = path.value();
+  if (status.type() == std::filesystem::file_type::not_found) return loaded;
+  if (ec) return fileSystemError(ec);
+  loaded.exists = true;
   std::optional<std::string> text = readWhole(path.value());
   if (!text) return persistenceErrorDataCorrupted();
   Result<std::vector<Event>> decoded = decodeEventFile(*text);
-  if (!decoded) return decoded.error();
-  // Strictly younger than the maximum age: an event exactly that old is dropped.
-  const double now = static_cast<double>(clock_->nowMillis());
-  Loaded loaded{path.value(), {}, decoded.value().size()};
+  if (!decoded) {
+    loaded.damage = decoded.error();
+    return loaded;
+  }
+  loaded.total = decoded.value().size();
+  loaded.bytes = text->size();
   for (Event& event : decoded.value())
-    if ((now - event.timestamp) / 1000.0 < maxEventAgeSeconds_)
-      loaded.young.push_back(std::move(event));
+    if (isYoung(event.timestamp)) loaded.young.push_back(std::move(event));
   return loaded;
 }
 
 Result<std::vector<Event>> EventPersistenceManager::loadEvents() {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
+  if (loaded.value().damage) return *loaded.value().damage;
   return std::move(loaded.value().young);
 }
 
 Status EventPersistenceManager::clearEvents() {
-  std::lock_guard lock(fileLock_);
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
+  return removeLocked(path.value());
+}
+
+Status EventPersistenceManager::removeLocked(const std::string& path) {
   std::error_code ec;
-  std::filesystem::remove(path.value(), ec);
-  if (ec) return Error{"NSCocoaErrorDomain", ec.value(), ec.message(), "Error"};
+  std::filesystem::remove(path, ec);
+  if (ec) return fileSystemError(ec);
   return okStatus();
 }
 
-void EventPersistenceManager::cleanupOldEvents() {
-  std::lock_guard lock(fileLock_);
+Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
-  Status status = loaded ? okStatus() : Status(loaded.error());
-  if (loaded && loaded.value().young.size() < loaded.value().total)
-    status = writeLocked(loaded.value().path, loaded.value().young);
+  if (!loaded) return loaded.error();
+  if (loaded.value().damage) noteReplacedDamage(*loaded.value().damage);
+  std::vector<Event> kept = std::move(loaded.value().young);
+  std::unordered_set<std::string> ids;
+  for (const Event& event : kept) ids.insert(event.eventId);
+  for (const Event& event : events)
+    if (ids.insert(event.eventId).second) kept.push_back(event);
+  return writeLocked(loaded.value().path, kept, loaded.value().agedOut());
+}
+
+Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  if (loaded.value().damage) return okStatus();  // none of these can be in it
+  std::unordered_set<std::string> ids;
+  for (const Event& event : events) ids.insert(event.eventId);
+  std::vector<Event> remaining;
+  for (Event& event : loaded.value().young)
+    if (!ids.contains(event.eventId)) remaining.push_back(std::move(event));
+  if (remaining.size() == loaded.value().total) return okStatus();
+  return writeLocked(loaded.value().path, remaining, loaded.value().agedOut());
+}
+
+Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
+  FileLock lock(*this);
+  if (Status refused = lock.refusal(); !refused) return refused.error();
+  Result<Loaded> loaded = loadLocked();
+  if (!loaded) return loaded.error();
+  if (loaded.value().damage) return *loaded.value().damage;
+  if (!loaded.value().exists) return std::vector<Event>();
+  if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+  noteDropped(loaded.value().agedOut(), 0);
+  return std::move(loaded.value().young);
+}
+
+void EventPersistenceManager::cleanupOldEvents() {
+  FileLock lock(*this);
+  Result<Loaded> loaded = lock.refusal() ? loadLocked() : Result<Loaded>(lock.refusal().error());
+  Status status = !loaded                 ? Status(loaded.error())
+                  : loaded.value().damage ? Status(*loaded.value().damage)
+                                          : okStatus();
+  const bool overLimits =
+      status && (loaded.value().agedOut() > 0 || !fitsSizeLimit(loaded.value().bytes));
+  if (overLimits)
+    status = writeLocked(loaded.value().path, loaded.value().young, loaded.value().agedOut());
   if (!status)
-    KorvaneLogger::e("EventBatchService",
-                     "Failed to cleanup old events: " + status.error().description, status.error());
+    KorvaneLogger::e(kTag, "Failed to cleanup old events: " + status.error().description);
 }
 
 }  // namespace korvane

@@ -1,7 +1,10 @@
 // A host that dies of an uncaught exception with the SDK's telemetry installed.
-// Usage: korvane_crash_child DOCUMENTS_DIR [--telemetry-off MARKER_FILE]
+// Usage: korvane_crash_child DOCUMENTS_DIR [--telemetry-off MARKER_FILE | --unreadable-later]
+// With --unreadable-later the documents directory becomes a loop of symbolic links once the
+// SDK runs, and the app returns to the foreground (reading the event file) before it dies.
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -42,7 +45,16 @@ int main(int argc, char** argv) {
   deps.random = random;
   deps.executor = std::make_shared<ThreadPoolExecutor>(1);
   auto service = EventBatchService::create(std::move(deps));
-  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", std::make_shared<linux_host::LinuxProcessDiagnostics>(),
-                                   clock, random);
+  ErrorTelemetry::shared().install(service, "1.0.52-rc.2",
+                                   std::make_shared<linux_host::LinuxProcessDiagnostics>(), clock,
+                                   random);
+  if (argc == 3 && std::string(argv[2]) == "--unreadable-later") {
+    const std::filesystem::path documents = argv[1];
+    const std::filesystem::path other = documents.string() + "-loop";
+    std::filesystem::remove_all(documents);
+    std::filesystem::create_symlink(other, documents);
+    std::filesystem::create_symlink(documents, other);
+    service->handleAppForeground();
+  }
   throw std::runtime_error("payment failed for password=hunter2");
 }

@@ -1,5 +1,6 @@
 // The telemetry pipeline end to end: real main loop, libcurl, the local backend with faults,
 // the event file on disk, and a host process that crashes.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <map>
 #include <set>
+#include <thread>
 
 #include "api/record_codec.h"
 #include "dev_server.h"
@@ -231,6 +233,46 @@ TEST(TelemetryPipeline, AnUncaughtExceptionLeavesACrashEventThatTheNextStartSend
   EXPECT_FALSE(fs::exists(documents / "korvane_events.json")) << "loaded and cleared";
   next.service.reset();
   fs::remove_all(documents);
+}
+
+// An event file that cannot be read is logged, never thrown: otherwise the exception would
+// end the process while the file lock is held and the crash handler would wait for it forever.
+TEST(TelemetryPipeline, AnUnreadableDataDirectoryIsLoggedAndTheCrashHandlerStillFinishes) {
+  const fs::path documents = freshDirectory("crash-unreadable");
+  const fs::path output = documents.string() + ".out";
+  const pid_t child = fork();
+  if (child == 0) {
+    const int fd = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(fd, STDOUT_FILENO);
+    execl(KORVANE_CRASH_CHILD, KORVANE_CRASH_CHILD, documents.c_str(), "--unreadable-later",
+          static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  // Waits generously; a child still alive by then is stuck.
+  int status = 0;
+  pid_t ended = 0;
+  for (int i = 0; i < 600 && ended == 0; ++i) {
+    ended = waitpid(child, &status, WNOHANG);
+    if (ended == 0) std::this_thread::sleep_for(100ms);
+  }
+  if (ended == 0) {
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+  }
+  ASSERT_NE(ended, 0) << "the crash handler hung";
+  ASSERT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGABRT);
+  std::ifstream in(output);
+  const std::string printed((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_NE(printed.find("[E/EventBatchService] Failed to load persisted events: "),
+            std::string::npos)
+      << printed;
+  EXPECT_NE(printed.find("[E/EventBatchService] Failed to persist crash event: "),
+            std::string::npos)
+      << printed;
+  fs::remove(output);
+  fs::remove(documents.string() + "-loop");
+  fs::remove(documents);
 }
 
 TEST(TelemetryPipeline, WithTelemetryOffACrashLeavesNothingAndTheHostHandlerStillRuns) {

@@ -49,6 +49,12 @@ class LogCapture {
       if (m.find(fragment) != std::string::npos) return true;
     return false;
   }
+  // How many lines hold `fragment`.
+  std::size_t count(const std::string& fragment) const {
+    std::size_t n = 0;
+    for (const std::string& m : messages()) n += m.find(fragment) != std::string::npos;
+    return n;
+  }
   bool contains(const std::string& tagged) const {
     for (const std::string& m : messages())
       if (m == tagged) return true;

@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <functional>
+#include <limits>
 #include <mutex>
 
 #include "korvane/core/executor.h"
@@ -15,10 +16,10 @@ class ManualExecutor final : public Executor {
     std::lock_guard lock(mutex_);
     work_.push_back(std::move(work));
   }
-  // Runs queued work, including work it submits; returns how much ran.
-  int runAll() {
+  // Runs queued work, including work it submits, up to `limit` items; returns how much ran.
+  int runAll(int limit = std::numeric_limits<int>::max()) {
     int ran = 0;
-    for (;;) {
+    while (ran < limit) {
       std::function<void()> next;
       {
         std::lock_guard lock(mutex_);
@@ -29,6 +30,7 @@ class ManualExecutor final : public Executor {
       next();
       ++ran;
     }
+    return ran;
   }
   std::size_t pending() const {
     std::lock_guard lock(mutex_);

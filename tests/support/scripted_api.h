@@ -8,11 +8,12 @@
 namespace korvane::testing {
 
 // An API service whose batch answers the test scripts and which records what it was sent. Batches
-// are answered at once from the script (success when it is empty), or held until release() when
-// `holdBatches` is set.
+// are answered at once from the script (else by `answerBatch`, else with success), or held until
+// release() when `holdBatches` is set.
 class ScriptedApi final : public ApiService {
  public:
   bool holdBatches = false;
+  std::function<Result<EventBatchResponse>(const EventBatch&)> answerBatch;  // set before use
 
   void script(Result<EventBatchResponse> answer) {
     std::lock_guard lock(mutex_);
@@ -53,6 +54,7 @@ class ScriptedApi final : public ApiService {
         answers_.pop_front();
       }
     }
+    if (!answer && answerBatch) answer = answerBatch(batch);
     completion(answer ? std::move(*answer)
                       : Result<EventBatchResponse>(EventBatchResponse{
                             true, static_cast<std::int64_t>(batch.events.size()), {}}));

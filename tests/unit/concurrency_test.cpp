@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "core/sdk_environment.h"
@@ -83,6 +84,98 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
         << "only login events can come back from the file";
     EXPECT_EQ(queue->count(), 0u);
   }
+  KorvaneLogger::setLineWriter(nullptr);
+  std::filesystem::remove_all(dir);
+}
+
+// Background saves on the main thread, batch answers on the network threads and foreground
+// loads all rewrite the event file. Whatever their interleaving, every event reaches the backend
+// in the end: none is left in neither the queue nor the file.
+TEST(Concurrency, EventFileRewritesNeverLoseAnEvent) {
+  testing::LogCapture quiet(LogLevel::none);
+  KorvaneLogger::setLineWriter([](std::string_view) {});
+  const auto dir = std::filesystem::temp_directory_path() /
+                   ("korvane-file-concurrency-" + std::to_string(::getpid()));
+  std::filesystem::remove_all(dir);
+  testing::MainLoopThread loop;
+  auto lifecycle = std::make_shared<testing::FakeLifecycle>();
+  auto api = std::make_shared<testing::ScriptedApi>();
+  auto clock = std::make_shared<linux_host::SystemClock>();
+  auto queue = std::make_shared<EventQueueManager>(1000000);  // the bound loses nothing here
+  auto persistence = std::make_shared<EventPersistenceManager>(
+      std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock);
+  std::mutex deliveredLock;
+  std::set<std::string> delivered;
+  std::atomic<int> answers{0};
+  std::atomic<bool> outage{true};
+  api->answerBatch = [&](const EventBatch& batch) -> Result<EventBatchResponse> {
+    if (outage && answers++ % 2 == 0) {
+      Error unavailable{"ApiService", 503, "HTTP 503 error", "NSError"};
+      unavailable.userInfo = {{"response", "HTTP 503"}};
+      return unavailable;
+    }
+    std::lock_guard lock(deliveredLock);
+    for (const TrackEventRequest& event : batch.events)
+      for (const auto& [key, value] : event.parameters)
+        if (key == "id") delivered.insert(value);
+    return EventBatchResponse{true, static_cast<std::int64_t>(batch.events.size()), {}};
+  };
+  constexpr int kThreads = 3, kPerThread = 1200;
+  {
+    BatchServiceDependencies deps;
+    deps.queue = queue;
+    deps.persistence = persistence;
+    deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
+      return std::shared_ptr<ApiService>(api);
+    };
+    deps.context = [] { return SendContext{"S", "u", "D", "I", "17"}; };
+    deps.mainThread = loop.mainThread();
+    deps.clock = clock;
+    deps.random = std::make_shared<linux_host::SystemRandom>();
+    deps.lifecycle = lifecycle;
+    deps.executor = std::make_shared<ThreadPoolExecutor>(2);
+    auto service = EventBatchService::create(std::move(deps), 5, 3600);
+
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+      threads.emplace_back([&, t] {
+        for (int i = 0; i < kPerThread; ++i) {
+          const std::string id = std::to_string(t) + "-" + std::to_string(i);
+          service->trackEvent(Event::make(id, EventType::missionClicked,
+                                          static_cast<double>(clock->nowMillis()), "c",
+                                          JsonValue{{"id", id}}));
+          if (i % 10 == 0) std::this_thread::yield();
+        }
+      });
+    std::atomic<bool> tracking{true};
+    threads.emplace_back([&] {
+      while (tracking) service->flush();
+    });
+    threads.emplace_back([&] {
+      while (tracking) {
+        loop.runSync([&] { lifecycle->send(AppLifecycleEvent::didEnterBackground); });
+        loop.runSync([&] { lifecycle->send(AppLifecycleEvent::willEnterForeground); });
+      }
+    });
+    for (int t = 0; t < kThreads; ++t) threads[t].join();
+    tracking = false;
+    for (std::thread& thread : threads)
+      if (thread.joinable()) thread.join();
+
+    // The backend recovers: send everything the queue and the file still hold.
+    outage = false;
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < until) {
+      loop.runSync([&] { lifecycle->send(AppLifecycleEvent::willEnterForeground); });
+      service->flush();
+      std::lock_guard lock(deliveredLock);
+      if (delivered.size() == kThreads * kPerThread) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  std::lock_guard lock(deliveredLock);
+  EXPECT_EQ(delivered.size(), static_cast<std::size_t>(kThreads * kPerThread))
+      << "events were lost between the queue and the file";
   KorvaneLogger::setLineWriter(nullptr);
   std::filesystem::remove_all(dir);
 }

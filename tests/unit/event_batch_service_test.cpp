@@ -34,6 +34,19 @@ class MemoryPersistence final : public EventPersistenceProtocol {
     return okStatus();
   }
   void cleanupOldEvents() override {}
+  Status mergeEvents(const std::vector<Event>& events) override {
+    for (const Event& event : events)
+      if (std::none_of(file.begin(), file.end(), [&](const Event& e) { return e == event; }))
+        file.push_back(event);
+    return okStatus();
+  }
+  Status forgetEvents(const std::vector<Event>& events) override {
+    std::erase_if(file, [&](const Event& e) {
+      return std::find(events.begin(), events.end(), e) != events.end();
+    });
+    return okStatus();
+  }
+  Result<std::vector<Event>> takeEvents() override { return std::exchange(file, {}); }
 };
 
 class BatchServiceTest : public ::testing::Test {

@@ -65,6 +65,24 @@ TEST_F(FileKeyValueStoreTest, DamagedFilesReadAsEmptyAndAreReplacedOnWrite) {
   }
 }
 
+// Host text is not always UTF-8 (a user id from a legacy store); writing it must not throw.
+TEST_F(FileKeyValueStoreTest, TextThatIsNotUtf8IsWrittenWithReplacementCharacters) {
+  const fs::path file = dir_ / "defaults.json";
+  {
+    linux_host::FileKeyValueStore store(file);
+    store.setString("device_id", "ABC");
+    store.setString("currentUserId", "user-\xFF\xC3(\xED\xA0\x80-1");
+    store.setString("key-\xFE", "value");
+    EXPECT_EQ(store.getString("currentUserId"), "user-\xFF\xC3(\xED\xA0\x80-1");
+  }
+  linux_host::FileKeyValueStore reopened(file);
+  EXPECT_EQ(reopened.getString("device_id"), "ABC");
+  const std::optional<std::string> user = reopened.getString("currentUserId");
+  ASSERT_TRUE(user);
+  EXPECT_EQ(user->rfind("user-\xEF\xBF\xBD", 0), 0u) << *user;
+  EXPECT_EQ(reopened.getString("key-\xEF\xBF\xBD"), "value");
+}
+
 TEST_F(FileKeyValueStoreTest, DocumentsDirectoryExistsOnceAskedFor) {
   linux_host::FixedDocumentsDirectory documents(dir_ / "Documents");
   EXPECT_TRUE(fs::is_directory(documents.path()));

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
+#include "api/record_codec.h"
 #include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -56,6 +58,10 @@ class FacadeTest : public ::testing::Test {
     serial_ = std::make_shared<testing::ManualExecutor>();
     listener_ = std::make_shared<RecordingListener>(*fake_.mainThread);
     log_.clear();
+    KorvaneSdkTestAccess::reset(sdk_, environment());
+  }
+  // The fakes, the event file in `documents_` and the scripted backend.
+  SdkEnvironment environment() {
     SdkEnvironment environment;
     environment.platform = fake_.services();
     environment.platform.documents =
@@ -64,7 +70,7 @@ class FacadeTest : public ::testing::Test {
     environment.network->initialize(api_);
     environment.tasks = tasks_;
     environment.serial = serial_;
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+    return environment;
   }
   void TearDown() override {
     SdkEnvironment idle;
@@ -107,6 +113,85 @@ class FacadeTest : public ::testing::Test {
   std::filesystem::path documents_ =
       std::filesystem::temp_directory_path() / ("korvane-facade-" + std::to_string(::getpid()));
 };
+
+// A backend outage must not breed diagnostics: failed sends are logged, and only the errors the
+// product names (a failed validation, banner or placement load) become sdk_error events.
+TEST_F(FacadeTest, ATenMinuteOutageBreedsNoSdkErrorEvents) {
+  using namespace std::chrono_literals;
+  const auto outageEnds = fake_.clock->now() + 10min;
+  fake_.http->respond = [&](const HttpRequest& request) -> HttpResult {
+    if (request.url.find("/validate") != std::string::npos)
+      return HttpResponse{200, {}, json::dump(toJson(validAnswer()))};
+    if (fake_.clock->now() < outageEnds) return HttpResponse{503, {}, "Service Unavailable"};
+    return HttpResponse{200, {}, R"({"success":true,"processedCount":20,"failedEventIds":[]})"};
+  };
+  SdkEnvironment overHttp = environment();
+  overHttp.network = std::make_shared<NetworkManager>("SESSION-1");  // over the fake HTTP
+  KorvaneSdkTestAccess::reset(sdk_, std::move(overHttp));
+  initialize();
+  settle();
+  ASSERT_TRUE(sdk_.isInitialized());
+  KorvaneLogger::setLogLevel(LogLevel::error);  // the captured log is restored afterwards
+
+  // Work that breeds work never settles: give up after a generous number of rounds.
+  const auto settles = [&] {
+    for (int round = 0; round < 20; ++round)
+      if (serial_->runAll(50) + tasks_->runAll(50) + fake_.mainThread->runUntilIdle() == 0)
+        return true;
+    return false;
+  };
+  for (int i = 0; i < 1000; ++i) {
+    sdk_.trackEventWithCustomName("tap", "ui", JsonValue{{"i", i}});
+    ASSERT_TRUE(settles()) << "event " << i;
+    fake_.mainThread->advance(600ms);
+    ASSERT_TRUE(settles()) << "event " << i;
+  }
+  fake_.mainThread->advance(5min);  // the backend is back: the timer sends what is queued
+  ASSERT_TRUE(settles());
+
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to send batch: HTTP 503 error"));
+  EXPECT_EQ(sdk_.eventBatchService()->tally().accepted, 1000u) << "no event but the host's";
+  EXPECT_GT(sdk_.eventBatchService()->tally().delivered, 0u);
+}
+
+// Host text that is not UTF-8 (a user id, a category, payload keys and values, an event name)
+// goes through the settings file, the event file and the batch without an exception.
+TEST_F(FacadeTest, HostTextThatIsNotUtf8TravelsTheWholePipeline) {
+  const std::string bad = "x\xFF\xC3(\xED\xA0\x80";
+  SdkEnvironment withSettingsFile = environment();
+  withSettingsFile.platform.userDefaults =
+      std::make_shared<linux_host::FileKeyValueStore>(documents_ / "defaults.json");
+  KorvaneSdkTestAccess::reset(sdk_, std::move(withSettingsFile));
+  reach(Stage::initialized);
+  loginAs("user-" + bad);
+  ASSERT_EQ(listener_->heard, std::vector<std::string>{"success"});
+
+  sdk_.trackEvent(EventType::loginSuccess, "c-" + bad, JsonValue{{"k-" + bad, "v-" + bad}});
+  sdk_.trackEventWithCustomName("n-" + bad, bad, JsonValue{{bad, JsonValue::array({bad, 1})}});
+  sdk_.trackCustomEvent("custom-" + bad, bad, JsonValue{{"nested", {{bad, bad}}}});
+  fake_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+  fake_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+  settle();
+  sdk_.flushEvents();
+  settle();
+
+  std::vector<std::string> names;
+  for (const EventBatch& batch : api_->batches())
+    for (const TrackEventRequest& event : batch.events) {
+      names.push_back(event.name.substr(0, event.name.find('-')));
+      EXPECT_EQ(event.userId->rfind("user-x", 0), 0u);
+    }
+  EXPECT_EQ(names, (std::vector<std::string>{"login_success", "n", "custom"}));
+}
+
+// Initialisation cleans the event file up before the service reads it.
+TEST_F(FacadeTest, InitialisationCleansTheEventFileUp) {
+  std::filesystem::create_directories(documents_);
+  std::ofstream(documents_ / "korvane_events.json") << "[{\"damaged\"";
+  reach(Stage::validating);
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to cleanup old events: "));
+  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to load persisted events: "));
+}
 
 // Each public call in each state of the facade: what it logs or answers.
 TEST_F(FacadeTest, EveryCallInEveryState) {

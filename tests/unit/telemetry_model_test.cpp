@@ -1,8 +1,12 @@
 // Event model, wire conversion, the bounded queue and the event file.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "api/record_codec.h"
 #include "korvane/linux/linux_storage.h"
@@ -209,16 +213,162 @@ TEST_F(EventFileTest, EventsExactlySevenDaysOldAreDropped) {
       << "the old event is gone from the file too";
 }
 
+// Every write keeps the file within its size and age limits, oldest out first, counted and
+// logged: repeated failures and saves can no longer grow it without bound.
+TEST_F(EventFileTest, WritesKeepTheFileWithinItsSizeAndAgeLimits) {
+  const double day = 86400.0 * 1000.0;
+  constexpr std::size_t kLimit = 2000;
+  EventPersistenceManager store(documents_, clock_, "korvane_events.json", kLimit, 604800);
+  const auto ids = [&] {
+    std::ifstream in(file());
+    const Result<std::vector<Event>> decoded =
+        decodeEventFile(std::string(std::istreambuf_iterator<char>(in), {}));
+    std::vector<std::string> found;
+    for (const Event& e : decoded.value()) found.push_back(e.eventId);
+    return found;
+  };
+  testing::LogCapture capture;
+  std::vector<Event> events{eventAt(now() - 8 * day, "stale")};
+  for (int i = 0; i < 30; ++i) events.push_back(eventAt(now() - 30 + i, "e" + std::to_string(i)));
+  std::swap(events[5], events[20]);  // file order is not age order: the oldest go first
+  ASSERT_TRUE(store.saveEvents(events).ok());
+  EXPECT_LE(fs::file_size(file()), kLimit);
+  std::vector<std::string> kept = ids();
+  ASSERT_FALSE(kept.empty());
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), "stale"), 0);
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), "e5"), 0) << "older than every kept event";
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), "e29"), 1);
+  EXPECT_EQ(store.droppedCount(), 31 - kept.size());
+  EXPECT_TRUE(capture.mentions("[W/EventBatchService] Dropped " + std::to_string(31 - kept.size()) +
+                               " events from the event file (1 older than 604800 s, "));
+
+  for (int i = 0; i < 40; ++i) {
+    ASSERT_TRUE(store.saveEvent(eventAt(now(), "s" + std::to_string(i))).ok());
+    ASSERT_TRUE(store.mergeEvents({eventAt(now(), "m" + std::to_string(i))}).ok());
+    EXPECT_LE(fs::file_size(file()), kLimit) << i;
+  }
+  EXPECT_EQ(ids().back(), "m39");
+
+  clock_->advance(std::chrono::hours(24 * 8));
+  ASSERT_TRUE(store.saveEvent(eventAt(now(), "late")).ok());
+  EXPECT_EQ(ids(), std::vector<std::string>{"late"}) << "a single save drops what aged too";
+}
+
+// A data directory that cannot be read (here a loop of symbolic links) fails every file
+// operation with an error; none throws.
+TEST_F(EventFileTest, AnUnreadableDirectoryGivesErrorsNotExceptions) {
+  const fs::path other = dir_.string() + "-loop";
+  fs::remove(other);
+  fs::create_symlink(other, dir_);
+  fs::create_symlink(dir_, other);
+  auto store = manager();
+  EXPECT_FALSE(store.loadEvents().ok());
+  EXPECT_FALSE(store.saveEvent(eventAt(now())).ok());
+  EXPECT_FALSE(store.saveEvents({eventAt(now())}).ok());
+  EXPECT_FALSE(store.clearEvents().ok());
+  testing::LogCapture capture;
+  store.cleanupOldEvents();
+  EXPECT_TRUE(capture.mentions("[E/EventBatchService] Failed to cleanup old events: "));
+  fs::remove(other);
+}
+
+// The crash handler saves through the same lock; when it runs on a thread that died inside a
+// file operation, its save is refused instead of waiting for that thread forever.
+TEST_F(EventFileTest, AFileOperationStartedInsideAnotherOnTheSameThreadIsRefused) {
+  class Reentering final : public DocumentsDirectory {
+   public:
+    explicit Reentering(fs::path dir) : dir_(std::move(dir)) {}
+    fs::path path() const override {
+      if (store && !nested) nested = store->saveEvent(eventAt(1.7e12, "nested"));
+      fs::create_directories(dir_);
+      return dir_;
+    }
+    EventPersistenceManager* store = nullptr;
+    mutable std::optional<Status> nested;
+
+   private:
+    fs::path dir_;
+  };
+  auto documents = std::make_shared<Reentering>(dir_);
+  EventPersistenceManager store(documents, clock_);
+  documents->store = &store;
+  ASSERT_TRUE(store.saveEvent(eventAt(now(), "outer")).ok());
+  ASSERT_TRUE(documents->nested);
+  EXPECT_FALSE(documents->nested->ok());
+  documents->store = nullptr;
+  ASSERT_EQ(store.loadEvents().value().size(), 1u);
+  EXPECT_EQ(store.loadEvents().value()[0].eventId, "outer");
+}
+
+// A file that starts with a UTF-8 byte-order mark loads, so a single save keeps what it holds.
+TEST_F(EventFileTest, AByteOrderMarkedFileKeepsItsEventsThroughASave) {
+  auto store = manager();
+  fs::create_directories(dir_);
+  std::ofstream(file(), std::ios::binary)
+      << "\xEF\xBB\xBF" << encodeEventFile({eventAt(now(), "a"), eventAt(now(), "b")});
+  ASSERT_EQ(store.loadEvents().value().size(), 2u);
+  ASSERT_TRUE(store.saveEvent(eventAt(now(), "c")).ok());
+  const Result<std::vector<Event>> loaded = store.loadEvents();
+  std::vector<std::string> ids;
+  for (const Event& e : loaded.value()) ids.push_back(e.eventId);
+  EXPECT_EQ(ids, (std::vector<std::string>{"a", "b", "c"}));
+}
+
+// A write that fails part-way (here a file-size limit, as a full disk would) leaves the old file
+// whole and reports the failure.
+TEST_F(EventFileTest, AFailedWriteLeavesTheOldFileWhole) {
+  auto store = manager();
+  ASSERT_TRUE(store.saveEvents({eventAt(now(), "kept")}).ok());
+  std::vector<Event> many;
+  for (int i = 0; i < 200; ++i) many.push_back(eventAt(now(), "big" + std::to_string(i)));
+
+  struct rlimit before {};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = before;
+  small.rlim_cur = 4096;
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  const Status saved = store.saveEvents(many);
+  const Status merged = store.mergeEvents(many);
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, oldHandler);
+
+  EXPECT_FALSE(saved.ok());
+  EXPECT_FALSE(merged.ok());
+  const Result<std::vector<Event>> left = store.loadEvents();
+  ASSERT_TRUE(left.ok()) << left.error().description;
+  ASSERT_EQ(left.value().size(), 1u);
+  EXPECT_EQ(left.value()[0].eventId, "kept");
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 1)
+      << "no temporary file is left behind";
+}
+
 TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {
   auto store = manager();
   EXPECT_TRUE(store.loadEvents().ok());
   EXPECT_TRUE(store.loadEvents().value().empty()) << "no file: nothing, no error";
   EXPECT_TRUE(store.clearEvents().ok());
 
-  std::ofstream(file()) << "not an event list";
-  EXPECT_FALSE(store.loadEvents().ok()) << "a damaged file is an error for loading";
-  ASSERT_TRUE(store.saveEvent(eventAt(now(), "fresh")).ok());
-  EXPECT_EQ(store.loadEvents().value().size(), 1u) << "while saving starts a new list";
+  // A damaged file is an error for loading, while saving or merging starts a new list, saying so
+  // once at error level.
+  using Write = std::function<Status(EventPersistenceManager&, const Event&)>;
+  const Write writes[] = {
+      [](EventPersistenceManager& s, const Event& e) { return s.saveEvent(e); },
+      [](EventPersistenceManager& s, const Event& e) { return s.mergeEvents({e}); }};
+  for (const Write& write : writes) {
+    for (const char* damaged : {"not an event list", "[{\"eventId\":", "\xEF\xBB\xBF{}"}) {
+      std::ofstream(file()) << damaged;
+      EXPECT_FALSE(store.loadEvents().ok()) << damaged;
+      testing::LogCapture capture;
+      ASSERT_TRUE(write(store, eventAt(now(), "fresh")).ok());
+      ASSERT_TRUE(write(store, eventAt(now(), "next")).ok());
+      EXPECT_EQ(store.loadEvents().value().size(), 2u) << damaged;
+      EXPECT_EQ(capture.count("[E/EventBatchService] The event file was damaged and is started "
+                              "afresh: "),
+                1u)
+          << damaged;
+    }
+  }
   ASSERT_TRUE(store.clearEvents().ok());
   EXPECT_FALSE(fs::exists(file()));
 

@@ -255,7 +255,8 @@ DevServer::DevServer(Options options)
   // Stopping waits for idle keep-alive connections (a web view keeps some open) to time out.
   server_->set_keep_alive_timeout(1);
   const std::filesystem::path appsFile = options_.dataDir / "apps.json";
-  if (!options_.dataDir.empty() && std::filesystem::exists(appsFile)) {
+  std::error_code ec;
+  if (!options_.dataDir.empty() && std::filesystem::exists(appsFile, ec)) {
     std::ifstream in(appsFile);
     const Json apps = Json::parse(in, nullptr, false);
     if (apps.is_array())

@@ -32,6 +32,9 @@ class KorvaneLogger {
   static void e(std::string_view tag, std::string_view message) {
     logError(LogLevel::error, tag, message, nullptr);
   }
+  // With the error attached, the line also becomes an sdk_error event (network errors aside).
+  // Attach it only to failures worth a diagnostic report, never to ones that recur with every
+  // event sent or stored, or an outage would feed telemetry with reports of itself.
   static void e(std::string_view tag, std::string_view message, const Error& error) {
     logError(LogLevel::error, tag, message, &error);
   }

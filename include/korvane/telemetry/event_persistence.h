@@ -1,9 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "korvane/core/error.h"
@@ -30,11 +33,24 @@ class EventPersistenceProtocol {
   virtual Status clearEvents() = 0;
   // Rewrites the file without events past the maximum age; failures are only logged.
   virtual void cleanupOldEvents() = 0;
+
+  // Each of these reads and rewrites the file as one step that no other operation of this
+  // store can come between, so concurrent writers never undo each other.
+  // Adds the events the file does not hold yet (by identifier) after its own; a damaged file is
+  // replaced.
+  virtual Status mergeEvents(const std::vector<Event>& events) = 0;
+  // Removes these events (by identifier); the file goes when nothing is left in it.
+  virtual Status forgetEvents(const std::vector<Event>& events) = 0;
+  // The file's events younger than the maximum age, and the file removed; a file that cannot
+  // be read is an error and stays.
+  virtual Result<std::vector<Event>> takeEvents() = 0;
 };
 
 // The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
-// `fileName` in the documents directory. Saving one event to a file already holding 1000 or
-// more keeps the newest 500. `maxFileSize` is carried as a setting and not enforced.
+// `fileName` in the documents directory. Every write keeps it within its limits: events past the
+// maximum age leave, then the oldest until the text fits in `maxFileSize` bytes; what leaves is
+// counted and logged. Saving one event to a file already holding 1000 or more keeps the newest
+// 500. The file exists only while it holds events.
 class EventPersistenceManager final : public EventPersistenceProtocol {
  public:
   EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,
@@ -47,19 +63,48 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Result<std::vector<Event>> loadEvents() override;
   Status clearEvents() override;
   void cleanupOldEvents() override;
+  Status mergeEvents(const std::vector<Event>& events) override;
+  Status forgetEvents(const std::vector<Event>& events) override;
+  Result<std::vector<Event>> takeEvents() override;
 
   std::int64_t maxFileSize() const { return maxFileSize_; }
+  // How many events the size and age limits have pushed out of the file so far.
+  std::size_t droppedCount() const { return droppedCount_.load(); }
 
  private:
   struct Loaded {
     std::string path;
     std::vector<Event> young;  // events within the maximum age, in file order
     std::size_t total = 0;     // events in the file
+    bool exists = false;
+    std::optional<Error> damage;  // the file is there but is not an event list
+    std::size_t bytes = 0;        // of its text
+    std::size_t agedOut() const { return total - young.size(); }
   };
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();
-  Status writeLocked(const std::string& path, const std::vector<Event>& events);
+  Status writeLocked(const std::string& path, const std::vector<Event>& events,
+                     std::size_t agedOutBefore = 0);
+  bool isYoung(double timestamp) const;
+  bool fitsSizeLimit(std::size_t bytes) const;  // a negative maxFileSize means no limit
+  static void noteReplacedDamage(const Error& damage);
+  void noteDropped(std::size_t agedOut, std::size_t overSize);
   Status writeTextLocked(const std::string& path, const std::string& text);
+  Status removeLocked(const std::string& path);
+
+  // fileLock_ held for one operation. An operation started on the thread that already holds it
+  // (the crash handler running on a thread that died inside one) is refused rather than left
+  // waiting for itself.
+  class FileLock {
+   public:
+    explicit FileLock(EventPersistenceManager& owner);
+    ~FileLock();
+    Status refusal() const;
+
+   private:
+    EventPersistenceManager& owner_;
+    std::unique_lock<std::mutex> lock_;
+  };
 
   std::shared_ptr<DocumentsDirectory> documents_;
   std::shared_ptr<Clock> clock_;
@@ -67,6 +112,8 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   const std::int64_t maxFileSize_;
   const double maxEventAgeSeconds_;
   std::mutex fileLock_;
+  std::atomic<std::thread::id> fileLockHolder_;
+  std::atomic<std::size_t> droppedCount_{0};
 };
 
 }  // namespace korvane

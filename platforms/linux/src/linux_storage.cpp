@@ -19,7 +19,8 @@ std::filesystem::path defaultDataDirectory() {
     return std::filesystem::path(xdg) / "korvane";
   if (const char* home = std::getenv("HOME"); home && *home)
     return std::filesystem::path(home) / ".local" / "share" / "korvane";
-  return std::filesystem::current_path() / "korvane-data";
+  std::error_code ec;  // a working directory that is gone leaves a relative path
+  return std::filesystem::current_path(ec) / "korvane-data";
 }
 
 FileKeyValueStore::FileKeyValueStore(std::filesystem::path file) : file_(std::move(file)) {
@@ -60,7 +61,8 @@ void FileKeyValueStore::persistLocked() const {
   const std::filesystem::path temporary = file_.string() + ".tmp";
   {
     std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out << nlohmann::json(values_).dump();
+    // Host text need not be UTF-8: bytes that are not become U+FFFD rather than an exception.
+    out << nlohmann::json(values_).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     if (!out.flush()) {
       KorvaneLogger::w(kTag, "Could not write settings file " + temporary.string());
       return;
