@@ -1,5 +1,7 @@
 #include "korvane/telemetry/event_batch_service.h"
 
+#include <algorithm>
+
 #include <cmath>
 #include <cstdio>
 
@@ -375,6 +377,15 @@ void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> bat
     batchSize_ = static_cast<std::size_t>(*batchSize);
     KorvaneLogger::d(kTag, "Updated batch size to: " + std::to_string(*batchSize));
     changed = true;
+  }
+  if (flushIntervalSeconds && *flushIntervalSeconds > 0) {
+    const double clamped =
+        std::clamp(*flushIntervalSeconds, kMinFlushIntervalSeconds, kMaxFlushIntervalSeconds);
+    if (clamped != *flushIntervalSeconds)
+      KorvaneLogger::w(kTag, "Flush interval " + swiftNumber(*flushIntervalSeconds) +
+                                 " seconds is out of range; using " + swiftNumber(clamped) +
+                                 " seconds");
+    flushIntervalSeconds = clamped;
   }
   if (flushIntervalSeconds && *flushIntervalSeconds > 0 &&
       *flushIntervalSeconds != flushInterval()) {

@@ -1,6 +1,8 @@
 // The batch service with a manual clock, main thread, executor and a scripted backend.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <set>
 
 #include "fake_platform.h"
@@ -308,6 +310,34 @@ TEST_F(BatchServiceTest, ServerSettingsApplyOnlyWhenValidAndChanged) {
   const auto delays = platform_.mainThread->pendingDelays();
   ASSERT_EQ(delays.size(), 1u);
   EXPECT_LE(delays[0], 2400ms) << "the timer restarted with the new interval";
+}
+
+// A server interval the timers cannot take is brought into range and said so; the timer then
+// runs at the range's edge instead of spinning or overflowing.
+TEST_F(BatchServiceTest, AbsurdServerIntervalsAreClampedAndLogged) {
+  struct Case {
+    double seconds;
+    double applied;
+  };
+  const Case cases[] = {{0.001, 1.0},
+                        {1e16, 86400.0},
+                        {std::numeric_limits<double>::infinity(), 86400.0},
+                        {9.2e15, 86400.0},
+                        {45.0, 45.0}};
+  for (const Case& c : cases) {
+    auto service = makeService();
+    settle();
+    LogCapture capture(LogLevel::warning);
+    service->updateBatchConfiguration(std::nullopt, c.seconds);
+    EXPECT_EQ(service->flushInterval(), c.applied) << c.seconds;
+    EXPECT_EQ(capture.mentions("[W/EventBatchService] Flush interval "), c.applied != c.seconds)
+        << c.seconds;
+    platform_.mainThread->runUntilIdle();
+    const auto delays = platform_.mainThread->pendingDelays();
+    ASSERT_FALSE(delays.empty()) << c.seconds;
+    EXPECT_GE(delays.back(), std::chrono::milliseconds(std::llround(c.applied * 800)));
+    EXPECT_LE(delays.back(), std::chrono::milliseconds(std::llround(c.applied * 1200)));
+  }
 }
 
 TEST_F(BatchServiceTest, CriticalEventsAreWrittenToTheFileAtOnce) {

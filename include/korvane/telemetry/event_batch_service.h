@@ -90,6 +90,10 @@ class EventBatchService : public EventBatchServiceProtocol,
   static constexpr double kRetryBaseDelay = 5.0;
   static constexpr double kRetryMaxDelay = 60.0;
   static constexpr double kFlushJitterFraction = 0.2;
+  // A server interval outside this range is brought into it: shorter would keep the main thread
+  // busy with ticks, longer would overflow the platform timers' arithmetic.
+  static constexpr double kMinFlushIntervalSeconds = 1.0;
+  static constexpr double kMaxFlushIntervalSeconds = 86400.0;
 
  private:
   void start();
