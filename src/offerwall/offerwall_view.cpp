@@ -154,6 +154,11 @@ void OfferwallViewImpl::load(OfferwallPage page) {
   if (!SdkInternals::session()->environment().platform.screens) {
     return reportError("Failed to load offerwall: no screen presenter on this platform");
   }
+  // An address that cannot be loaded leaves the pages shown as they are.
+  if (!page.baseUrl || !url::isValid(*page.baseUrl)) {
+    KorvaneLogger::e(kTag, "Invalid offerwall URL");
+    return reportError("Invalid offerwall URL");
+  }
   hasClosed = false;
   tearDown();
   trust = bridgeTrustForOfferwall(page.baseUrl);

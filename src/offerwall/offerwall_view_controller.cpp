@@ -1,5 +1,7 @@
 #include "korvane/offerwall/offerwall_view_controller.h"
 
+#include <cstdint>
+
 #include "api/url_text.h"
 #include "core/sdk_session.h"
 #include "korvane/core/korvane_sdk.h"
@@ -21,6 +23,9 @@ constexpr const char* kBackButtonTitle = "< 뒤로";
 // controller. Main thread only.
 struct TypeWideState {
   std::shared_ptr<OfferwallCallback> offerwallCallback;
+  // Counts the callbacks set, so that an opening ending late (its dismissal still fading) leaves
+  // a newer opening's callback alone.
+  std::uint64_t callbackGeneration = 0;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
   bool hasFiredOnClosed = false;
   std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers;
@@ -91,8 +96,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
 
   // PageHost
   void closeFromPage() override { closePage(); }
+  // Inner pages report their load failures too; only a missing address is the root's alone.
   void reportError(const std::string& message) override {
-    if (!isSubPage() && typeWide().offerwallCallback)
+    if (ownsCallback() && typeWide().offerwallCallback)
       typeWide().offerwallCallback->onError(message);
   }
   void onScriptMessage(const ScriptMessage& message) override { dispatcher_->receive(message); }
@@ -107,6 +113,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void dismissedBySystem();
   void fireOnClosedOnce();
   void finishDismissal();
+  // The callback set now is still the one of the opening this page belongs to.
+  bool ownsCallback() const;
 
   std::weak_ptr<KorvaneOfferwallViewController> owner_;
   std::shared_ptr<BridgeDispatcher> dispatcher_;
@@ -119,6 +127,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::weak_ptr<OfferwallControllerImpl> container_;
   // Inner pages trust what the page that opened them trusts, never their own page-given address.
   std::optional<BridgeTrust> inheritedTrust_;
+  // The callback generation when the first page of this opening loaded; inner pages share it.
+  std::uint64_t openingGeneration_ = 0;
 };
 
 ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer) const {
@@ -182,6 +192,7 @@ void OfferwallControllerImpl::viewDidLoad() {
     if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
   if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
+  if (!self->isSubWebView) openingGeneration_ = typeWide().callbackGeneration;
   attach(screen_->webView(), session);
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
@@ -201,7 +212,12 @@ void OfferwallControllerImpl::viewDidLoad() {
   loadComposed(/*includeQuizItems=*/true);
 }
 
+bool OfferwallControllerImpl::ownsCallback() const {
+  return openingGeneration_ == typeWide().callbackGeneration;
+}
+
 void OfferwallControllerImpl::fireOnClosedOnce() {
+  if (!ownsCallback()) return;
   TypeWideState& state = typeWide();
   if (state.hasFiredOnClosed) {
     KorvaneLogger::d(kTag, "onClosed already fired, ignoring duplicate");
@@ -212,6 +228,8 @@ void OfferwallControllerImpl::fireOnClosedOnce() {
 }
 
 void OfferwallControllerImpl::closeProcedure() {
+  // A replacement closes as the page it replaced: for the first page, that ends the opening.
+  if (auto container = container_.lock()) return container->closeProcedure();
   KorvaneLogger::d(kTag, "Closing offerwall");
   if (isSubPage()) return dismiss(true);
   auto subs = std::move(typeWide().activeSubControllers);
@@ -236,13 +254,12 @@ void OfferwallControllerImpl::dismissedBySystem() {
 }
 
 void OfferwallControllerImpl::closePage() {
+  if (auto container = container_.lock()) return container->closePage();
   if (!isSubPage()) fireOnClosedOnce();
   dismiss(true);
 }
 
 void OfferwallControllerImpl::dismiss(bool animated) {
-  if (auto container = container_.lock(); container && !container->dismissing_)
-    return container->dismiss(animated);
   if (!screen_ || dismissing_) return;
   dismissing_ = true;
   std::weak_ptr<OfferwallControllerImpl> weak =
@@ -261,7 +278,7 @@ void OfferwallControllerImpl::finishDismissal() {
       auto alive = w.value.lock();
       return !alive || alive == self;
     });
-  } else {
+  } else if (ownsCallback()) {
     state.offerwallCallback = nullptr;
   }
   detach();
@@ -276,6 +293,7 @@ void OfferwallControllerImpl::openPage(const std::string& url) {
   sub->baseUrl = url;
   sub->isSubWebView = true;
   sub->impl_->inheritedTrust_ = dispatcher_->trust();
+  sub->impl_->openingGeneration_ = openingGeneration_;
   if (std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser())
     sub->userId = user->userId();
   if (std::optional<KorvaneSdkConfig> config = KorvaneSdk::shared().getConfig())
@@ -304,6 +322,7 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
         KorvaneLogger::d(kTag, "WebView replaced successfully with child VC");
       });
   child->impl_->container_ = weak;
+  child->impl_->openingGeneration_ = openingGeneration_;
   child->impl_->inheritedTrust_ = dispatcher_->trust();
   child->impl_->adoptScreen(std::move(childScreen));
   child_ = child;
@@ -345,6 +364,7 @@ std::string KorvaneOfferwallViewController::advertisingId() const {
 void KorvaneOfferwallViewController::setOfferwallCallback(
     std::shared_ptr<OfferwallCallback> callback) {
   typeWide().offerwallCallback = std::move(callback);
+  ++typeWide().callbackGeneration;
 }
 std::shared_ptr<OfferwallCallback> KorvaneOfferwallViewController::offerwallCallback() {
   return typeWide().offerwallCallback;

@@ -83,6 +83,7 @@ class FakePresenter final : public ScreenPresenter {
     }
     void dismiss(bool animated, std::function<void()> done) override {
       owner_.journal.push_back(name_ + (animated ? " dismissed animated" : " dismissed"));
+      if (owner_.holdDismissals && done) return owner_.heldDismissals.push_back(std::move(done));
       if (done) done();
     }
     FakeWebView view;
@@ -115,6 +116,9 @@ class FakePresenter final : public ScreenPresenter {
   ScreenOptions lastOptions;
   PresentationAnchor* lastOver = nullptr;
   std::function<void()> pendingSlide;
+  // Dismissals that end later, as an animated one does, until the test finishes them.
+  bool holdDismissals = false;
+  std::vector<std::function<void()>> heldDismissals;
   int made = 0;
 };
 

@@ -338,6 +338,70 @@ TEST_F(OfferwallTest, ClosingAReplacementClosesThePageItReplaced) {
   EXPECT_TRUE(callback_->heard.empty());
 }
 
+// However an opening whose first page replaced itself ends, onClosed is heard exactly once.
+TEST_F(OfferwallTest, AReplacedFirstPageReportsOnClosedOnceWhicheverWayItEnds) {
+  using Ending = std::function<void(FakePresenter::FakeScreen & root,
+                                    FakePresenter::FakeScreen & replacement)>;
+  const std::pair<const char*, Ending> endings[] = {
+      {"the replacement's close message",
+       [](auto&, auto& replacement) { replacement.view.post(R"({"type":"close"})"); }},
+      {"the replacement's close button", [](auto&, auto& replacement) { replacement.close(); }},
+      {"the replacement navigating to korvane://close",
+       [](auto&, auto& replacement) {
+         replacement.view.delegate.lock()->decidePolicy({"korvane://close", true});
+       }},
+      {"the first page's close button", [](auto& root, auto&) { root.close(); }},
+      {"the window closed",
+       [](auto& root, auto&) {
+         std::function<void()> handler = root.dismissed;
+         handler();
+       }},
+  };
+  for (const auto& [name, end] : endings) {
+    auto heard = std::make_shared<RecordingCallback>();
+    KorvaneOfferwallViewController::setOfferwallCallback(heard);
+    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+    auto root = present("https://hub.example/");
+    screen(0).view.post(R"({"type":"closeOpenWebView","data":{"url":"https://hub.example/b"}})");
+    settle();
+    ASSERT_EQ(presenter_->live.size(), 2u) << name;
+    presenter_->pendingSlide();
+    end(screen(0), screen(1));
+    settle();
+    EXPECT_EQ(heard->heard, std::vector<std::string>{"closed"}) << name;
+    EXPECT_TRUE(presenter_->live.empty()) << name;
+  }
+}
+
+// An opening started while the last one's dismissal still runs keeps its callback, and inner
+// pages report their load failures like the first page.
+TEST_F(OfferwallTest, CallbacksBelongToTheirOpening) {
+  auto first = present("https://hub.example/");
+  presenter_->holdDismissals = true;
+  first->closeOfferwall();
+  ASSERT_EQ(presenter_->heldDismissals.size(), 1u) << "the first opening is still fading out";
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+
+  auto next = std::make_shared<RecordingCallback>();
+  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  KorvaneOfferwallViewController::setOfferwallCallback(next);
+  auto second = present("https://hub.example/");
+  presenter_->holdDismissals = false;
+  auto ended = std::move(presenter_->heldDismissals);
+  for (auto& done : ended) done();
+  ASSERT_EQ(KorvaneOfferwallViewController::offerwallCallback(), next);
+
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 2u);
+  screen(1).view.delegate.lock()->didFailNavigation(
+      Error{Error::kUrlLoadingDomain, -1004, "Could not connect"}, false);
+  second->closeOfferwall();
+  EXPECT_EQ(next->heard, (std::vector<std::string>{
+                             "error:Failed to load offerwall: Could not connect", "closed"}));
+  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
 // What platforms whose pages are their own objects (iOS view controllers and views) rely on: a
 // page the app presented itself, a page the app took away itself, and a stack whose first page
 // the platform makes inside the app's view.
@@ -571,6 +635,16 @@ TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
   settle();
   EXPECT_EQ(viewCallback->heard, (std::vector<std::string>{"opened", "closed"}));
   EXPECT_EQ(view->stackSize(), 1u);
+
+  // An address that cannot be loaded reports only the error and keeps the pages shown.
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  view->loadOfferwall("not a url", "u1", "key", "home");
+  settle();
+  EXPECT_EQ(viewCallback->heard,
+            (std::vector<std::string>{"opened", "closed", "error:Invalid offerwall URL"}));
+  EXPECT_EQ(view->stackSize(), 2u);
+  EXPECT_EQ(presenter_->live.size(), 2u);
 }
 
 TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
