@@ -124,9 +124,13 @@ class Tour {
                  eval("document.querySelectorAll('.offer').length") + " offers");
     if (session_.options().screenshot) {
       const std::string& path = *session_.options().screenshot;
-      pumpFor(400ms);  // let the page paint
-      const bool saved = linux_host::saveScreenshot(*top(), path);
-      if (session_.expect(saved && std::filesystem::file_size(path) > 0, "a screenshot"))
+      // The first paint can come late (a cold font cache): wait for a picture with content,
+      // within bounds, and never save a blank one.
+      std::filesystem::remove(path);
+      pumpFor(400ms);  // let the page finish painting once it has started
+      const bool saved = pumpUntil([&] { return linux_host::saveScreenshot(*top(), path); });
+      if (session_.expect(saved && std::filesystem::file_size(path) > 0,
+                          "a screenshot that shows the page"))
         session_.say("  📸 screenshot saved to " + path);
     }
     return true;

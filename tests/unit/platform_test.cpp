@@ -2,12 +2,16 @@
 
 #include <glib.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <set>
 #include <thread>
+#include <vector>
 
+#include "korvane/linux/drawn_pixels.h"
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
@@ -187,6 +191,38 @@ TEST(TransportError, KindsMapToUrlLoadingCodes) {
     EXPECT_TRUE(error.isNetworkError());
     EXPECT_EQ(error.description, "text");
   }
+}
+
+// A window picture of one colour is blank, whatever the row padding holds; one differing pixel
+// anywhere, the last one included, is content.
+TEST(DrawnPixels, OneColourThroughoutIsBlank) {
+  constexpr int kWidth = 3, kHeight = 2, kChannels = 4;
+  constexpr std::size_t kStride = 16;  // 12 bytes of pixels and 4 of padding a row
+  struct Case {
+    const char* name;
+    std::function<void(std::vector<std::uint8_t>&)> change;
+    bool content;
+  };
+  const Case cases[] = {
+      {"uniform", [](auto&) {}, false},
+      {"padding differs",
+       [](auto& p) {
+         p[12] = 0;
+         p[kStride + 15] = 7;
+       },
+       false},
+      {"first pixel differs", [](auto& p) { p[0] = 0; }, true},
+      {"last pixel's alpha differs", [](auto& p) { p[kStride + 11] = 1; }, true},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::uint8_t> pixels(kStride * kHeight, 0xEE);
+    c.change(pixels);
+    EXPECT_EQ(linux_host::showsContent(pixels.data(), kWidth, kHeight, kStride, kChannels),
+              c.content)
+        << c.name;
+  }
+  EXPECT_FALSE(linux_host::showsContent(nullptr, 1, 1, 4, 4));
+  EXPECT_FALSE(linux_host::showsContent(std::vector<std::uint8_t>(4).data(), 0, 1, 4, 4));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "korvane/linux/gtk_screens.h"
+#include "korvane/linux/drawn_pixels.h"
 
 #include <gtk/gtk.h>
 
@@ -230,7 +231,11 @@ bool saveScreenshot(Screen& screen, const std::string& path) {
   GdkPixbuf* pixels = gdk_pixbuf_get_from_window(drawn, 0, 0, gdk_window_get_width(drawn),
                                                  gdk_window_get_height(drawn));
   if (!pixels) return false;
-  const bool saved = gdk_pixbuf_save(pixels, path.c_str(), "png", nullptr, nullptr);
+  const bool saved = showsContent(gdk_pixbuf_read_pixels(pixels), gdk_pixbuf_get_width(pixels),
+                                  gdk_pixbuf_get_height(pixels),
+                                  static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixels)),
+                                  gdk_pixbuf_get_n_channels(pixels)) &&
+                     gdk_pixbuf_save(pixels, path.c_str(), "png", nullptr, nullptr);
   g_object_unref(pixels);
   return saved;
 }

@@ -29,7 +29,8 @@ class GtkScreenPresenter final : public ScreenPresenter {
   std::shared_ptr<std::vector<Screen*>> screens_;
 };
 
-// Saves the window that shows `screen` as a PNG; false when it has nothing drawn yet.
+// Saves the window that shows `screen` as a PNG; false, saving nothing, while it shows nothing
+// drawn yet (one colour throughout).
 bool saveScreenshot(Screen& screen, const std::string& path);
 
 }  // namespace korvane::linux_host
