@@ -91,7 +91,9 @@ constexpr const char* kBridgeWorld = "korvane-bridge";
 // A script with the handler's name and its event type put in as string literals.
 std::string withHandler(std::string script, const std::string& handler) {
   const auto put = [&](std::string_view placeholder, const std::string& text) {
-    script.replace(script.find(placeholder), placeholder.size(), nlohmann::json(text).dump());
+    script.replace(
+        script.find(placeholder), placeholder.size(),
+        nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
   };
   put("$NAME", handler);
   put("$TYPE", "korvane-script-message:" + handler);
