@@ -18,6 +18,29 @@
 namespace korvane {
 namespace {
 
+// The batch service over real threads, a real clock and a real event file, with a scripted
+// backend.
+BatchServiceDependencies realDependencies(std::shared_ptr<EventQueueManager> queue,
+                                          std::shared_ptr<EventPersistenceManager> persistence,
+                                          std::shared_ptr<testing::ScriptedApi> api,
+                                          testing::MainLoopThread& loop,
+                                          std::shared_ptr<testing::FakeLifecycle> lifecycle,
+                                          std::shared_ptr<linux_host::SystemClock> clock) {
+  BatchServiceDependencies deps;
+  deps.queue = std::move(queue);
+  deps.persistence = std::move(persistence);
+  deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
+    return std::shared_ptr<ApiService>(api);
+  };
+  deps.context = [] { return SendContext{"S", "u", "D", "I", "17"}; };
+  deps.mainThread = loop.mainThread();
+  deps.clock = std::move(clock);
+  deps.random = std::make_shared<linux_host::SystemRandom>();
+  deps.lifecycle = std::move(lifecycle);
+  deps.executor = std::make_shared<ThreadPoolExecutor>(2);
+  return deps;
+}
+
 TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
   testing::LogCapture quiet(LogLevel::verbose);  // build every log line too
   KorvaneLogger::setLineWriter([](std::string_view) {});
@@ -30,19 +53,11 @@ TEST(Concurrency, TrackingFlushingAndLifecycleChangesAtOnce) {
   auto clock = std::make_shared<linux_host::SystemClock>();
   auto queue = std::make_shared<EventQueueManager>();
   {
-    BatchServiceDependencies deps;
-    deps.queue = queue;
-    deps.persistence = std::make_shared<EventPersistenceManager>(
-        std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock);
-    deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
-      return std::shared_ptr<ApiService>(api);
-    };
-    deps.context = [] { return SendContext{"S", "u", "D", "I", "17"}; };
-    deps.mainThread = loop.mainThread();
-    deps.clock = clock;
-    deps.random = std::make_shared<linux_host::SystemRandom>();
-    deps.lifecycle = lifecycle;
-    deps.executor = std::make_shared<ThreadPoolExecutor>(2);
+    BatchServiceDependencies deps =
+        realDependencies(queue,
+                         std::make_shared<EventPersistenceManager>(
+                             std::make_shared<linux_host::FixedDocumentsDirectory>(dir), clock),
+                         api, loop, lifecycle, clock);
     auto service = EventBatchService::create(std::move(deps), 20, 0.05);
 
     constexpr int kThreads = 6, kPerThread = 300;
@@ -122,18 +137,8 @@ TEST(Concurrency, EventFileRewritesNeverLoseAnEvent) {
   };
   constexpr int kThreads = 3, kPerThread = 1200;
   {
-    BatchServiceDependencies deps;
-    deps.queue = queue;
-    deps.persistence = persistence;
-    deps.api = [api]() -> Result<std::shared_ptr<ApiService>> {
-      return std::shared_ptr<ApiService>(api);
-    };
-    deps.context = [] { return SendContext{"S", "u", "D", "I", "17"}; };
-    deps.mainThread = loop.mainThread();
-    deps.clock = clock;
-    deps.random = std::make_shared<linux_host::SystemRandom>();
-    deps.lifecycle = lifecycle;
-    deps.executor = std::make_shared<ThreadPoolExecutor>(2);
+    BatchServiceDependencies deps =
+        realDependencies(queue, persistence, api, loop, lifecycle, clock);
     auto service = EventBatchService::create(std::move(deps), 5, 3600);
 
     std::vector<std::thread> threads;
