@@ -23,9 +23,9 @@ constexpr const char* kBackButtonTitle = "< 뒤로";
 // controller. Main thread only.
 struct TypeWideState {
   std::shared_ptr<OfferwallCallback> offerwallCallback;
-  // Counts the callbacks set, so that an opening ending late (its dismissal still fading) leaves
-  // a newer opening's callback alone.
-  std::uint64_t callbackGeneration = 0;
+  // Counts the openings, so that one ending late (its dismissal still fading) leaves a newer
+  // opening's callback alone.
+  std::uint64_t openings = 0;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
   bool hasFiredOnClosed = false;
   std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers;
@@ -113,7 +113,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void dismissedBySystem();
   void fireOnClosedOnce();
   void finishDismissal();
-  // The callback set now is still the one of the opening this page belongs to.
+  // No newer opening has started since this page's: the callbacks set now are its own.
   bool ownsCallback() const;
 
   std::weak_ptr<KorvaneOfferwallViewController> owner_;
@@ -127,7 +127,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::weak_ptr<OfferwallControllerImpl> container_;
   // Inner pages trust what the page that opened them trusts, never their own page-given address.
   std::optional<BridgeTrust> inheritedTrust_;
-  // The callback generation when the first page of this opening loaded; inner pages share it.
+  // Which opening this page belongs to; inner pages share their first page's.
   std::uint64_t openingGeneration_ = 0;
 };
 
@@ -192,7 +192,7 @@ void OfferwallControllerImpl::viewDidLoad() {
     if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
   if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
-  if (!self->isSubWebView) openingGeneration_ = typeWide().callbackGeneration;
+  if (!self->isSubWebView) openingGeneration_ = ++typeWide().openings;
   attach(screen_->webView(), session);
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
@@ -213,7 +213,7 @@ void OfferwallControllerImpl::viewDidLoad() {
 }
 
 bool OfferwallControllerImpl::ownsCallback() const {
-  return openingGeneration_ == typeWide().callbackGeneration;
+  return openingGeneration_ == typeWide().openings;
 }
 
 void OfferwallControllerImpl::fireOnClosedOnce() {
@@ -364,7 +364,6 @@ std::string KorvaneOfferwallViewController::advertisingId() const {
 void KorvaneOfferwallViewController::setOfferwallCallback(
     std::shared_ptr<OfferwallCallback> callback) {
   typeWide().offerwallCallback = std::move(callback);
-  ++typeWide().callbackGeneration;
 }
 std::shared_ptr<OfferwallCallback> KorvaneOfferwallViewController::offerwallCallback() {
   return typeWide().offerwallCallback;

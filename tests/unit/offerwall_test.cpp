@@ -400,6 +400,14 @@ TEST_F(OfferwallTest, CallbacksBelongToTheirOpening) {
   EXPECT_EQ(next->heard, (std::vector<std::string>{
                              "error:Failed to load offerwall: Could not connect", "closed"}));
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+
+  // A callback set after the page is shown belongs to the opening shown.
+  auto third = present("https://hub.example/");
+  auto late = std::make_shared<RecordingCallback>();
+  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+  KorvaneOfferwallViewController::setOfferwallCallback(late);
+  third->closeOfferwall();
+  EXPECT_EQ(late->heard, std::vector<std::string>{"closed"});
 }
 
 // What platforms whose pages are their own objects (iOS view controllers and views) rely on: a
