@@ -20,7 +20,8 @@ void checkHostText(const std::string& text) {
   const std::string file = encodeEventFile({hostile, hostile});
   const Result<std::vector<Event>> back = decodeEventFile(file);
   if (!back || back.value().size() != 2 || validEventCount(file) != 2u) std::abort();
-  EventBatch batch{text, text, text, text, toTrackEventRequests(back.value(), {text, text})};
+  EventBatch batch{text, text, text, text,
+                   toTrackEventRequests(back.value(), {text, text, text, text, text})};
   if (!json::Json::accept(encodeBatchBody(batch))) std::abort();
 }
 
