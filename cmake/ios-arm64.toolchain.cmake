@@ -1,10 +1,12 @@
 # Cross-compiles for iOS (arm64 devices, or the simulator) with clang and libc++ against the SDK at
-# IOS_SDK. Works on macOS and, with clang, lld and libc++ headers installed, on Linux.
+# IOS_SDK. Works on macOS and, with Debian's clang-19, lld-19 and llvm-19, on Linux.
 set(CMAKE_SYSTEM_NAME iOS)
 set(CMAKE_OSX_DEPLOYMENT_TARGET 14.0)
 
-# The SDK comes from IOS_SDK at the first configure and is remembered for later ones.
-if(DEFINED ENV{IOS_SDK})
+# The SDK: KORVANE_IOS_SDK, else IOS_SDK at the first configure; remembered for later ones. The
+# compiler checks run in projects of their own, which get the same variables passed on.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KORVANE_IOS_SDK KORVANE_IOS_TARGET KORVANE_LLVM_ROOT)
+if(NOT KORVANE_IOS_SDK AND DEFINED ENV{IOS_SDK})
   set(KORVANE_IOS_SDK "$ENV{IOS_SDK}" CACHE PATH "The iPhoneOS SDK directory")
 endif()
 if(NOT KORVANE_IOS_SDK)
@@ -12,9 +14,9 @@ if(NOT KORVANE_IOS_SDK)
 endif()
 set(CMAKE_OSX_SYSROOT "${KORVANE_IOS_SDK}")
 
-# The device by default; the XCFramework script builds the simulator slices with
-# KORVANE_IOS_TARGET=arm64-apple-ios14.0-simulator (or x86_64-...) and the simulator SDK.
-if(DEFINED ENV{KORVANE_IOS_TARGET})
+# The device by default; scripts/ios-build.sh builds the Simulator slice with
+# KORVANE_IOS_TARGET=arm64-apple-ios14.0-simulator and the simulator SDK.
+if(NOT KORVANE_IOS_TARGET AND DEFINED ENV{KORVANE_IOS_TARGET})
   set(KORVANE_IOS_TARGET "$ENV{KORVANE_IOS_TARGET}" CACHE STRING "Clang target triple")
 endif()
 if(NOT KORVANE_IOS_TARGET)
@@ -24,8 +26,18 @@ set(_korvane_target ${KORVANE_IOS_TARGET})
 string(REGEX MATCH "^[a-z0-9_]+" CMAKE_SYSTEM_PROCESSOR "${KORVANE_IOS_TARGET}")
 set(CMAKE_OSX_ARCHITECTURES ${CMAKE_SYSTEM_PROCESSOR})
 
-find_program(_korvane_clang NAMES clang clang-14 REQUIRED)
-find_program(_korvane_clangxx NAMES clang++ clang++-14 REQUIRED)
+if(CMAKE_HOST_APPLE)
+  find_program(_korvane_clang NAMES clang REQUIRED)
+  find_program(_korvane_clangxx NAMES clang++ REQUIRED)
+else()
+  # Off macOS: Debian's LLVM 19, whose clang reads the iOS 26 SDK's headers and whose lld links
+  # Mach-O. Every tool of the build comes from the same LLVM (scripts/ios-build.sh puts its bin
+  # first on PATH for the checks as well).
+  set(KORVANE_LLVM_ROOT "/usr/lib/llvm-19" CACHE PATH "The LLVM that builds the iOS layer off macOS")
+  find_program(_korvane_clang NAMES clang PATHS "${KORVANE_LLVM_ROOT}/bin" NO_DEFAULT_PATH REQUIRED)
+  find_program(_korvane_clangxx NAMES clang++ PATHS "${KORVANE_LLVM_ROOT}/bin" NO_DEFAULT_PATH
+               REQUIRED)
+endif()
 set(CMAKE_C_COMPILER ${_korvane_clang})
 set(CMAKE_CXX_COMPILER ${_korvane_clangxx})
 set(CMAKE_OBJC_COMPILER ${_korvane_clang})
@@ -35,30 +47,27 @@ foreach(lang C CXX OBJC OBJCXX)
 endforeach()
 
 if(NOT CMAKE_HOST_APPLE)
-  # Off macOS: lld links Mach-O, and libc++'s headers come from the host's LLVM. The host's libc++
-  # is configured for Linux, where Apple's availability markup is off; a copy of its site
-  # configuration with the markup on makes the compiler refuse library features that the system
-  # libc++ of iOS 14 does not have.
-  set(KORVANE_HOST_LIBCXX_INCLUDE "/usr/lib/llvm-14/include/c++/v1" CACHE PATH "libc++ headers")
-  set(_korvane_site_dir "${CMAKE_BINARY_DIR}/libcxx-apple-site")
-  if(NOT EXISTS "${_korvane_site_dir}/__config_site")
-    file(READ "${KORVANE_HOST_LIBCXX_INCLUDE}/__config_site" _korvane_site)
-    string(REPLACE "#define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS" "" _korvane_site
-                   "${_korvane_site}")
-    file(WRITE "${_korvane_site_dir}/__config_site" "${_korvane_site}")
-  endif()
-  set(_korvane_flags
-      "-stdlib=libc++ -nostdinc++ -isystem ${_korvane_site_dir} -isystem ${KORVANE_HOST_LIBCXX_INCLUDE}")
-  set(CMAKE_CXX_FLAGS_INIT "${_korvane_flags}")
-  set(CMAKE_OBJCXX_FLAGS_INIT "${_korvane_flags}")
+  # The SDK's own libc++ headers, named explicitly so that an LLVM libc++ installed on the host
+  # can never take their place: they carry Apple's availability markup, so library features the
+  # system libc++ of iOS 14 lacks fail the build rather than the app at launch. UIKit's headers
+  # import frameworks from SubFrameworks, which Xcode's clang searches on its own.
+  set(_korvane_flags "-iframework ${KORVANE_IOS_SDK}/System/Library/SubFrameworks")
+  set(_korvane_cxx_flags
+      "${_korvane_flags} -stdlib=libc++ -nostdinc++ -isystem ${KORVANE_IOS_SDK}/usr/include/c++/v1")
+  set(CMAKE_C_FLAGS_INIT "${_korvane_flags}")
+  set(CMAKE_OBJC_FLAGS_INIT "${_korvane_flags}")
+  set(CMAKE_CXX_FLAGS_INIT "${_korvane_cxx_flags}")
+  set(CMAKE_OBJCXX_FLAGS_INIT "${_korvane_cxx_flags}")
   # Linking sees the compile-only header flags above; they are not a problem there.
   set(_korvane_link "-fuse-ld=lld -Wno-unused-command-line-argument")
   set(CMAKE_EXE_LINKER_FLAGS_INIT "${_korvane_link}")
   set(CMAKE_SHARED_LINKER_FLAGS_INIT "${_korvane_link}")
   set(CMAKE_MODULE_LINKER_FLAGS_INIT "${_korvane_link}")
-  find_program(CMAKE_AR NAMES llvm-ar llvm-ar-14 REQUIRED)
-  find_program(CMAKE_RANLIB NAMES llvm-ranlib llvm-ranlib-14 REQUIRED)
-  find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool llvm-install-name-tool-14)
+  find_program(CMAKE_AR NAMES llvm-ar PATHS "${KORVANE_LLVM_ROOT}/bin" NO_DEFAULT_PATH REQUIRED)
+  find_program(CMAKE_RANLIB NAMES llvm-ranlib PATHS "${KORVANE_LLVM_ROOT}/bin" NO_DEFAULT_PATH
+               REQUIRED)
+  find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool
+               PATHS "${KORVANE_LLVM_ROOT}/bin" NO_DEFAULT_PATH)
 endif()
 
 set(CMAKE_FIND_ROOT_PATH "${CMAKE_OSX_SYSROOT}")

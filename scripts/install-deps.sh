@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, tests and tools need (WebKitGTK and Xvfb for the
-# offerwall's web view and its tests, fonts for the sample pages' Korean and emoji). Safe to run
+# offerwall's web view and its tests, fonts for the sample pages' Korean and emoji; clang 14 for the
+# libc++ and fuzz builds, LLVM 19 for the iOS cross-build). Safe to run
 # again: packages already present are left alone and nothing is downloaded when all are there.
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ clang lld llvm pkg-config git
+  cmake ninja-build g++ clang-14 lld-14 llvm-14 pkg-config git python3
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
+  clang-19 lld-19 llvm-19
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
   libwebkit2gtk-4.1-dev xvfb xauth fonts-nanum fonts-noto-color-emoji locales

@@ -65,7 +65,8 @@ def dump_blocks(framework, sdk):
     blocks = []
     for name_filter in NAME_FILTERS:
         done = subprocess.run(
-            ["clang", f"--target={TARGET}", "-isysroot", sdk, "-fobjc-arc", "-F", str(Path(framework).parent),
+            ["clang", f"--target={TARGET}", "-isysroot", sdk, "-iframework", f"{sdk}/System/Library/SubFrameworks",
+             "-fobjc-arc", "-F", str(Path(framework).parent),
              "-fsyntax-only", "-fno-color-diagnostics", "-Xclang", "-ast-dump", "-Xclang",
              f"-ast-dump-filter={name_filter}", str(source)],
             capture_output=True, text=True)
@@ -165,6 +166,12 @@ def is_forward_declaration(node):
         c.kind in ("ObjCMethodDecl", "ObjCPropertyDecl", "SwiftNameAttr", "VisibilityAttr") for c in node.children)
 
 
+def error_domain(attribute):
+    """The domain an NS_ERROR_ENUM names: clang 14 dumps a reference to it, clang 19 its bare name."""
+    found = re.search(r"Var \S+ '(\w+)'", attribute) or re.search(r"> (\w+)$", attribute)
+    return found.group(1)
+
+
 def listing(roots):
     roots = [r for r in roots if not is_forward_declaration(r)]
     problems, lines, enums_seen = [], [], set()
@@ -194,7 +201,7 @@ def listing(roots):
             if name in enums_seen:
                 continue
             enums_seen.add(name)
-            flavour = ("error domain " + re.search(r"Var \S+ '(\w+)'", node.child_kinds("NSErrorDomainAttr")[0].text).group(1)
+            flavour = ("error domain " + error_domain(node.child_kinds("NSErrorDomainAttr")[0].text)
                        if node.child_kinds("NSErrorDomainAttr") else
                        "closed" if any("Closed" in c.text for c in node.child_kinds("EnumExtensibilityAttr")) else "open")
             lines.append(f"enum {name} ({flavour}) => {node.swift_name() or name}")

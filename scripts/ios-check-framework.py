@@ -1,15 +1,21 @@
 #!/usr/bin/env python3
-"""Checks a built KorvaneSDK.framework: an arm64 iOS dynamic library with the right install name and
-minimum OS, exporting Objective-C classes and Korvane C symbols only (no C++), with its Info.plist,
-module map, umbrella header (importing every public header) and privacy manifest.
+"""Checks a built KorvaneSDK.framework: an arm64 dynamic library for its platform (device or
+Simulator) with the right install name, minimum OS and a UUID, exporting Objective-C classes and
+Korvane C symbols only (no C++), with its Info.plist naming the same platform, module map, umbrella
+header (importing every public header) and privacy manifest.
 
-usage: ios-check-framework.py FRAMEWORK_DIR VERSION_TEXT MINIMUM_OS [CLASS ...]
-  CLASS  Objective-C classes that must be exported (besides whatever else is)"""
+usage: ios-check-framework.py FRAMEWORK_DIR VERSION_TEXT MINIMUM_OS PLATFORM [CLASS ...]
+  PLATFORM  ios or iossimulator
+  CLASS     Objective-C classes that must be exported (besides whatever else is)"""
 import plistlib
 import re
 import subprocess
 import sys
 from pathlib import Path
+
+from ios_macho import MachOError, read
+
+BUNDLE_PLATFORMS = {"ios": "iPhoneOS", "iossimulator": "iPhoneSimulator"}
 
 failures = []
 
@@ -18,39 +24,32 @@ def fail(message):
     failures.append(message)
 
 
-def tool(*args):
-    # Output is read whole before anything looks at it: no early-exiting reader on a pipe.
-    done = subprocess.run(args, capture_output=True, text=True)
-    if done.returncode != 0:
-        fail(f"{' '.join(args)} exited with {done.returncode}: {done.stderr.strip()}")
-    return done.stdout
-
-
-def check_binary(binary, minimum_os, classes):
-    header = tool("llvm-objdump", "--macho", "--private-header", str(binary))
-    if not re.search(r"MH_MAGIC_64\s+ARM64\s+\S+\s+\S+\s+DYLIB", header):
-        fail(f"{binary} is not an arm64 Mach-O dynamic library:\n{header}")
-    install_name = tool("llvm-objdump", "--macho", "--dylib-id", str(binary)).split()[-1:]
-    if install_name != ["@rpath/KorvaneSDK.framework/KorvaneSDK"]:
-        fail(f"install name is {install_name}, not @rpath/KorvaneSDK.framework/KorvaneSDK")
-    commands = tool("llvm-objdump", "--macho", "--private-headers", str(binary))
-    build = re.search(r"cmd LC_BUILD_VERSION.*?platform (\S+).*?minos (\S+)", commands, re.S)
-    if not build or build.group(1).upper() not in ("2", "IOS") or build.group(2) != minimum_os:
-        fail(f"not built for iOS {minimum_os}: {build.groups() if build else 'no LC_BUILD_VERSION'}")
-    trie = tool("llvm-objdump", "--macho", "--exports-trie", str(binary))
-    exported = re.findall(r"^0x[0-9A-Fa-f]+\s+(?:\[[^\]]*\]\s+)?(\S+)", trie, re.M)
+def check_binary(path, minimum_os, platform, classes):
+    try:
+        binary = read(path)
+        exported = binary.exports()
+    except MachOError as error:
+        fail(str(error))
+        return []
+    if (binary.arch, binary.filetype) != ("arm64", "DYLIB"):
+        fail(f"{path} is an {binary.arch} {binary.filetype}, not an arm64 Mach-O dynamic library")
+    if binary.install_name != "@rpath/KorvaneSDK.framework/KorvaneSDK":
+        fail(f"install name is {binary.install_name!r}, not @rpath/KorvaneSDK.framework/KorvaneSDK")
+    if (binary.platform, binary.minimum_os) != (platform, minimum_os):
+        fail(f"built for {binary.platform or 'no platform'} {binary.minimum_os}, not {platform} {minimum_os}")
+    if not binary.uuid:
+        fail("no LC_UUID: crash reports could not be matched to a dSYM")
     allowed = re.compile(r"^(_OBJC_(META)?CLASS_\$_\w+|_Korvane\w+)$")
     stray = [name for name in exported if not allowed.match(name)]
     if stray:
         fail("exported symbols beyond the Objective-C API: " + ", ".join(sorted(stray)[:20]))
-    exported_classes = {name.split("$_", 1)[1] for name in exported if name.startswith("_OBJC_CLASS_$_")}
-    missing = sorted(set(classes) - exported_classes)
+    missing = sorted(set(classes) - set(binary.exported_classes()))
     if missing:
         fail("classes not exported: " + ", ".join(missing))
     return exported
 
 
-def check_bundle(framework, version, minimum_os):
+def check_bundle(framework, version, minimum_os, platform):
     try:
         info = plistlib.loads((framework / "Info.plist").read_bytes())
     except Exception as error:  # noqa: BLE001 - any unreadable plist is a failure
@@ -62,6 +61,8 @@ def check_bundle(framework, version, minimum_os):
         "MinimumOSVersion": minimum_os,
         "KorvaneSDKVersion": version,
         "CFBundleShortVersionString": re.match(r"\d+\.\d+\.\d+", version).group(0),
+        "CFBundleSupportedPlatforms": [BUNDLE_PLATFORMS[platform]],
+        "DTPlatformName": BUNDLE_PLATFORMS[platform].lower(),
     }
     for key, value in expected.items():
         if info.get(key) != value:
@@ -94,17 +95,17 @@ def check_bundle(framework, version, minimum_os):
 
 
 def main():
-    if len(sys.argv) < 4:
+    if len(sys.argv) < 5 or sys.argv[4] not in BUNDLE_PLATFORMS:
         sys.exit(__doc__)
     framework = Path(sys.argv[1])
-    version, minimum_os, classes = sys.argv[2], sys.argv[3], sys.argv[4:]
-    exported = check_binary(framework / "KorvaneSDK", minimum_os, classes)
-    check_bundle(framework, version, minimum_os)
+    version, minimum_os, platform, classes = sys.argv[2], sys.argv[3], sys.argv[4], sys.argv[5:]
+    exported = check_binary(framework / "KorvaneSDK", minimum_os, platform, classes)
+    check_bundle(framework, version, minimum_os, platform)
     if failures:
         print("\n".join("framework check: " + f for f in failures), file=sys.stderr)
         sys.exit(1)
     classes_out = sum(1 for name in exported if name.startswith("_OBJC_CLASS_$_"))
-    print(f"{framework}: arm64 iOS {minimum_os} dylib, {classes_out} Objective-C classes and "
+    print(f"{framework}: arm64 {platform} {minimum_os} dylib, {classes_out} Objective-C classes and "
           f"{len(exported) - 2 * classes_out} C symbols exported, bundle complete")
 
 

@@ -1,0 +1,66 @@
+# Sourced by the iOS scripts: finds the iPhoneOS SDK and the simulator SDK beside it, and the tools
+# that build against them. `korvane_ios_sdk` sets IOS_SDK and IOS_SIMULATOR_SDK and returns 0, or
+# says why there is none and returns 1.
+#
+# The device SDK: IOS_SDK; else on macOS the one xcrun reports; else the default place,
+# /opt/ios-sdk/iPhoneOS26.2.sdk. The simulator SDK: IOS_SIMULATOR_SDK; else on macOS xcrun's; else
+# one made from the device SDK by scripts/ios-simulator-sdk.py (once per SDK).
+# Off macOS every tool comes from Debian's LLVM 19 (clang, ld64.lld, llvm-objdump, dsymutil, ...):
+# its bin goes first on PATH, so the checks read the SDK with the compiler that built against it.
+
+korvane_default_ios_sdk=/opt/ios-sdk/iPhoneOS26.2.sdk
+korvane_llvm_bin=/usr/lib/llvm-19/bin
+
+korvane_ios_sdk() {
+  local scripts
+  scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+  if [[ -z "${IOS_SDK:-}" ]] && command -v xcrun >/dev/null 2>&1; then
+    IOS_SDK=$(xcrun --sdk iphoneos --show-sdk-path 2>/dev/null || true)
+    if [[ -z "${IOS_SIMULATOR_SDK:-}" ]]; then
+      IOS_SIMULATOR_SDK=$(xcrun --sdk iphonesimulator --show-sdk-path 2>/dev/null || true)
+    fi
+  fi
+  if [[ -z "${IOS_SDK:-}" && -d "$korvane_default_ios_sdk/usr/include" ]]; then
+    IOS_SDK=$korvane_default_ios_sdk
+  fi
+  if [[ -z "${IOS_SDK:-}" ]]; then
+    echo "no iPhoneOS SDK (set IOS_SDK, or unpack one at $korvane_default_ios_sdk)"
+    return 1
+  fi
+  if [[ ! -d "$IOS_SDK/usr/include" ]]; then
+    echo "IOS_SDK=$IOS_SDK is not an iPhoneOS SDK directory" >&2
+    exit 1
+  fi
+  if [[ "$(uname)" != "Darwin" ]]; then
+    if [[ ! -x "$korvane_llvm_bin/clang" || ! -x "$korvane_llvm_bin/ld64.lld" ]]; then
+      echo "the iOS build needs Debian's clang-19, lld-19 and llvm-19 (scripts/install-deps.sh)" >&2
+      exit 1
+    fi
+    PATH="$korvane_llvm_bin:$PATH"
+    export PATH
+  fi
+  if [[ -z "${IOS_SIMULATOR_SDK:-}" ]]; then
+    IOS_SIMULATOR_SDK=$(python3 "$scripts/ios-simulator-sdk.py" "$IOS_SDK")
+  fi
+  export IOS_SDK IOS_SIMULATOR_SDK
+}
+
+# korvane_module_flags SDK DIR: sets `module_flags`, what clang needs to build the SDK's modules
+# (`@import`), writing any file that takes into DIR. None on macOS. Off macOS, for LLVM 19: its
+# float.h still includes the SDK's, which the SDK's module map fences off for newer compilers (the
+# feature below lets it through), and a snapshot that stored the libxml symbolic link as a copy
+# defines the libxml2 module twice (an overlay hides the copy's module map).
+korvane_module_flags() {
+  local sdk=$1 dir=$2
+  module_flags=()
+  if [[ "$(uname)" == "Darwin" ]]; then return 0; fi
+  module_flags=(-Xclang -fmodule-feature -Xclang found_incompatible_headers__check_search_paths)
+  if [[ -f "$sdk/usr/include/libxml/module.modulemap" && ! -L "$sdk/usr/include/libxml" &&
+    -f "$sdk/usr/include/libxml2/libxml/module.modulemap" ]]; then
+    mkdir -p "$dir"
+    : >"$dir/empty.modulemap"
+    printf '{"version": 0, "case-sensitive": "true", "roots": [{"type": "file", "name": "%s", "external-contents": "%s"}]}\n' \
+      "$sdk/usr/include/libxml/module.modulemap" "$dir/empty.modulemap" >"$dir/sdk-overlay.json"
+    module_flags+=(-ivfsoverlay "$dir/sdk-overlay.json")
+  fi
+}
