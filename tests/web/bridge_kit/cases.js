@@ -97,10 +97,11 @@ function canonical(value) {
   return value === undefined ? null : value;
 }
 
-/** Runs one suite; resolves to { passed: [names], failed: [{ name, got, expected }] }. */
+/** Runs one suite; resolves to { suite, total, passed: [names], failed: [{ name, got, expected }] }. */
 export async function run(kit, suiteName) {
-  const report = { suite: suiteName, passed: [], failed: [] };
-  for (const [name, body, expected] of suites[suiteName] || []) {
+  const cases = suites[suiteName] || [];
+  const report = { suite: suiteName, total: cases.length, passed: [], failed: [] };
+  for (const [name, body, expected] of cases) {
     let got;
     try {
       got = await body(kit);
