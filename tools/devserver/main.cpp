@@ -42,8 +42,6 @@ int main(int argc, char** argv) {
   const korvane::devserver::App demo = korvane::devserver::DevServer::demoApp();
   std::printf("korvane-devserver listening on %s (demo app key \"%s\", secret \"%s\")\n",
               server.baseUrl().c_str(), demo.appKey.c_str(), demo.appSecret.c_str());
-  std::printf("  sample offerwall: %s/offerwall/   bridge kit: %s/bridge-kit/korvane-bridge-kit.js\n",
-              server.baseUrl().c_str(), server.baseUrl().c_str());
   std::fflush(stdout);
   while (!stopRequested) pause();
   server.stop();
