@@ -289,8 +289,8 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   EXPECT_TRUE(logged(
       "[D/KorvaneOfferwallViewController] ✅ Parsed message - type: 'trackEvent', data: "
       "{\"eventName\":\"kit_page_viewed\",\"payload\":{\"page\":\"kit\"}}"));
-  EXPECT_TRUE(
-      logged("[D/KorvaneOfferwallViewController] Event tracked from WebView - Name: kit_page_viewed"));
+  EXPECT_TRUE(logged(
+      "[D/KorvaneOfferwallViewController] Event tracked from WebView - Name: kit_page_viewed"));
   ASSERT_EQ(events_->custom.size(), 1u);
   EXPECT_EQ(events_->custom[0].first, "reward_shown");
   EXPECT_EQ(events_->custom[0].second, (JsonValue{{"amount", 5}}));
@@ -370,12 +370,12 @@ TEST_F(BridgeKitWeb, TheSampleBridgePageRunsOnTheKit) {
   root->present();
   ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
   ASSERT_TRUE(pumpUntil([&] {
-    return evaluate(screen(0), "window.korvaneReady === true && !!document.getElementById('run-all')") ==
+    return evaluate(screen(0), "window.korvaneReady === true && typeof runAll === 'function'") ==
            "true";
   }));
   evaluate(screen(0), "document.getElementById('run-all').click(); true");
-  ASSERT_TRUE(pumpUntil([&] { return evaluate(screen(0), "window.bridgeRunDone === true") == "true"; },
-                        15s));
+  ASSERT_TRUE(pumpUntil(
+      [&] { return evaluate(screen(0), "window.bridgeRunDone === true") == "true"; }, 15s));
   const std::string results =
       nlohmann::json::parse(evaluate(screen(0), "demoApp.results.join(' | ')")).get<std::string>();
   for (const char* expected : {"\"userId\":\"web-user\"", "\"points\":1200", "\"installed\":",

@@ -6,8 +6,8 @@
 
 const root = typeof window !== 'undefined' ? window : globalThis;
 
-// The SDK's window.KorvaneBridge script, character for character (src/offerwall/bridge_scripts.cpp;
-// the kit's tests fail when the two differ).
+// The SDK's window.KorvaneBridge script, character for character (korvaneBridgeScript() in
+// src/offerwall/bridge_scripts.cpp; the kit's tests fail when the two differ).
 export const BRIDGE_SCRIPT = String.raw`window.KorvaneBridge = {
     postMessage: function(type, data) {
         var message = { type: type, data: data || {} };
@@ -148,7 +148,9 @@ export function installMockHost(options) {
         return host.actions.push('closeOpenWebView ' + (text(data, 'url') || ''));
       case 'trackEvent': {
         const name = text(data, 'eventName');
-        if (name === undefined) return log('warn', 'trackEvent: Missing required field (eventName)');
+        if (name === undefined) {
+          return log('warn', 'trackEvent: Missing required field (eventName)');
+        }
         const payload = isObject(data.payload) ? data.payload : {};
         return host.actions.push('trackEvent ' + name + ' ' + JSON.stringify(payload));
       }

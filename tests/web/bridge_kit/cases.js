@@ -97,7 +97,8 @@ function canonical(value) {
   return value === undefined ? null : value;
 }
 
-/** Runs one suite; resolves to { suite, total, passed: [names], failed: [{ name, got, expected }] }. */
+/** Runs one suite, resolving to
+ * { suite, total, passed: [names], failed: [{ name, got, expected }] }. */
 export async function run(kit, suiteName) {
   const cases = suites[suiteName] || [];
   const report = { suite: suiteName, total: cases.length, passed: [], failed: [] };
