@@ -130,8 +130,34 @@ run(kit, suite).then((r) => { window.__kitReport = r; },
                      (e) => { window.__kitReport = { error: String(e) }; });
 </script></body></html>)";
 
+// A page for a desktop browser without the SDK: the mock host from the backend's stable path,
+// set up as mock_host.test.mjs sets it up, and the same suites.
+constexpr const char* kMockPage = R"(<!doctype html><html><head><meta charset="utf-8">
+<title>Mock</title></head><body><h1>Mock</h1>
+<script type="module">
+import * as kit from '/bridge-kit/korvane-bridge-kit.js';
+import { installMockHost } from '/bridge-kit/korvane-mock-host.js';
+import { run, user, advertisingId } from '/pages/kit_cases.js';
+const setUp = (extra) => installMockHost(Object.assign({
+  user, advertisingId, installedApps: ['someapp://'], delayMs: 5,
+  data: { points: (params) => ({ points: 1200, asked: params }) } }, extra));
+window.__mock = null;
+(async () => {
+  let host = setUp({});
+  const trusted = await run(kit, 'trusted');
+  const actions = host.actions.slice();
+  host.uninstall();
+  host = setUp({ trusted: false });
+  const untrusted = await run(kit, 'untrusted');
+  const refused = host.sent.map((m) => m.type + (m.refused ? ' refused' : ''));
+  host.uninstall();
+  window.__mock = { trusted, untrusted, actions, refused };
+})().catch((e) => { window.__mock = { error: String(e) }; });
+</script></body></html>)";
+
 void serveKitPages(devserver::DevServer& server) {
   server.setPage("/pages/kit.html", kKitPage);
+  server.setPage("/pages/mock.html", kMockPage);
   server.setPage("/pages/kit_cases.js", fileText(KORVANE_KIT_CASES));
 }
 
@@ -382,6 +408,40 @@ TEST_F(BridgeKitWeb, TheSampleBridgePageRunsOnTheKit) {
                                "reward_claimed", "missionRefreshed"})
     EXPECT_NE(results.find(expected), std::string::npos) << expected << " in " << results;
   EXPECT_EQ(server_.requestsTo("/bridge-kit/korvane-bridge-kit.js").size(), 1u);
+}
+
+// The mock host in a real engine, with no SDK: the same cases pass in a plain WebKitGTK window,
+// and the mock did what the SDK did in the tests above.
+TEST_F(BridgeKitWeb, TheMockHostAnswersTheSameCasesInABrowserWithoutTheSdk) {
+  linux_host::GtkScreenPresenter plain;
+  std::unique_ptr<Screen> window = plain.presentFullScreen(nullptr, ScreenOptions{});
+  WebRequest request;
+  request.url = server_.baseUrl() + "/pages/mock.html";
+  window->webView().load(request);
+  std::string text = "null";
+  ASSERT_TRUE(
+      pumpUntil([&] { return (text = evaluate(*window, "window.__mock")) != "null"; }, 30s));
+  const nlohmann::json mock = nlohmann::json::parse(text, nullptr, false);
+  ASSERT_TRUE(mock.is_object() && !mock.contains("error")) << text;
+  expectAllPassed(mock["trusted"]);
+  expectAllPassed(mock["untrusted"]);
+  EXPECT_EQ(mock["actions"], (nlohmann::json{
+                                 "checkAppInstalled someapp://open",
+                                 "checkAppInstalled missingapp://x",
+                                 "trackEvent kit_page_viewed {\"page\":\"kit\"}",
+                                 "customEvent reward_shown {\"amount\":5}",
+                                 "missionCompleted {\"missionId\":\"mission-7\"}",
+                                 "missionProgressed {\"missionId\":\"mission-7\"}",
+                                 "missionRefreshed unit-1",
+                                 "quizStarted {\"quizId\":\"quiz-1\"}",
+                                 "quizCompleted {\"quizId\":\"quiz-1\",\"score\":1,"
+                                 "\"rewardAmount\":50}",
+                                 "externalOpenBrowser https://www.example.com/",
+                             }));
+  EXPECT_EQ(mock["refused"], (nlohmann::json{"getUserInfo refused", "checkAppInstalled refused",
+                                             "dataRequest refused"}));
+  EXPECT_EQ(server_.requestsTo("/bridge-kit/korvane-mock-host.js").size(), 1u);
+  EXPECT_TRUE(presenter_->live.empty()) << "no SDK page was involved";
 }
 
 }  // namespace
