@@ -91,11 +91,17 @@ function ask(what, timeoutMs, send, cleanup) {
       cleanup();
       reject(noReply(what, timeoutMs));
     }, timeoutMs);
-    send(bridge, (value) => {
+    try {
+      send(bridge, (value) => {
+        clearTimeout(timer);
+        cleanup();
+        resolve(value);
+      });
+    } catch (e) {
       clearTimeout(timer);
       cleanup();
-      resolve(value);
-    });
+      reject(e);
+    }
   }));
 }
 
