@@ -32,6 +32,17 @@ test('the mock injects the SDK bridge script character for character', () => {
   assert.equal(BRIDGE_SCRIPT, found[1]);
 });
 
+test('the declarations name every export of the kit and the mock, and nothing more', async () => {
+  const mock = await import(new URL('web/bridge-kit/korvane-mock-host.js', source));
+  const pairs = [[kit, 'korvane-bridge-kit.d.ts'], [mock, 'korvane-mock-host.d.ts']];
+  for (const [module, file] of pairs) {
+    const text = readFileSync(new URL('web/bridge-kit/' + file, source), 'utf8');
+    const declared = [...text.matchAll(/export declare (?:function|const|class) (\w+)/g)]
+      .map((m) => m[1]).sort();
+    assert.deepEqual(Object.keys(module).sort(), declared, file);
+  }
+});
+
 test('without a host the kit rejects as unavailable instead of waiting forever', async () => {
   assert.equal(kit.isAvailable(), false);
   await assert.rejects(kit.ready({ timeoutMs: 60 }),
@@ -105,7 +116,8 @@ test('navigation and adjoe', async () => {
   }
 });
 
-const rawCallbacks = () => Object.keys(window).filter((k) => k.startsWith('_korvane_callback_req_'));
+const rawCallbacks = () =>
+  Object.keys(window).filter((k) => k.startsWith('_korvane_callback_req_'));
 
 test('the raw bridge through the mock keeps the SDK traps', async () => {
   const host = mockLikeTheWebTest();
