@@ -340,7 +340,7 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   callKit(screen(0), "kit.openPage('" + base + "&page=2')");
   ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
   callKit(screen(1), "kit.replacePage('" + base + "&page=3')");
-  // The controller slides the new page in over the one it replaces (Part 4.3).
+  // The controller slides the new page in over the one it replaces.
   ASSERT_TRUE(pumpUntil([&] {
     return logged("[D/KorvaneOfferwallViewController] WebView replaced successfully with child VC");
   }));

@@ -28,7 +28,7 @@ export interface KorvaneConfig {
   [key: string]: unknown;
 }
 
-/** The message types the native side handles (Part 4.2 of the spec). */
+/** The message types the native side handles. */
 export type KorvaneMessageType =
   | 'openWebView' | 'close' | 'retry' | 'closeOpenWebView' | 'externalOpenBrowser'
   | 'trackEvent' | 'openAdjoeOfferwall' | 'checkAppInstalled' | 'quizCompleted'
