@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, tests and tools need (WebKitGTK and Xvfb for the
-# offerwall's web view and its tests, fonts for the sample pages' Korean and emoji; clang 14 for the
-# libc++ and fuzz builds, LLVM 19 for the iOS cross-build). Safe to run
+# offerwall's web view and its tests, fonts for the sample pages' Korean and emoji; node and tsc
+# for the bridge kit's mock-host tests and its type check; clang 14 for the libc++ and fuzz
+# builds, LLVM 19 for the iOS cross-build). Safe to run
 # again: packages already present are left alone and nothing is downloaded when all are there.
 set -euo pipefail
 
@@ -12,6 +13,7 @@ packages=(
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev libpcre2-dev
   libwebkit2gtk-4.1-dev xvfb xauth fonts-nanum fonts-noto-color-emoji locales
+  nodejs node-typescript
 )
 
 # A locale with a decimal comma, for the tests that check number texts do not follow the locale.

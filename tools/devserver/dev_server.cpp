@@ -174,9 +174,12 @@ RecordedRequest recordOfPageRequest(const httplib::Request& req) {
   return record;
 }
 
-std::string contentType(const std::string& name) {
+std::string contentType(std::string_view name) {
   if (name.ends_with(".css")) return "text/css";
   if (name.ends_with(".js")) return "text/javascript";
+  if (name.ends_with(".ts")) return "text/plain";
+  if (name.ends_with(".md")) return "text/markdown";
+  if (name.ends_with(".json")) return "application/json";
   return "text/html";
 }
 
@@ -574,8 +577,25 @@ void DevServer::installRoutes() {
       res.status = 404;
       res.set_content("not found", "text/plain");
     } else {
-      res.set_content(page->second, "text/html; charset=utf-8");
+      res.set_content(page->second, contentType(req.path) + "; charset=utf-8");
     }
+    state->requests.push_back(std::move(record));
+  });
+
+  // The bridge kit for page authors, at a stable path on every origin the server has.
+  server_->Get(R"(/bridge-kit/(.+))", [state](const httplib::Request& req, httplib::Response& res) {
+    RecordedRequest record = recordOfPageRequest(req);
+    const std::string name = req.matches[1].str();
+    record.status = 404;
+    res.status = 404;
+    res.set_content("not found", "text/plain");
+    for (const WebAsset& asset : bridgeKitAssets()) {
+      if (asset.name != name) continue;
+      record.status = 200;
+      res.status = 200;
+      res.set_content(std::string(asset.content), contentType(name) + "; charset=utf-8");
+    }
+    std::lock_guard lock(state->mutex);
     state->requests.push_back(std::move(record));
   });
 

@@ -84,7 +84,8 @@ class DevServer {
   // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.
   void setUndecodableRefusals(bool undecodable);
 
-  // Serves `html` at `path`, which starts with "/pages/".
+  // Serves `html` at `path`, which starts with "/pages/"; a path ending in ".js" is served as a
+  // script (module scripts need that type).
   void setPage(const std::string& path, std::string html);
   // Answers requests for `path` (under "/pages/") with a 302 to `location`.
   void setRedirect(const std::string& path, std::string location);

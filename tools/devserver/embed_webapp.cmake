@@ -1,9 +1,15 @@
 # Writes OUTPUT: a C++ table of the sample offerwall web app's files (name, contents), so the
-# local backend serves them from any working directory.
+# local backend serves them from any working directory. FUNCTION names the table's function
+# (webAssets by default; the bridge kit's files are embedded the same way as bridgeKitAssets).
+if(NOT FUNCTION)
+  set(FUNCTION webAssets)
+endif()
 file(GLOB files RELATIVE "${WEBAPP_DIR}" "${WEBAPP_DIR}/*")
+list(FILTER files EXCLUDE REGEX "^(examples|node_modules)$")
 list(SORT files)
-set(body "// Generated from tools/devserver/webapp; do not edit.\n#include \"webapp_assets.h\"\n\n")
-string(APPEND body "namespace korvane::devserver {\n\nconst std::vector<WebAsset>& webAssets() {\n")
+get_filename_component(folder "${WEBAPP_DIR}" NAME)
+set(body "// Generated from the folder ${folder} by embed_webapp.cmake; do not edit.\n#include \"webapp_assets.h\"\n\n")
+string(APPEND body "namespace korvane::devserver {\n\nconst std::vector<WebAsset>& ${FUNCTION}() {\n")
 string(APPEND body "  static const std::vector<WebAsset> assets = {\n")
 foreach(name IN LISTS files)
   file(READ "${WEBAPP_DIR}/${name}" content)

@@ -13,4 +13,8 @@ struct WebAsset {
 
 const std::vector<WebAsset>& webAssets();
 
+// The bridge kit's files (web/bridge-kit: the module, the mock host, their declarations, the
+// page author's README), served at /bridge-kit/<name>.
+const std::vector<WebAsset>& bridgeKitAssets();
+
 }  // namespace korvane::devserver

@@ -1,0 +1,141 @@
+// The bridge kit against the mock host, in node: the same cases as the WebKitGTK test against
+// the real SDK (cases.js), what the mock heard, and the mock's copy of the SDK's bridge script
+// compared with the SDK's own. Run: node --test tests/web/bridge_kit/mock_host.test.mjs
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { test } from 'node:test';
+
+globalThis.window = globalThis;  // the kit and the mock use window's globals
+const source = new URL('../../../', import.meta.url);
+const kit = await import(new URL('web/bridge-kit/korvane-bridge-kit.js', source));
+const { BRIDGE_SCRIPT, installMockHost } =
+  await import(new URL('web/bridge-kit/korvane-mock-host.js', source));
+const cases = await import('./cases.js');
+
+function mockLikeTheWebTest(extra) {
+  return installMockHost(Object.assign({
+    user: cases.user,
+    installedApps: ['someapp://'],
+    data: { points: (params) => ({ points: 1200, asked: params }) },
+    advertisingId: cases.advertisingId,
+    delayMs: 5,
+    quiet: true,
+  }, extra));
+}
+
+test('the mock injects the SDK bridge script character for character', () => {
+  const cpp = readFileSync(new URL('src/offerwall/bridge_scripts.cpp', source), 'utf8');
+  const start = 'korvaneBridgeScript() {\n  static const std::string script = R"JS(';
+  const found = new RegExp(start.replace(/[()[\]{}*+?.\\^$|]/g, '\\$&') + '([\\s\\S]*?)\\)JS";')
+    .exec(cpp);
+  assert.ok(found, 'korvaneBridgeScript() in bridge_scripts.cpp');
+  assert.equal(BRIDGE_SCRIPT, found[1]);
+});
+
+test('the declarations name every export of the kit and the mock, and nothing more', async () => {
+  const mock = await import(new URL('web/bridge-kit/korvane-mock-host.js', source));
+  const pairs = [[kit, 'korvane-bridge-kit.d.ts'], [mock, 'korvane-mock-host.d.ts']];
+  for (const [module, file] of pairs) {
+    const text = readFileSync(new URL('web/bridge-kit/' + file, source), 'utf8');
+    const declared = [...text.matchAll(/export declare (?:function|const|class) (\w+)/g)]
+      .map((m) => m[1]).sort();
+    assert.deepEqual(Object.keys(module).sort(), declared, file);
+  }
+});
+
+test('without a host the kit rejects as unavailable instead of waiting forever', async () => {
+  assert.equal(kit.isAvailable(), false);
+  await assert.rejects(kit.ready({ timeoutMs: 60 }),
+    (e) => e instanceof kit.KorvaneBridgeError && e.code === 'unavailable' &&
+      /mock host/.test(e.message));
+});
+
+test('trusted cases', async () => {
+  const host = mockLikeTheWebTest();
+  try {
+    const report = await cases.run(kit, 'trusted');
+    assert.deepEqual(report.failed, []);
+    assert.equal(report.passed.length, cases.suites.trusted.length);
+    // What the host did, as the SDK would (the web test checks the SDK's side of each).
+    assert.deepEqual(host.actions, [
+      'checkAppInstalled someapp://open',
+      'checkAppInstalled missingapp://x',
+      'trackEvent kit_page_viewed {"page":"kit"}',
+      'customEvent reward_shown {"amount":5}',
+      'missionCompleted {"missionId":"mission-7"}',
+      'missionProgressed {"missionId":"mission-7"}',
+      'missionRefreshed unit-1',
+      'quizStarted {"quizId":"quiz-1"}',
+      'quizCompleted {"quizId":"quiz-1","score":1,"rewardAmount":50}',
+      'externalOpenBrowser https://www.example.com/',
+    ]);
+    assert.equal(host.messages('getUserInfo').length, 5);
+    assert.deepEqual(host.messages('dataRequest').map((m) => m.data.requestType),
+      ['points', 'nothing']);
+    assert.ok(host.sent.every((m) => typeof m.raw === 'string' && !m.refused));
+    assert.deepEqual(host.messages('trackEvent')[0].data,
+      { eventName: 'kit_page_viewed', payload: { page: 'kit' } }, 'the payload arrives');
+  } finally {
+    host.uninstall();
+  }
+});
+
+test('untrusted cases: refusals reject clearly, close still works', async () => {
+  const host = mockLikeTheWebTest({ trusted: false, origin: 'http://127.0.0.1:9' });
+  try {
+    const report = await cases.run(kit, 'untrusted');
+    assert.deepEqual(report.failed, []);
+    assert.equal(report.passed.length, cases.suites.untrusted.length);
+    assert.deepEqual(host.sent.map((m) => [m.type, m.refused]),
+      [['getUserInfo', true], ['checkAppInstalled', true], ['dataRequest', true]]);
+    assert.deepEqual(host.actions, []);
+    await kit.close();
+    assert.deepEqual(host.actions, ['close']);
+  } finally {
+    host.uninstall();
+  }
+});
+
+test('navigation and adjoe', async () => {
+  const host = mockLikeTheWebTest();
+  try {
+    await kit.openPage('https://offers.example/next.html');
+    await kit.replacePage('https://offers.example/other.html');
+    await kit.openAdjoe('kit-adjoe');
+    await kit.openAdjoe();
+    await kit.close();
+    assert.deepEqual(host.actions, [
+      'openWebView https://offers.example/next.html',
+      'closeOpenWebView https://offers.example/other.html',
+      'openAdjoeOfferwall kit-adjoe',
+      'openAdjoeOfferwall default',
+      'close',
+    ]);
+  } finally {
+    host.uninstall();
+  }
+});
+
+const rawCallbacks = () =>
+  Object.keys(window).filter((k) => k.startsWith('_korvane_callback_req_'));
+
+test('the raw bridge through the mock keeps the SDK traps', async () => {
+  const host = mockLikeTheWebTest();
+  try {
+    // trackEvent(name, parameters) sends "parameters", which the native side does not read.
+    window.KorvaneBridge.trackEvent('raw_event', { page: 'raw' });
+    assert.deepEqual(host.actions, ['trackEvent raw_event {}']);
+    // A dataRequest the app answers with nothing leaves the callback registered.
+    let called = false;
+    window.KorvaneBridge.requestData('nothing', {}, () => { called = true; });
+    await new Promise((r) => setTimeout(r, 30));
+    assert.equal(called, false);
+    assert.equal(rawCallbacks().length, 1);
+    // A callback name that is not a plain identifier gets no reply.
+    window.KorvaneBridge.checkAppInstalled('someapp://open', 'x||y');
+    assert.deepEqual(host.actions, ['trackEvent raw_event {}']);
+  } finally {
+    for (const k of rawCallbacks()) delete window[k];
+    host.uninstall();
+  }
+});

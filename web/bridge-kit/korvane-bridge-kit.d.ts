@@ -1,0 +1,51 @@
+// Types of korvane-bridge-kit.js. Importing the kit also brings the types of the raw
+// window.KorvaneBridge and window.KorvaneConfig (korvane-globals.d.ts).
+import type {
+  KorvaneBridge, KorvaneConfig, KorvaneJsonObject, KorvaneUserInfo,
+} from './korvane-globals';
+
+export type {
+  KorvaneAppInstalledResult, KorvaneBridge, KorvaneConfig, KorvaneJsonObject, KorvaneMessageType,
+  KorvaneUserInfo,
+} from './korvane-globals';
+
+/** How long a call waits, in milliseconds. */
+export interface WaitOptions {
+  timeoutMs?: number;
+}
+
+export declare const defaults: {
+  readyTimeoutMs: number;
+  replyTimeoutMs: number;
+  requestTimeoutMs: number;
+};
+
+/** 'unavailable': the page has no bridge; 'timeout': no reply (refused, or nothing to say). */
+export declare class KorvaneBridgeError extends Error {
+  readonly name: 'KorvaneBridgeError';
+  readonly code: 'unavailable' | 'timeout';
+}
+
+export declare function isAvailable(): boolean;
+export declare function ready(options?: WaitOptions): Promise<KorvaneBridge>;
+
+export declare function userInfo(options?: WaitOptions): Promise<KorvaneUserInfo>;
+export declare function isAppInstalled(url: string, options?: WaitOptions): Promise<boolean>;
+export declare function request<T extends object = KorvaneJsonObject>(
+  type: string, params?: KorvaneJsonObject, options?: WaitOptions): Promise<T>;
+
+export declare function track(name: string, payload?: KorvaneJsonObject): Promise<void>;
+export declare function sendEvent(eventType: string, payload?: KorvaneJsonObject): Promise<void>;
+export declare function openPage(url: string): Promise<void>;
+export declare function replacePage(url: string): Promise<void>;
+export declare function close(): Promise<void>;
+export declare function openExternal(url: string): Promise<void>;
+export declare function openAdjoe(placementId?: string): Promise<void>;
+export declare function missionCompleted(missionId: string): Promise<void>;
+export declare function missionProgressed(missionId: string): Promise<void>;
+export declare function missionRefreshed(unitId?: string): Promise<void>;
+export declare function quizStarted(quizId: string): Promise<void>;
+export declare function quizCompleted(quizId: string, score: number,
+                                      rewardAmount?: number): Promise<void>;
+
+export declare function config(): KorvaneConfig;
