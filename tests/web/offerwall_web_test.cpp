@@ -54,9 +54,12 @@ class TrackingPresenter final : public ScreenPresenter {
     void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
       inner_->fade(a, d, std::move(done));
     }
-    void dismiss(bool animated, std::function<void()> done) override {
+    bool dismiss(bool animated, std::function<void()> done) override {
       dismissed = true;
-      inner_->dismiss(animated, std::move(done));
+      return inner_->dismiss(animated, std::move(done));
+    }
+    void afterTransition(std::function<void()> then) override {
+      inner_->afterTransition(std::move(then));
     }
     Screen& inner() { return *inner_; }
     std::function<void()> close;
