@@ -79,9 +79,9 @@ void writeLine(std::string line) {
     (*writer)(line);
     return;
   }
+  // Standard error: standard output is the host's own channel, often carrying data.
   line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fflush(stdout);
+  std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 void emitLine(LogLevel level, std::string_view tag, std::string_view scrubbedMessage,

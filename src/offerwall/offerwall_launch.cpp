@@ -31,11 +31,10 @@ bool preconditionsHold(const KorvaneSdk& sdk, bool errorLevel,
   return true;
 }
 
-void installCallbacks(std::shared_ptr<OfferwallCallback> callback,
-                      std::shared_ptr<OfferwallEventCallback> eventCallback) {
-  if (callback) KorvaneOfferwallViewController::setHasFiredOnClosed(false);
-  KorvaneOfferwallViewController::setOfferwallCallback(std::move(callback));
-  KorvaneOfferwallViewController::setEventCallback(std::move(eventCallback));
+placements::OpeningCallbacks openingCallbacks(std::shared_ptr<OfferwallCallback> callback,
+                                              std::shared_ptr<OfferwallEventCallback> events) {
+  const bool restart = callback != nullptr;
+  return {std::move(callback), std::move(events), restart};
 }
 
 std::shared_ptr<KorvaneOfferwallViewController> makeController(const std::string& baseUrl,
@@ -72,9 +71,9 @@ void KorvaneSdk::openOfferwall(PresentationAnchor* presenting, const std::string
       callback->onError("Offerwall URL not available. Please check your app configuration.");
     return;
   }
-  installCallbacks(callback, std::move(eventCallback));
-  makeController(app->korvaneHubUrl, placementId)->present(presenting);
-  if (callback) callback->onOpened();
+  if (!placements::presentOpening(makeController(app->korvaneHubUrl, placementId),
+                                  openingCallbacks(callback, std::move(eventCallback)), presenting))
+    return;
   trackEvent(EventType::offerwallOpened, "offerwall",
              JsonValue{{"source", "sdk_api"}, {"placementId", placementId}});
 }
@@ -96,12 +95,12 @@ void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string&
     if (callback) callback->onError("URL cannot be empty");
     return;
   }
-  installCallbacks(callback, std::move(eventCallback));
   auto controller = makeController(url, placementId);
   controller->showNavigationBar = showNavigationBar;
   controller->useNativeNavigationBar = useNativeNavigationBar;
-  controller->present(presenting, useNativeNavigationBar);
-  if (callback) callback->onOpened();
+  if (!placements::presentOpening(controller, openingCallbacks(callback, std::move(eventCallback)),
+                                  presenting, useNativeNavigationBar))
+    return;
   trackEvent(EventType::custom, "offerwall",
              JsonValue{{"event_name", "custom_offerwall_opened"},
                        {"source", "sdk_api"},

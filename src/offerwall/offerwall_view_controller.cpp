@@ -62,7 +62,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // The web view belongs to the screen, so let go of it before the screen goes.
   ~OfferwallControllerImpl() override { detach(); }
 
-  void present(PresentationAnchor* over, bool inNavigationContainer);
+  bool present(PresentationAnchor* over, bool inNavigationContainer);
   void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);
   // Takes a screen another controller made for it (the slide-up replacement) and loads.
   void adoptScreen(std::unique_ptr<Screen> screen);
@@ -120,6 +120,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::shared_ptr<BridgeDispatcher> dispatcher_;
   std::unique_ptr<Screen> screen_;
   bool dismissing_ = false;
+  // A dismissal the platform could not start yet waits for the running transition to end.
+  bool dismissWaiting_ = false;
   // A page that slid up over this one and replaced its web view.
   std::shared_ptr<KorvaneOfferwallViewController> child_;
   // The page a replacement sits in: closing the replacement closes that page, as dismissing a
@@ -147,15 +149,21 @@ ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer)
   return options;
 }
 
-void OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigationContainer) {
+bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigationContainer) {
   const PlatformServices& platform = SdkInternals::session()->environment().platform;
   if (!platform.screens) {
     KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
-    return;
+    return false;
   }
   screen_ = platform.screens->presentFullScreen(over, screenOptions(inNavigationContainer));
+  if (!screen_) {
+    KorvaneLogger::e(kTag, "The page could not be presented: another presentation is in progress "
+                           "or there is no screen in a window to present it from");
+    return false;
+  }
   typeWide().presented.push_back(owner());
   viewDidLoad();
+  return true;
 }
 
 // The platform shows the controller already, and the controller's own object keeps it alive.
@@ -259,13 +267,25 @@ void OfferwallControllerImpl::closePage() {
   dismiss(true);
 }
 
+// The page counts as leaving only once the platform has taken the dismissal on: one asked for
+// during a transition (the page still being presented) is asked again when that has ended.
 void OfferwallControllerImpl::dismiss(bool animated) {
-  if (!screen_ || dismissing_) return;
-  dismissing_ = true;
+  if (!screen_ || dismissing_ || dismissWaiting_) return;
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
-  screen_->dismiss(animated, [weak] {
-    if (auto alive = weak.lock()) alive->finishDismissal();
+  dismissing_ = true;
+  if (screen_->dismiss(animated, [weak] {
+        if (auto alive = weak.lock()) alive->finishDismissal();
+      }))
+    return;
+  dismissing_ = false;
+  dismissWaiting_ = true;
+  KorvaneLogger::d(kTag, "Closing when the running transition ends");
+  screen_->afterTransition([weak, animated] {
+    auto alive = weak.lock();
+    if (!alive) return;
+    alive->dismissWaiting_ = false;
+    alive->dismiss(animated);
   });
 }
 
@@ -341,8 +361,8 @@ std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::
 
 KorvaneOfferwallViewController::~KorvaneOfferwallViewController() = default;
 
-void KorvaneOfferwallViewController::present(PresentationAnchor* over, bool inNavigationContainer) {
-  impl_->present(over, inNavigationContainer);
+bool KorvaneOfferwallViewController::present(PresentationAnchor* over, bool inNavigationContainer) {
+  return impl_->present(over, inNavigationContainer);
 }
 void KorvaneOfferwallViewController::attachScreen(
     std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen) {

@@ -171,6 +171,20 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   return NavigationPolicy::cancel;
 }
 
+// Pages have no windows besides their own: an address meant for a new one follows the same
+// policy as a navigation of the page, and what may load in the page loads there (without the
+// identification headers, which are for the offerwall's own address).
+void PageHost::requestNewWindow(const NavigationAction& action) {
+  const std::string& url = action.url;
+  if (url.empty() || url == "about:blank") return;
+  if (decideNavigation(url) != NavigationDecision::allow) {
+    decidePolicy({url, true});
+    return;
+  }
+  KorvaneLogger::d(tag_, "Loading a new window's address in the page: " + url);
+  if (webView_) webView_->load(plainRequest(url));
+}
+
 NavigationPolicy PageHost::loadWithoutIdentification(const std::string& url) {
   identificationInFlight_ = false;
   KorvaneLogger::i(tag_,

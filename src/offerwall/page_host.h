@@ -50,6 +50,7 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
 
   // WebViewDelegate
   NavigationPolicy decidePolicy(const NavigationAction& action) override;
+  void requestNewWindow(const NavigationAction& action) override;
   void didFinishNavigation() override;
   void didFailNavigation(const Error& error, bool provisional) override;
   void webContentProcessDidTerminate() override;

@@ -50,13 +50,32 @@ std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& 
   return controller;
 }
 
-void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+bool presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                    const OpeningCallbacks& callbacks, PresentationAnchor* from,
+                    bool inNavigationContainer) {
+  using Controller = KorvaneOfferwallViewController;
+  const std::shared_ptr<OfferwallCallback> previousCallback = Controller::offerwallCallback();
+  const std::shared_ptr<OfferwallEventCallback> previousEvents = Controller::eventCallback();
+  const bool previousFired = Controller::hasFiredOnClosed();
+  if (callbacks.restartOnClosed) Controller::setHasFiredOnClosed(false);
+  Controller::setOfferwallCallback(callbacks.callback);
+  if (callbacks.eventCallback) Controller::setEventCallback(*callbacks.eventCallback);
+  if (!controller->present(from, inNavigationContainer)) {
+    Controller::setOfferwallCallback(previousCallback);
+    Controller::setEventCallback(previousEvents);
+    Controller::setHasFiredOnClosed(previousFired);
+    if (callbacks.callback)
+      callbacks.callback->onError("Failed to open offerwall: it could not be presented");
+    return false;
+  }
+  if (callbacks.callback) callbacks.callback->onOpened();
+  return true;
+}
+
+bool presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        PresentationAnchor* from) {
-  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
-  KorvaneOfferwallViewController::setOfferwallCallback(callback);
-  controller->present(from);
-  if (callback) callback->onOpened();
+  return presentOpening(controller, {callback, std::nullopt, true}, from);
 }
 
 }  // namespace korvane::placements

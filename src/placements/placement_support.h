@@ -34,9 +34,20 @@ bool presentingScreenLost(const HeldAnchor& presenting, std::string_view tag,
 
 // A controller for `url` carrying the current user and the app key.
 std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& url);
-// Makes `callback` the offerwall's callback (restarting its once-only onClosed), presents the
-// controller full screen over `from` and reports onOpened.
-void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+// The callbacks an opening brings: the event callback only when it sets one.
+struct OpeningCallbacks {
+  std::shared_ptr<OfferwallCallback> callback;
+  std::optional<std::shared_ptr<OfferwallEventCallback>> eventCallback;
+  bool restartOnClosed = true;  // a new once-only onClosed
+};
+// Makes the opening's callbacks the offerwall's, presents the controller full screen over `from`
+// and reports onOpened. When the platform refuses it, the callbacks in place before stay (they
+// belong to the page still shown) and the opening's own callback hears onError instead.
+bool presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                    const OpeningCallbacks& callbacks, PresentationAnchor* from,
+                    bool inNavigationContainer = false);
+// presentOpening with `callback` alone.
+bool presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        PresentationAnchor* from);
 

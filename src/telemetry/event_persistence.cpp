@@ -227,6 +227,8 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   loaded.bytes = text->size();
   for (Event& event : decoded.value())
     if (isYoung(event.timestamp)) loaded.young.push_back(std::move(event));
+  // Counted now: callers move the young events out before they write.
+  loaded.agedOut = loaded.total - loaded.young.size();
   return loaded;
 }
 
@@ -265,7 +267,7 @@ Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
   for (const Event& event : kept) ids.insert(event.eventId);
   for (const Event& event : events)
     if (ids.insert(event.eventId).second) kept.push_back(event);
-  return writeLocked(loaded.value().path, kept, loaded.value().agedOut());
+  return writeLocked(loaded.value().path, kept, loaded.value().agedOut);
 }
 
 Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
@@ -280,7 +282,7 @@ Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
   for (Event& event : loaded.value().young)
     if (!ids.contains(event.eventId)) remaining.push_back(std::move(event));
   if (remaining.size() == loaded.value().total) return okStatus();
-  return writeLocked(loaded.value().path, remaining, loaded.value().agedOut());
+  return writeLocked(loaded.value().path, remaining, loaded.value().agedOut);
 }
 
 Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
@@ -291,7 +293,7 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
   if (loaded.value().damage) return *loaded.value().damage;
   if (!loaded.value().exists) return std::vector<Event>();
   if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
-  noteDropped(loaded.value().agedOut(), 0);
+  noteDropped(loaded.value().agedOut, 0);
   return std::move(loaded.value().young);
 }
 
@@ -302,9 +304,9 @@ void EventPersistenceManager::cleanupOldEvents() {
                   : loaded.value().damage ? Status(*loaded.value().damage)
                                           : okStatus();
   const bool overLimits =
-      status && (loaded.value().agedOut() > 0 || !fitsSizeLimit(loaded.value().bytes));
+      status && (loaded.value().agedOut > 0 || !fitsSizeLimit(loaded.value().bytes));
   if (overLimits)
-    status = writeLocked(loaded.value().path, loaded.value().young, loaded.value().agedOut());
+    status = writeLocked(loaded.value().path, loaded.value().young, loaded.value().agedOut);
   if (!status)
     KorvaneLogger::e(kTag, "Failed to cleanup old events: " + status.error().description);
 }

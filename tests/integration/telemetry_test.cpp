@@ -243,7 +243,7 @@ TEST(TelemetryPipeline, AnUnreadableDataDirectoryIsLoggedAndTheCrashHandlerStill
   const pid_t child = fork();
   if (child == 0) {
     const int fd = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(fd, STDOUT_FILENO);
+    ::dup2(fd, STDERR_FILENO);  // where log lines go
     execl(KORVANE_CRASH_CHILD, KORVANE_CRASH_CHILD, documents.c_str(), "--unreadable-later",
           static_cast<char*>(nullptr));
     _exit(127);

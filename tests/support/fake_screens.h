@@ -81,11 +81,16 @@ class FakePresenter final : public ScreenPresenter {
                                std::to_string(duration.count()) + "ms");
       if (done) done();
     }
-    void dismiss(bool animated, std::function<void()> done) override {
+    bool dismiss(bool animated, std::function<void()> done) override {
       owner_.journal.push_back(name_ + (animated ? " dismissed animated" : " dismissed"));
-      if (owner_.holdDismissals && done) return owner_.heldDismissals.push_back(std::move(done));
+      if (owner_.holdDismissals && done) {
+        owner_.heldDismissals.push_back(std::move(done));
+        return true;
+      }
       if (done) done();
+      return true;
     }
+    void afterTransition(std::function<void()> then) override { then(); }
     FakeWebView view;
     std::function<void()> close;
     std::function<void()> dismissed;

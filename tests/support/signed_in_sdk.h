@@ -36,11 +36,13 @@ class SignedInSdk : public ::testing::Test {
     return KorvaneSdkConfig::Builder("key", "secret").build();
   }
   virtual KorvaneSdkUser user() const { return KorvaneSdkUser("u1"); }
+  // The platform's screens: FakePresenter unless a suite keeps other rules.
+  virtual std::shared_ptr<ScreenPresenter> screens() const { return presenter_; }
 
   void SetUp() override {
     SdkEnvironment environment;
     environment.platform = fake_.services();
-    environment.platform.screens = presenter_;
+    environment.platform.screens = screens();
     environment.network = std::make_shared<NetworkManager>("SESSION");
     environment.network->initialize(api_);
     environment.tasks = tasks_;
@@ -65,7 +67,7 @@ class SignedInSdk : public ::testing::Test {
   void forgetInitialisation() {
     SdkEnvironment environment;
     environment.platform = fake_.services();
-    environment.platform.screens = presenter_;
+    environment.platform.screens = screens();
     environment.tasks = tasks_;
     environment.serial = tasks_;
     KorvaneSdkTestAccess::reset(sdk_, std::move(environment));

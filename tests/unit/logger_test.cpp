@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <regex>
 
 #include "korvane/core/logger.h"
@@ -57,6 +62,36 @@ TEST(KorvaneLogger, DefaultLevelIsWarningAndRawValuesOutsideTheRangeAreRejected)
   EXPECT_EQ(logLevelFromRawValue(5), LogLevel::verbose);
   EXPECT_EQ(logLevelFromRawValue(6), std::nullopt);
   EXPECT_EQ(logLevelFromRawValue(-1), std::nullopt);
+}
+
+// With no writer of the host's, console lines go to standard error: standard output belongs to
+// the host (a tool printing JSON there must not find log lines in it).
+TEST(KorvaneLogger, ConsoleLinesStayOutOfStandardOutput) {
+  KorvaneLogger::setLineWriter(nullptr);
+  const std::string base = ::testing::TempDir() + "korvane-console-" + std::to_string(::getpid());
+  const int streams[] = {STDOUT_FILENO, STDERR_FILENO};
+  std::string seen[2];
+  int saved[2];
+  std::fflush(stdout);
+  std::fflush(stderr);
+  for (int i = 0; i < 2; ++i) {
+    saved[i] = ::dup(streams[i]);
+    ASSERT_TRUE(std::freopen((base + std::to_string(i)).c_str(), "w",
+                             i == 0 ? stdout : stderr));
+  }
+  KorvaneLogger::w("Console", "a warning line");
+  KorvaneLogger::print("a plain line");
+  for (int i = 0; i < 2; ++i) {
+    std::fflush(i == 0 ? stdout : stderr);
+    ::dup2(saved[i], streams[i]);
+    ::close(saved[i]);
+    std::ifstream in(base + std::to_string(i));
+    seen[i].assign(std::istreambuf_iterator<char>(in), {});
+    std::remove((base + std::to_string(i)).c_str());
+  }
+  EXPECT_EQ(seen[0], "");
+  EXPECT_NE(seen[1].find("[W/Console] a warning line\n"), std::string::npos) << seen[1];
+  EXPECT_NE(seen[1].find("a plain line\n"), std::string::npos) << seen[1];
 }
 
 struct SinkCall {

@@ -508,6 +508,46 @@ TEST_F(OfferwallTest, LoadFailuresAndTheOfflinePath) {
   EXPECT_EQ(screen(0).view.loads[0].url, "https://hub.example/") << "a retry loads the bare base";
 }
 
+// Addresses a page meant for a new window go where the same address would go as a navigation of
+// the page: loaded in it (with no identification headers), opened outside, or closing it.
+TEST_F(OfferwallTest, NewWindowsFollowTheNavigationPolicy) {
+  struct Case {
+    std::string url;
+    std::vector<std::string> loadedInPage;
+    std::vector<std::string> openedOutside;
+    bool closes = false;
+  };
+  const Case cases[] = {
+      {"https://partner.example/offer", {"https://partner.example/offer"}, {}},
+      {"http://hub.example/plain", {"http://hub.example/plain"}, {}},
+      {"itms-apps://apps.apple.com/app/id1", {}, {"itms-apps://apps.apple.com/app/id1"}},
+      {"https://apps.apple.com/app/id1", {}, {"https://apps.apple.com/app/id1"}},
+      {"partnerapp://reward", {}, {"partnerapp://reward"}},
+      {"about:blank", {}, {}},
+      {"", {}, {}},
+      {"korvane://close", {}, {}, true},
+  };
+  for (const Case& c : cases) {
+    fake_.urlOpener->opened.clear();
+    auto root = present("https://hub.example/");
+    FakePresenter::FakeScreen& page = screen(0);
+    const std::size_t before = page.view.loads.size();
+    page.view.delegate.lock()->requestNewWindow({c.url, false});
+    settle();
+    EXPECT_EQ(fake_.urlOpener->opened, c.openedOutside) << c.url;
+    EXPECT_EQ(presenter_->live.empty(), c.closes) << c.url;
+    if (c.closes) continue;
+    std::vector<std::string> loaded;
+    for (std::size_t i = before; i < page.view.loads.size(); ++i) {
+      loaded.push_back(page.view.loads[i].url);
+      EXPECT_TRUE(page.view.loads[i].headers.empty()) << c.url;
+    }
+    EXPECT_EQ(loaded, c.loadedInPage) << c.url;
+    root->closeOfferwall();
+    settle();
+  }
+}
+
 TEST_F(OfferwallTest, MessageTypesReachTheirEffects) {
   auto root = present("https://hub.example/");
   FakePresenter::FakeScreen& page = screen(0);

@@ -12,6 +12,7 @@
 #include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/event_persistence.h"
 #include "korvane/telemetry/event_queue.h"
+#include "telemetry/event_codec.h"
 #include "log_capture.h"
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
@@ -252,6 +253,36 @@ TEST_F(EventFileTest, WritesKeepTheFileWithinItsSizeAndAgeLimits) {
   clock_->advance(std::chrono::hours(24 * 8));
   ASSERT_TRUE(store.saveEvent(eventAt(now(), "late")).ok());
   EXPECT_EQ(ids(), std::vector<std::string>{"late"}) << "a single save drops what aged too";
+}
+
+// Every write that rereads the file counts as dropped only what really aged out: young events it
+// keeps are neither counted nor reported.
+TEST_F(EventFileTest, WritesCountOnlyTheEventsThatAgedOut) {
+  using Write = std::function<Status(EventPersistenceManager&)>;
+  const std::pair<const char*, Write> writes[] = {
+      {"merge", [&](auto& s) { return s.mergeEvents({eventAt(now(), "merged")}); }},
+      {"save", [&](auto& s) { return s.saveEvent(eventAt(now(), "saved")); }},
+      {"forget", [&](auto& s) { return s.forgetEvents({eventAt(now(), "young0")}); }},
+  };
+  for (const auto& [name, write] : writes) {
+    for (const std::size_t stale : {0u, 2u}) {
+      auto store = manager();
+      std::vector<Event> events;
+      for (std::size_t i = 0; i < stale; ++i)
+        events.push_back(eventAt(now() - 8 * 86400000.0, "stale" + std::to_string(i)));
+      for (int i = 0; i < 5; ++i) events.push_back(eventAt(now() - 5, "young" + std::to_string(i)));
+      std::ofstream(file()) << encodeEventFile(events);
+      testing::LogCapture capture;
+      ASSERT_TRUE(write(store).ok()) << name;
+      EXPECT_EQ(store.droppedCount(), stale) << name;
+      EXPECT_EQ(capture.count("events from the event file ("), stale ? 1u : 0u) << name;
+      if (stale) {
+        EXPECT_TRUE(capture.mentions("[W/EventBatchService] Dropped 2 events from the event file "
+                                     "(2 older than 604800 s, 0 past its "))
+            << name;
+      }
+    }
+  }
 }
 
 // A data directory that cannot be read (here a loop of symbolic links) fails every file

@@ -54,9 +54,12 @@ class TrackingPresenter final : public ScreenPresenter {
     void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
       inner_->fade(a, d, std::move(done));
     }
-    void dismiss(bool animated, std::function<void()> done) override {
+    bool dismiss(bool animated, std::function<void()> done) override {
       dismissed = true;
-      inner_->dismiss(animated, std::move(done));
+      return inner_->dismiss(animated, std::move(done));
+    }
+    void afterTransition(std::function<void()> then) override {
+      inner_->afterTransition(std::move(then));
     }
     Screen& inner() { return *inner_; }
     std::function<void()> close;
@@ -329,6 +332,30 @@ TEST_F(OfferwallWeb, NavigationPolicyClosesAndLeavesTheWebView) {
   callBridge(screen(0), "window.location.href = 'korvane://close'");
   ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+}
+
+// WebKit asks for a window for target="_blank" links and window.open: none is made, and the
+// address follows the page's navigation policy.
+TEST_F(OfferwallWeb, NewWindowsLoadInThePageOrOpenOutside) {
+  auto root = openRoot("/pages/root.html");
+  const auto showing = [&](const std::string& path) {
+    return pumpUntil([&] {
+      return screen(0).webView().currentUrl().value_or("").find(path) != std::string::npos &&
+             evaluate(screen(0), "document.readyState") == "\"complete\"";
+    });
+  };
+  callBridge(screen(0),
+             "var a = document.createElement('a'); a.href = '/pages/other.html';"
+             "a.target = '_blank'; document.body.appendChild(a); a.click();");
+  ASSERT_TRUE(showing("/pages/other.html")) << "the link's page replaced the offerwall's";
+  callBridge(screen(0), "window.open('/pages/sub.html', '_blank');");
+  ASSERT_TRUE(showing("/pages/sub.html"));
+  callBridge(screen(0), "window.open('itms-apps://apps.apple.com/app/id7');");
+  ASSERT_TRUE(pumpUntil([&] { return opener_->opened.size() == 1; }));
+  EXPECT_EQ(opener_->opened[0], "itms-apps://apps.apple.com/app/id7");
+  EXPECT_EQ(presenter_->presented, 1) << "no page of its own for a new window";
+  EXPECT_NE(screen(0).webView().currentUrl().value_or("").find("/pages/sub.html"),
+            std::string::npos);
 }
 
 TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {

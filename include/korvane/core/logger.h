@@ -86,7 +86,7 @@ class KorvaneLogger {
   static void setTelemetrySink(TelemetrySink sink);
   static bool hasTelemetrySink() { return hasSink_.load(std::memory_order_acquire); }
 
-  // Where console lines go; standard output unless a host routes them elsewhere. Null restores it.
+  // Where console lines go; standard error unless a host routes them elsewhere. Null restores it.
   static void setLineWriter(LineWriter writer);
 
   // A plain diagnostic line without prefix, as some failures print besides their log line.

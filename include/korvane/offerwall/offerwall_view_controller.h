@@ -40,8 +40,9 @@ class KorvaneOfferwallViewController {
   bool useNativeNavigationBar = false;
 
   // Shows it full screen over `over` (the host's top screen when null), inside a navigation
-  // container when `inNavigationContainer`; the page starts loading at once.
-  void present(PresentationAnchor* over = nullptr, bool inNavigationContainer = false);
+  // container when `inNavigationContainer`; the page starts loading at once. False when the
+  // platform refused to present it: nothing was shown and nothing of it stays.
+  bool present(PresentationAnchor* over = nullptr, bool inNavigationContainer = false);
   // For a controller the platform already shows (an iOS view controller the app presented
   // itself): runs the page in the screen `makeScreen` makes for these options, at once.
   void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);

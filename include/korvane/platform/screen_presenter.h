@@ -63,21 +63,30 @@ class Screen : public PresentationAnchor {
   // Called when the person uses the screen's reload control.
   virtual void setRefreshHandler(std::function<void()> handler) = 0;
   // Called when the page left the screen by other means than dismiss(): the app dismissed it,
-  // or the person swiped it away. It is gone by then.
+  // the person swiped it away, or the platform let go of it (a page covered by one that left,
+  // or one it never showed). It is gone by then.
   virtual void setDismissedHandler(std::function<void()> handler) = 0;
   // Takes the screen's own web view off the screen (a page embedded over it has replaced it).
   virtual void removeWebView() = 0;
   // Animates the page's opacity to `alpha` over `duration`; `done` runs when it has finished.
   virtual void fade(double alpha, std::chrono::milliseconds duration,
                     std::function<void()> done) = 0;
-  virtual void dismiss(bool animated, std::function<void()> done) = 0;
+  // Takes the page (and whatever is presented over it) off the screen; `done` runs once it has
+  // left. Returns false, and never runs `done`, when the platform cannot start it now because a
+  // presentation or dismissal is in progress: the page is still up.
+  virtual bool dismiss(bool animated, std::function<void()> done) = 0;
+  // Runs `then` once no presentation or dismissal involving this page is in progress: at once
+  // when none is. Never runs after the screen is destroyed.
+  virtual void afterTransition(std::function<void()> then) = 0;
 };
 
 // Puts offerwall pages on screen.
 class ScreenPresenter {
  public:
   virtual ~ScreenPresenter() = default;
-  // A full-screen page over `over` (or over the host's top screen when null).
+  // A full-screen page over `over` (or over the host's top screen when null). Null when the
+  // platform refused it (something is presented or in transition there, or nothing is in a
+  // window): nothing was shown.
   virtual std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                                     const ScreenOptions& options) = 0;
   // A page added inside `parent` just below its visible area, sliding up over `duration`.

@@ -41,6 +41,9 @@ class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
   virtual NavigationPolicy decidePolicy(const NavigationAction& action) = 0;
+  // The page asked for a new window (a target="_blank" link, window.open). The web view makes
+  // none; the delegate decides where the address goes.
+  virtual void requestNewWindow(const NavigationAction& action) = 0;
   virtual void didFinishNavigation() = 0;
   // `provisional` is true when the page never started loading.
   virtual void didFailNavigation(const Error& error, bool provisional) = 0;

@@ -76,10 +76,10 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
     std::string path;
     std::vector<Event> young;  // events within the maximum age, in file order
     std::size_t total = 0;     // events in the file
+    std::size_t agedOut = 0;   // events past the maximum age, counted as loaded
     bool exists = false;
     std::optional<Error> damage;  // the file is there but is not an event list
     std::size_t bytes = 0;        // of its text
-    std::size_t agedOut() const { return total - young.size(); }
   };
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();

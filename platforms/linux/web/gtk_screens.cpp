@@ -110,17 +110,33 @@ class GtkScreen final : public Screen {
         std::move(done)));
   }
 
-  void dismiss(bool animated, std::function<void()> done) override {
+  bool dismiss(bool animated, std::function<void()> done) override {
+    if (leaving_) return false;
     GtkWidget* target = window_ ? window_ : webView_.widget();
-    auto finish = [target, done = std::move(done)] {
+    leaving_ = true;
+    auto finish = [this, alive = std::weak_ptr<bool>(alive_), target, done = std::move(done)] {
       gtk_widget_hide(target);
+      leaving_ = false;
       if (done) done();
+      if (alive.expired()) return;  // `done` ended the page: nothing may wait on it any more
+      std::vector<std::function<void()>> waiting = std::move(afterLeaving_);
+      for (auto& then : waiting) then();
     };
-    if (!animated) return finish();
+    if (!animated) {
+      finish();
+      return true;
+    }
     const double from = gtk_widget_get_opacity(target);
     Animation::start(std::make_unique<Animation>(
         alive_, std::chrono::milliseconds(200),
         [target, from](double t) { gtk_widget_set_opacity(target, from * (1 - t)); }, finish));
+    return true;
+  }
+
+  // A desktop window appears at once; only a dismissal's fade-out takes time.
+  void afterTransition(std::function<void()> then) override {
+    if (!leaving_) return then();
+    afterLeaving_.push_back(std::move(then));
   }
 
   // Starts just below the visible area and slides up to cover it.
@@ -186,6 +202,8 @@ class GtkScreen final : public Screen {
   std::shared_ptr<ScreenList> list_;
   WebKitWebViewPort webView_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  bool leaving_ = false;  // a dismissal's fade-out runs
+  std::vector<std::function<void()>> afterLeaving_;
   GtkWidget* window_ = nullptr;
   GtkWidget* parentOverlay_ = nullptr;
   GtkWidget* overlay_ = nullptr;

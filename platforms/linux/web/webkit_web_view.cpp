@@ -35,6 +35,11 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   Signals& signals = signalsOf(data);
   auto delegate = signals.target();
   if (!delegate) return FALSE;
+  // A new window's address is decided once, when WebKit asks for the window ("create").
+  if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
+    webkit_policy_decision_use(decision);
+    return TRUE;
+  }
   auto* navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
   WebKitNavigationAction* action =
       webkit_navigation_policy_decision_get_navigation_action(navigation);
@@ -44,14 +49,23 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   // WebKitGTK does not say which frame navigates. The main frame's redirects come before its
   // document commits, and the frames a document loads while it is read come after, so what
   // navigates between commit and finish counts as a sub frame; otherwise the main frame.
-  asked.mainFrame =
-      type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION && !signals.documentLoading;
+  asked.mainFrame = !signals.documentLoading;
   if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
     webkit_policy_decision_use(decision);
   } else {
     webkit_policy_decision_ignore(decision);
   }
   return TRUE;
+}
+
+// target="_blank" and window.open: the delegate takes the address; no window is made.
+GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer data) {
+  if (auto delegate = signalsOf(data).target()) {
+    NavigationAction asked;
+    asked.url = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    delegate->requestNewWindow(asked);
+  }
+  return nullptr;
 }
 
 void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
@@ -231,6 +245,7 @@ WebKitWebViewPort::WebKitWebViewPort() : signals_(std::make_shared<Signals>()) {
   webkit_web_view_set_background_color(view_, &white);
   connect(view_, "decide-policy", onDecidePolicy, signals_);
   connect(view_, "load-changed", onLoadChanged, signals_);
+  connect(view_, "create", onCreate, signals_);
   connect(view_, "load-failed", onLoadFailed, signals_);
   connect(view_, "web-process-terminated", onProcessTerminated, signals_);
   connect(view_, "script-dialog", onScriptDialog, signals_);

@@ -48,6 +48,13 @@ using korvane::ios::toStdString;
   _core = _owned;
 }
 
+// UIKit lets go of pages without an appearance callback (one covered by a page the app
+// dismissed, one it never showed): the core hears of it here, or the page would live on there.
+- (void)dealloc {
+  void (^handler)(void) = self.dismissedHandler;
+  if (handler && !self.dismissingBySdk) handler();
+}
+
 #pragma mark - Fields
 
 // Reads and writes go to the core's controller; a page whose controller is gone reads as empty.

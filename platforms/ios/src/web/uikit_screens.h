@@ -36,7 +36,8 @@ class ControllerScreen final : public UIKitScreen {
   void setCloseHandler(std::function<void()> handler) override;
   void setRefreshHandler(std::function<void()> handler) override;
   void setDismissedHandler(std::function<void()> handler) override;
-  void dismiss(bool animated, std::function<void()> done) override;
+  bool dismiss(bool animated, std::function<void()> done) override;
+  void afterTransition(std::function<void()> then) override;
 
   ::KorvaneOfferwallViewController* _Nullable controller() const { return controller_; }
 
@@ -52,7 +53,9 @@ class StackedScreen final : public UIKitScreen {
   void setCloseHandler(std::function<void()>) override {}
   void setRefreshHandler(std::function<void()>) override {}
   void setDismissedHandler(std::function<void()>) override {}
-  void dismiss(bool animated, std::function<void()> done) override;
+  bool dismiss(bool animated, std::function<void()> done) override;
+  // Views come and go at once: nothing to wait for.
+  void afterTransition(std::function<void()> then) override { then(); }
   UIView* _Nullable container() const { return container_; }
 
  private:
@@ -73,7 +76,8 @@ class HostControllerAnchor final : public PresentationAnchor {
 // The anchor of an app's view controller, made on first use and kept with the controller.
 PresentationAnchor* anchorFor(UIViewController* _Nullable controller);
 
-// Puts offerwall pages on screen with UIKit.
+// Puts offerwall pages on screen with UIKit. A full-screen page UIKit would refuse (its presenter
+// presents or is in a transition, or is not in a window) is not asked for: null comes back.
 class UIKitScreenPresenter final : public ScreenPresenter {
  public:
   std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* _Nullable over,

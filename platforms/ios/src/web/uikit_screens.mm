@@ -49,6 +49,23 @@ UIViewController* _Nullable presentingControllerFor(PresentationAnchor* _Nullabl
   return topOf(base ? base : keyWindowRoot());
 }
 
+// A presentation or dismissal runs in the stack of presentations `controller` is part of:
+// UIKit drops a dismissal asked for then, and never runs its completion.
+BOOL transitionRuns(UIViewController* _Nullable controller) {
+  if (!controller) return NO;
+  if (controller.transitionCoordinator) return YES;
+  UIViewController* bottom = controller;
+  while (bottom.presentingViewController) bottom = bottom.presentingViewController;
+  for (UIViewController* each = bottom; each; each = each.presentedViewController)
+    if (each.isBeingPresented || each.isBeingDismissed) return YES;
+  return NO;
+}
+
+// What UIKit presents for the page: its navigation controller when it is in one.
+UIViewController* _Nullable shownFor(UIViewController* _Nullable controller) {
+  return controller.navigationController ? controller.navigationController : controller;
+}
+
 // nil for no handler.
 void (^_Nullable blockFor(std::function<void()> handler))(void) {
   if (!handler) return nil;
@@ -101,27 +118,59 @@ void ControllerScreen::setDismissedHandler(std::function<void()> handler) {
   controller_.dismissedHandler = blockFor(std::move(handler));
 }
 
-void ControllerScreen::dismiss(bool animated, std::function<void()> done) {
+bool ControllerScreen::dismiss(bool animated, std::function<void()> done) {
   auto finished = std::make_shared<std::function<void()>>(std::move(done));
   ::KorvaneOfferwallViewController* controller = controller_;
   const auto finish = ^{
     if (*finished) (*finished)();
   };
-  if (!controller) return finish();
-  controller.dismissingBySdk = YES;
+  if (!controller) {
+    finish();
+    return true;
+  }
   if (controller.parentViewController && !controller.navigationController) {
     // A page embedded in another page (the slide-up replacement) leaves its parent.
+    controller.dismissingBySdk = YES;
     [controller willMoveToParentViewController:nil];
     [controller.view removeFromSuperview];
     [controller removeFromParentViewController];
-    return finish();
+    finish();
+    return true;
   }
-  UIViewController* shown =
-      controller.navigationController ? controller.navigationController : controller;
+  UIViewController* shown = shownFor(controller);
   UIViewController* presenting = shown.presentingViewController;
-  if (!presenting) return finish();
+  if (!presenting) {
+    finish();
+    return true;
+  }
+  // Asked now, UIKit would drop it: the core asks again once the transition has ended.
+  if (transitionRuns(shown)) return false;
+  controller.dismissingBySdk = YES;
   // Dismissing from the presenting side takes this page and whatever it presents along.
   [presenting dismissViewControllerAnimated:animated completion:finish];
+  return true;
+}
+
+void ControllerScreen::afterTransition(std::function<void()> then) {
+  auto pending = std::make_shared<std::function<void()>>(std::move(then));
+  const std::weak_ptr<const void> alive = lifetime();
+  void (^run)(void) = ^{
+    if (!alive.expired() && *pending) (*pending)();
+  };
+  UIViewController* shown = shownFor(controller_);
+  if (!transitionRuns(shown)) return run();
+  id<UIViewControllerTransitionCoordinator> coordinator = shown.transitionCoordinator;
+  if (!coordinator) {
+    // A transition elsewhere in the stack, with no coordinator of this page's: look again soon.
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, 50 * NSEC_PER_MSEC), dispatch_get_main_queue(),
+                   run);
+    return;
+  }
+  // The completion runs while UIKit still ends the transition: go on from the next turn.
+  [coordinator animateAlongsideTransition:nil
+                               completion:^(id<UIViewControllerTransitionCoordinatorContext>) {
+                                 dispatch_async(dispatch_get_main_queue(), run);
+                               }];
 }
 
 StackedScreen::StackedScreen(UIView* container) : container_(container) {
@@ -131,9 +180,10 @@ StackedScreen::StackedScreen(UIView* container) : container_(container) {
   [container addSubview:view];
 }
 
-void StackedScreen::dismiss(bool, std::function<void()> done) {
+bool StackedScreen::dismiss(bool, std::function<void()> done) {
   [port_.view() removeFromSuperview];
   if (done) done();
+  return true;
 }
 
 }  // namespace korvane::ios
@@ -174,9 +224,15 @@ std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnch
   UIViewController* presenting = presentingControllerFor(over);
   if (!presenting || !presenting.viewIfLoaded.window) {
     KorvaneLogger::e(kTag, "No view controller on screen to present the offerwall from");
-  } else {
-    [presenting presentViewController:shown animated:YES completion:nil];
+    return nullptr;
   }
+  // UIKit would refuse it and simply let the page go: say so instead of showing nothing.
+  if (presenting.presentedViewController || transitionRuns(presenting)) {
+    KorvaneLogger::e(kTag, "A presentation or dismissal is in progress; the offerwall is not shown");
+    return nullptr;
+  }
+  [presenting presentViewController:shown animated:YES completion:nil];
+  if (!shown.presentingViewController) return nullptr;  // refused all the same
   return screen;
 }
 

@@ -36,13 +36,28 @@ std::string originOf(WKFrameInfo* frame) {
                     decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
   auto delegate = self.delegate.lock();
   if (!delegate) return decisionHandler(WKNavigationActionPolicyCancel);
+  // One for a new window is decided once, when WebKit asks for the window.
+  if (navigationAction.targetFrame == nil) return decisionHandler(WKNavigationActionPolicyAllow);
   korvane::NavigationAction action;
   action.url = toStdString(navigationAction.request.URL.absoluteString);
-  action.mainFrame =
-      navigationAction.targetFrame == nil || navigationAction.targetFrame.isMainFrame;
+  action.mainFrame = navigationAction.targetFrame.isMainFrame;
   decisionHandler(delegate->decidePolicy(action) == korvane::NavigationPolicy::allow
                       ? WKNavigationActionPolicyAllow
                       : WKNavigationActionPolicyCancel);
+}
+
+// target="_blank" and window.open: the core takes the address (it loads in this page or opens
+// outside); no web view is made.
+- (nullable WKWebView*)webView:(WKWebView*)webView
+    createWebViewWithConfiguration:(WKWebViewConfiguration*)configuration
+               forNavigationAction:(WKNavigationAction*)navigationAction
+                    windowFeatures:(WKWindowFeatures*)windowFeatures {
+  if (auto delegate = self.delegate.lock()) {
+    korvane::NavigationAction action;
+    action.url = toStdString(navigationAction.request.URL.absoluteString);
+    delegate->requestNewWindow(action);
+  }
+  return nil;
 }
 
 - (void)webView:(WKWebView*)webView didFinishNavigation:(null_unspecified WKNavigation*)navigation {
