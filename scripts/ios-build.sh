@@ -110,3 +110,6 @@ for slice in iphoneos iphonesimulator; do
   python3 "$root/scripts/ios-size-report.py" "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
     "$out/$slice/KorvaneSDK.map"
 done
+
+# The Swift an app writes: the Swift sample and README's Swift snippets, per slice.
+bash "$root/scripts/ios-swift.sh"
