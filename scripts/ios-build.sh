@@ -4,8 +4,9 @@
 #
 # Each slice is checked from captured tool output: the Mach-O binary and bundle for its platform,
 # `@import KorvaneSDK;` as plain Objective-C, and the sample app linked against it. The device
-# slice also gets the public API compared with its checked-in listing, the Clang static analyzer
-# over the Objective-C++ layer and the iOS layer's no-product-rule check. Prints the sizes.
+# slice also gets the public API compared with its checked-in listing, a doc comment on every
+# public declaration, the Clang static analyzer over the Objective-C++ layer and the iOS layer's
+# no-product-rule check. Prints the sizes.
 #
 # The SDK: see scripts/ios-sdk.sh (IOS_SDK, xcrun on macOS, else /opt/ios-sdk/iPhoneOS26.2.sdk).
 # Without one it says so and exits 0, so machines without an SDK skip the iOS build.
@@ -79,6 +80,7 @@ build_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK"
 
 device="$out/iphoneos/KorvaneSDK.framework"
 python3 "$root/scripts/ios-api-listing.py" check "$device" "$root/platforms/ios/KorvaneSDK.api"
+python3 "$root/scripts/ios-doc-check.py" "$root/platforms/ios/include/KorvaneSDK"
 python3 "$root/scripts/ios-analyze.py" "$out/iphoneos" "$root/platforms/ios"
 
 # The iOS layer only translates: no bridge message type, page query item, backend path, event
@@ -108,3 +110,6 @@ for slice in iphoneos iphonesimulator; do
   python3 "$root/scripts/ios-size-report.py" "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
     "$out/$slice/KorvaneSDK.map"
 done
+
+# The Swift an app writes: the Swift sample and README's Swift snippets, per slice.
+bash "$root/scripts/ios-swift.sh"

@@ -11,8 +11,10 @@ NS_ASSUME_NONNULL_BEGIN
 KORVANE_EXPORT
 @interface KorvaneBanner : NSObject
 
+/// The one banner loader.
 @property(class, nonatomic, readonly) KorvaneBanner* shared;
 
+/// Requests the banner of `placementId`; onSuccess gets a response whose success is true.
 - (void)getBannerWithPlacementId:(NSString*)placementId
                        onSuccess:(void (^)(KorvaneBannerInfoResponse* response))onSuccess
                        onFailure:(void (^)(NSError* error))onFailure

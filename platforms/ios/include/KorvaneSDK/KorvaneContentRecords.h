@@ -10,13 +10,21 @@ NS_ASSUME_NONNULL_BEGIN
 NS_SWIFT_NAME(BannerInfoResponse)
 KORVANE_EXPORT
 @interface KorvaneBannerInfoResponse : NSObject
+/// The backend's success flag.
 @property(nonatomic, readonly) BOOL success;
+/// The image's address.
 @property(nonatomic, readonly, copy, nullable) NSString* imageUrl;
+/// The image's width, if given.
 @property(nonatomic, readonly, nullable) NSNumber* imageWidth;
+/// The image's height, if given.
 @property(nonatomic, readonly, nullable) NSNumber* imageHeight;
+/// The title to show.
 @property(nonatomic, readonly, copy, nullable) NSString* titleText;
+/// How the banner's link opens, as the backend words it.
 @property(nonatomic, readonly, copy, nullable) NSString* linkType;
+/// The address to open in the offerwall.
 @property(nonatomic, readonly, copy, nullable) NSString* internalLinkUrl;
+/// The address to open in the browser.
 @property(nonatomic, readonly, copy, nullable) NSString* externalLinkUrl;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
@@ -24,25 +32,36 @@ KORVANE_EXPORT
 
 /// The kind of a mission: "normal" or "offerwall_promotion".
 typedef NSString* KorvaneMissionType NS_TYPED_ENUM NS_SWIFT_NAME(MissionType);
-KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeNormal;
-KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeOfferwallPromotion;
+KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeNormal;  ///< "normal"
+KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeOfferwallPromotion;  ///< "offerwall_promotion"
 
 /// One mission of a mission placement.
 NS_SWIFT_NAME(Mission)
 KORVANE_EXPORT
 @interface KorvaneMissionItem : NSObject
+/// The backend's id.
 @property(nonatomic, readonly, copy) NSString* identifier NS_SWIFT_NAME(id);
+/// The title to show.
 @property(nonatomic, readonly, copy) NSString* title;
+/// The description to show.
 @property(nonatomic, readonly, copy) NSString* descriptionText;
+/// The image's address.
 @property(nonatomic, readonly, copy) NSString* imageUrl;
+/// The page the click opens.
 @property(nonatomic, readonly, copy) NSString* landingUrl;
 /// The reward as the server words it.
 @property(nonatomic, readonly, copy) NSString* point;
+/// The user's state in it, as the backend words it.
 @property(nonatomic, readonly, copy, nullable) NSString* status;
+/// Steps done, if counted.
 @property(nonatomic, readonly, nullable) NSNumber* progress;
+/// Steps in all, if counted.
 @property(nonatomic, readonly, nullable) NSNumber* total;
+/// The mission's kind, if given.
 @property(nonatomic, readonly, nullable) KorvaneMissionType type;
+/// Where it stands in the list, if given.
 @property(nonatomic, readonly, nullable) NSNumber* impressionOrder;
+/// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
@@ -52,7 +71,9 @@ KORVANE_EXPORT
 NS_SWIFT_NAME(MissionProgress)
 KORVANE_EXPORT
 @interface KorvaneMissionProgress : NSObject
+/// Missions completed.
 @property(nonatomic, readonly) NSInteger current;
+/// Missions in the list.
 @property(nonatomic, readonly) NSInteger total;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
@@ -62,16 +83,27 @@ KORVANE_EXPORT
 NS_SWIFT_NAME(MissionResponse)
 KORVANE_EXPORT
 @interface KorvaneMissionResponse : NSObject
+/// The backend's success flag, if sent.
 @property(nonatomic, readonly, nullable) NSNumber* success;
+/// The missions, in the backend's order.
 @property(nonatomic, readonly, copy) NSArray<KorvaneMissionItem*>* events;
+/// Missions completed.
 @property(nonatomic, readonly) NSInteger current;
+/// Missions in the list.
 @property(nonatomic, readonly) NSInteger total;
+/// The reward page, if any.
 @property(nonatomic, readonly, copy, nullable) NSString* rewardUrl;
+/// The backend's message, if any.
 @property(nonatomic, readonly, copy, nullable) NSString* message;
+/// The title to show.
 @property(nonatomic, readonly, copy, nullable) NSString* titleText;
+/// The description to show.
 @property(nonatomic, readonly, copy, nullable) NSString* descriptionText;
+/// The text under the list.
 @property(nonatomic, readonly, copy, nullable) NSString* bottomText;
+/// The reward icon's address.
 @property(nonatomic, readonly, copy, nullable) NSString* rewardIconUrl;
+/// The icon under the list.
 @property(nonatomic, readonly, copy, nullable) NSString* bottomIconUrl;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
@@ -81,16 +113,25 @@ KORVANE_EXPORT
 NS_SWIFT_NAME(QuizEvent)
 KORVANE_EXPORT
 @interface KorvaneQuizEvent : NSObject
+/// The backend's id.
 @property(nonatomic, readonly, copy) NSString* identifier NS_SWIFT_NAME(id);
+/// The title to show.
 @property(nonatomic, readonly, copy) NSString* title;
+/// The description to show.
 @property(nonatomic, readonly, copy, nullable) NSString* descriptionText;
+/// The image's address.
 @property(nonatomic, readonly, copy) NSString* imageUrl;
+/// The page the click opens.
 @property(nonatomic, readonly, copy) NSString* landingUrl;
 /// The reward as the server words it.
 @property(nonatomic, readonly, copy) NSString* point;
+/// The user's state in it, as the backend words it.
 @property(nonatomic, readonly, copy, nullable) NSString* status;
+/// Whether the user completed the quiz, if sent.
 @property(nonatomic, readonly, nullable) NSNumber* completed;
+/// Where it stands in the list, if given.
 @property(nonatomic, readonly, nullable) NSNumber* impressionOrder;
+/// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
@@ -100,12 +141,19 @@ KORVANE_EXPORT
 NS_SWIFT_NAME(QuizResponse)
 KORVANE_EXPORT
 @interface KorvaneQuizResponse : NSObject
+/// The backend's success flag, if sent.
 @property(nonatomic, readonly, nullable) NSNumber* success;
+/// The title to show.
 @property(nonatomic, readonly, copy, nullable) NSString* titleText;
+/// The image shown for completed quizzes.
 @property(nonatomic, readonly, copy, nullable) NSString* completedImageUrl;
+/// That image's width, if given.
 @property(nonatomic, readonly, nullable) NSNumber* completedImageWidth;
+/// That image's height, if given.
 @property(nonatomic, readonly, nullable) NSNumber* completedImageHeight;
+/// The quizzes, in the backend's order.
 @property(nonatomic, readonly, copy) NSArray<KorvaneQuizEvent*>* events;
+/// The backend's message, if any.
 @property(nonatomic, readonly, copy, nullable) NSString* message;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;

@@ -21,14 +21,28 @@ typedef NS_ERROR_ENUM(KorvaneAdErrorDomain, KorvaneAdError){
     KorvaneAdErrorUnknown = 4,
 };
 
-/// The domain of the facade's own refusals: -1 (not initialised) and -2 (no user logged in).
+/// The domain of the facade's own refusals (`KorvaneSdkError`).
 KORVANE_EXTERN NSErrorDomain const KorvaneSdkErrorDomain NS_SWIFT_NAME(KorvaneSdkErrorDomain);
+
+/// Why the facade refused a request before sending it. Delivered as an `NSError` of
+/// `KorvaneSdkErrorDomain`; Swift sees it as the `KorvaneSdkError` error type, whose `Code` a
+/// `switch` can match.
+typedef NS_ERROR_ENUM(KorvaneSdkErrorDomain, KorvaneSdkError){
+    /// The SDK is not initialised.
+    KorvaneSdkErrorNotInitialized = -1,
+    /// No user is logged in.
+    KorvaneSdkErrorNotLoggedIn = -2,
+};
 
 /// Why login failed; handed to `KorvaneSdkLoginListener`'s `onFailure:`.
 typedef NS_CLOSED_ENUM(NSInteger, KorvaneLoginError) {
+  /// The SDK is not initialised.
   KorvaneLoginErrorNotInitialized = 0,
+  /// The user id is empty.
   KorvaneLoginErrorInvalidUserId = 1,
+  /// The backend could not be reached.
   KorvaneLoginErrorNetworkError = 2,
+  /// Any other failure.
   KorvaneLoginErrorUnknown = 3,
 };
 

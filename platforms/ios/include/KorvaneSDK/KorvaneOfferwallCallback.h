@@ -7,9 +7,13 @@ NS_ASSUME_NONNULL_BEGIN
 /// once per opening.
 NS_SWIFT_NAME(OfferwallCallback)
 @protocol KorvaneOfferwallCallback <NSObject>
+/// The offerwall is on screen.
 - (void)onOpened;
+/// The offerwall closed.
 - (void)onClosed;
+/// The offerwall could not open or failed; `message` says why.
 - (void)onError:(NSString*)message;
+/// A page reported a reward of `amount`.
 - (void)onRewardEarned:(NSInteger)amount;
 @end
 
@@ -17,9 +21,11 @@ NS_SWIFT_NAME(OfferwallCallback)
 /// the main thread. A nil answer means "no data": the page's callback is then never called.
 NS_SWIFT_NAME(OfferwallEventCallback)
 @protocol KorvaneOfferwallEventCallback <NSObject>
+/// A page sent a custom event of `eventType` with its payload.
 - (void)onCustomEventWithEventType:(NSString*)eventType
                            payload:(NSDictionary<NSString*, id>*)payload
     NS_SWIFT_NAME(onCustomEvent(eventType:payload:));
+/// The answer to a page's data request, or nil for none.
 - (nullable NSDictionary<NSString*, id>*)onDataRequestWithRequestId:(NSString*)requestId
                                                         requestType:(NSString*)requestType
                                                              params:(NSDictionary<NSString*, id>*)
@@ -32,11 +38,16 @@ NS_SWIFT_NAME(OfferwallCallbackImpl)
 KORVANE_EXPORT
 @interface KorvaneOfferwallCallbackImpl : NSObject <KorvaneOfferwallCallback>
 
+/// Runs for onOpened.
 @property(nonatomic, copy, nullable) void (^onOpenedHandler)(void);
+/// Runs for onClosed.
 @property(nonatomic, copy, nullable) void (^onClosedHandler)(void);
+/// Runs for onError:.
 @property(nonatomic, copy, nullable) void (^onErrorHandler)(NSString* message);
+/// Runs for onRewardEarned:.
 @property(nonatomic, copy, nullable) void (^onRewardEarnedHandler)(NSInteger amount);
 
+/// A callback made of the given handlers.
 - (instancetype)initWithOnOpened:(nullable void (^)(void))onOpened
                         onClosed:(nullable void (^)(void))onClosed
                          onError:(nullable void (^)(NSString* message))onError

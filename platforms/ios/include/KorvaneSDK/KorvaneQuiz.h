@@ -9,7 +9,9 @@ NS_ASSUME_NONNULL_BEGIN
 /// What the app hears about quizzes, on the main thread.
 NS_SWIFT_NAME(KorvaneQuizEventsListener)
 @protocol KorvaneQuizEventsListener <NSObject>
+/// `quizEvent` was shown to the user.
 - (void)onImpressedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onImpressed(_:));
+/// The user clicked `quizEvent`.
 - (void)onClickedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onClicked(_:));
 /// The quiz page reported completion. The amount is the page's "rewardAmount", else the quiz's
 /// point when it is a whole number, else 0.
@@ -22,6 +24,7 @@ NS_SWIFT_NAME(KorvaneQuizEventsListener)
 KORVANE_EXPORT
 @interface KorvaneQuiz : NSObject
 
+/// A placement with no quizzes loaded.
 - (instancetype)init NS_DESIGNATED_INITIALIZER;
 
 /// Held weakly: the quiz never keeps the listener alive.
@@ -40,6 +43,7 @@ KORVANE_EXPORT
 /// opens nothing.
 - (void)clickQuizWithId:(NSString*)quizId
                    from:(UIViewController*)viewController NS_SWIFT_NAME(clickQuiz(_:from:));
+/// Records the click, tells the listener, then opens `quizEvent` over `viewController`.
 - (void)clickQuiz:(KorvaneQuizEvent*)quizEvent
              from:(UIViewController*)viewController NS_SWIFT_NAME(clickQuiz(_:from:));
 /// Records the click and tells the listener without opening anything.

@@ -6,6 +6,7 @@
 //! The framework's major and minor version as a number (1.0) and its full version text
 //! ("1.0.52-rc.2").
 KORVANE_EXTERN double KorvaneSDKVersionNumber;
+/// The framework's full version text.
 KORVANE_EXTERN const unsigned char KorvaneSDKVersionString[];
 
 #import <KorvaneSDK/AuthInterceptor.h>

@@ -7,7 +7,9 @@ NS_ASSUME_NONNULL_BEGIN
 
 /// Which backend the SDK talks to.
 typedef NS_CLOSED_ENUM(NSInteger, KorvaneSdkConfigEnvironment) {
+  /// The live backend.
   KorvaneSdkConfigEnvironmentProduction = 0,
+  /// The staging backend.
   KorvaneSdkConfigEnvironmentStaging = 1,
   /// Uses the staging backend as well.
   KorvaneSdkConfigEnvironmentDevelopment = 2,
@@ -17,12 +19,17 @@ typedef NS_CLOSED_ENUM(NSInteger, KorvaneSdkConfigEnvironment) {
 KORVANE_EXPORT
 @interface KorvaneSdkConfig : NSObject
 
+/// The app's key, sent with every backend request.
 @property(nonatomic, readonly, copy) NSString* appKey;
+/// The app's secret, sent with every backend request.
 @property(nonatomic, readonly, copy) NSString* appSecret;
+/// The backend the SDK talks to.
 @property(nonatomic, readonly) KorvaneSdkConfigEnvironment environment;
 /// The request time-out handed to the transport, in milliseconds.
 @property(nonatomic, readonly) int64_t timeoutMillis;
+/// Whether adjoe's offerwall may open (unless the backend decides otherwise).
 @property(nonatomic, readonly) BOOL adjoeEnabled;
+/// adjoe's SDK hash, when adjoe is enabled.
 @property(nonatomic, readonly, copy, nullable) NSString* adjoeSdkHash;
 /// Origins whose pages may use the offerwall's native bridge besides the addresses the SDK loads.
 @property(nonatomic, readonly, copy) NSArray<NSString*>* trustedOrigins;
@@ -40,19 +47,23 @@ NS_SWIFT_NAME(KorvaneSdkConfig.Builder)
 KORVANE_EXPORT
 @interface KorvaneSdkConfigBuilder : NSObject
 
+/// A builder for the app's key and secret with the defaults.
 - (instancetype)initWithAppKey:(NSString*)appKey
                      appSecret:(NSString*)appSecret NS_DESIGNATED_INITIALIZER
     NS_SWIFT_NAME(init(appKey:appSecret:));
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 
+/// The backend to talk to.
 - (KorvaneSdkConfigBuilder*)setEnvironment:(KorvaneSdkConfigEnvironment)environment
     NS_SWIFT_NAME(setEnvironment(_:));
 /// Stored as given: no bound is enforced.
 - (KorvaneSdkConfigBuilder*)setTimeoutMillis:(int64_t)timeoutMillis
     NS_SWIFT_NAME(setTimeoutMillis(_:));
+/// Enables adjoe's offerwall with adjoe's SDK hash.
 - (KorvaneSdkConfigBuilder*)enableAdjoeWithSdkHash:(NSString*)sdkHash
     NS_SWIFT_NAME(enableAdjoe(sdkHash:));
+/// Disables adjoe's offerwall and forgets its hash.
 - (KorvaneSdkConfigBuilder*)disableAdjoe;
 /// Sends every backend request to this base URL instead of the environment's (staging,
 /// self-hosted backends, local development).

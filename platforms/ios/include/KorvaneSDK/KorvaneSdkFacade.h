@@ -21,6 +21,7 @@ NS_ASSUME_NONNULL_BEGIN
 KORVANE_EXPORT
 @interface KorvaneSdk : NSObject
 
+/// The one SDK instance.
 @property(class, nonatomic, readonly) KorvaneSdk* shared;
 
 /// Stores the configuration (the application weakly), reads the advertising identifier, starts the
@@ -35,11 +36,17 @@ KORVANE_EXPORT
     NS_SWIFT_NAME(login(korvaneSdkUser:listener:));
 /// Records the logout of the current user, then forgets it.
 - (void)logout;
+/// Whether the backend has validated the app.
 - (BOOL)isInitialized;
+/// Whether a user is logged in.
 @property(nonatomic, readonly) BOOL isLoggedIn;
+/// The logged-in user, if any.
 - (nullable KorvaneSdkUser*)getCurrentUser;
+/// The configuration given at initialisation, if any.
 - (nullable KorvaneSdkConfig*)getConfig;
+/// The SDK's version text, as "1.0.52-rc.2".
 - (NSString*)getSDKVersion;
+/// Sets `KorvaneLogger.logLevel`.
 + (void)setLogLevel:(KorvaneLogLevel)level NS_SWIFT_NAME(setLogLevel(_:));
 /// The advertising identifier, or "00000000-0000-0000-0000-000000000000" when there is none.
 - (void)getAdvertisingIdWithCompletion:(void (^)(NSString* advertisingId))completion
@@ -86,6 +93,7 @@ KORVANE_EXPORT
                                     eventCallback:
                                         (nullable id<KorvaneOfferwallEventCallback>)eventCallback
     NS_SWIFT_NAME(openOfferwall(presentingViewController:placementId:callback:eventCallback:));
+/// The same without callbacks.
 - (void)objc_openOfferwallWithPresentingViewController:(UIViewController*)presentingViewController
                                            placementId:(NSString*)placementId
     NS_SWIFT_NAME(objc_openOfferwall(presentingViewController:placementId:));
@@ -99,6 +107,7 @@ KORVANE_EXPORT
            showNavigationBar:(BOOL)showNavigationBar
       useNativeNavigationBar:(BOOL)useNativeNavigationBar
     NS_SWIFT_NAME(openOfferwallWithUrl(_:placementId:presentingViewController:callback:eventCallback:showNavigationBar:useNativeNavigationBar:));
+/// The same with the custom bar and without callbacks.
 - (void)objc_openOfferwallWithUrl:(NSString*)url
                       placementId:(NSString*)placementId
          presentingViewController:(UIViewController*)presentingViewController

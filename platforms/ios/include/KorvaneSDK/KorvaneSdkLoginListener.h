@@ -7,7 +7,9 @@ NS_ASSUME_NONNULL_BEGIN
 /// even when the backend request failed; `onFailure:` only when the SDK is not initialised or the
 /// user id is empty. The SDK keeps the listener until it has called it.
 @protocol KorvaneSdkLoginListener <NSObject>
+/// The user is logged in.
 - (void)onSuccess;
+/// The login was refused; `error` says why.
 - (void)onFailure:(KorvaneLoginError)error;
 @end
 

@@ -5,9 +5,13 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class KorvaneSdkUser;
 
+/// A user's gender as the backend knows it.
 typedef NS_CLOSED_ENUM(NSInteger, KorvaneSdkUserGender) {
+  /// "M".
   KorvaneSdkUserGenderMale = 0,
+  /// "F".
   KorvaneSdkUserGenderFemale = 1,
+  /// "O".
   KorvaneSdkUserGenderOther = 2,
 } NS_SWIFT_NAME(KorvaneSdkUser.Gender);
 
@@ -19,12 +23,15 @@ KORVANE_EXTERN NSString* KorvaneSdkUserGenderStringValue(KorvaneSdkUserGender ge
 KORVANE_EXPORT
 @interface KorvaneSdkUser : NSObject
 
+/// The app's id for the user; never empty once logged in.
 @property(nonatomic, readonly, copy) NSString* userId;
 /// Whether a gender was given; `gender` is meaningful only then.
 @property(nonatomic, readonly) BOOL hasGender;
+/// The user's gender; other when none was given.
 @property(nonatomic, readonly) KorvaneSdkUserGender gender;
 /// Whether a birth year was given; `birthYear` is meaningful only then.
 @property(nonatomic, readonly) BOOL hasBirthYear;
+/// The user's birth year; 0 when none was given.
 @property(nonatomic, readonly) NSInteger birthYear;
 
 /// A user with neither gender nor birth year.
@@ -34,11 +41,14 @@ KORVANE_EXPORT
                    genderValue:(NSInteger)genderValue
                      birthYear:(NSInteger)birthYear
     NS_SWIFT_NAME(init(userId:genderValue:birthYear:));
+/// A user with a gender and a birth year.
 - (instancetype)initWithUserId:(NSString*)userId
                         gender:(KorvaneSdkUserGender)gender
                      birthYear:(NSInteger)birthYear NS_SWIFT_NAME(init(userId:gender:birthYear:));
+/// A user with a gender and no birth year.
 - (instancetype)initWithUserId:(NSString*)userId
                         gender:(KorvaneSdkUserGender)gender NS_SWIFT_NAME(init(userId:gender:));
+/// A user with a birth year and no gender.
 - (instancetype)initWithUserId:(NSString*)userId
                      birthYear:(NSInteger)birthYear NS_SWIFT_NAME(init(userId:birthYear:));
 - (instancetype)init NS_UNAVAILABLE;
