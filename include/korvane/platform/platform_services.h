@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "korvane/core/executor.h"
 #include "korvane/platform/app_lifecycle.h"
 #include "korvane/platform/clock.h"
 #include "korvane/platform/device_probe.h"
@@ -33,6 +34,11 @@ struct PlatformServices {
   std::shared_ptr<UrlOpener> urlOpener;
   std::shared_ptr<ScreenPresenter> screens;
   std::shared_ptr<ProcessDiagnostics> diagnostics;
+  // Optional: where the core's background work runs (asynchronous tasks; the facade's serial
+  // queue). A platform whose system calls need per-task cleanup (iOS autorelease pools) gives
+  // its own; when empty the core runs its own threads.
+  std::shared_ptr<Executor> tasks;
+  std::shared_ptr<Executor> serial;
 };
 
 }  // namespace korvane
