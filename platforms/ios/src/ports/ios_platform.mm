@@ -1,7 +1,9 @@
 #import "ports/ios_platform.h"
 
 #include "korvane/core/korvane_sdk.h"
+#include "korvane/core/sdk_defaults.h"
 #import "ports/att_tracking_authorization.h"
+#import "ports/dispatch_executor.h"
 #import "ports/dispatch_main_thread.h"
 #import "ports/exception_diagnostics.h"
 #import "ports/system_sources.h"
@@ -17,7 +19,8 @@ namespace ios {
 PlatformServices makePlatformServices() {
   PlatformServices services;
   services.http = std::make_shared<UrlSessionHttpClient>();
-  services.userDefaults = std::make_shared<UserDefaultsStore>();
+  services.userDefaults = std::make_shared<SdkDefaultsStore>(UserDefaultsStore::sdkSuite(),
+                                                             UserDefaultsStore::appStandard());
   services.documents = std::make_shared<AppDocumentsDirectory>();
   services.mainThread = std::make_shared<DispatchMainThread>();
   services.clock = std::make_shared<SystemClock>();
@@ -29,6 +32,8 @@ PlatformServices makePlatformServices() {
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
   services.screens = std::make_shared<UIKitScreenPresenter>();
+  services.tasks = DispatchQueueExecutor::tasks();
+  services.serial = DispatchQueueExecutor::serial();
   return services;
 }
 
