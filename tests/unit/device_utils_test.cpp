@@ -174,6 +174,38 @@ TEST(DeviceUtils, AuthorizedButZeroIsRetriedAndThenCachesTheRealIdentifier) {
   EXPECT_EQ(platform.tracking->prompts, 0);
 }
 
+// A request the system answers without a prompt (another prompt was pending) leaves the question
+// open: it is asked again at the next activation, once, until the person answers.
+TEST(DeviceUtils, APromptTheSystemSuppressedIsAskedAgainAtTheNextActivation) {
+  LogCapture capture(LogLevel::info);
+  FakePlatform platform;
+  auto device = DeviceUtils::create(platform.services());
+  device->initializeAdvertisingIdSync();
+  platform.mainThread->advance(500ms);
+  ASSERT_EQ(platform.tracking->prompts, 1);
+  platform.tracking->answer(tracking_status::kNotDetermined);
+  platform.mainThread->runUntilIdle();
+  EXPECT_TRUE(
+      capture.contains("[I/DeviceUtils] [ATT] Prompt not shown, will retry when app becomes active"));
+  EXPECT_EQ(platform.tracking->prompts, 1) << "not while the app stays active";
+
+  for (int activation = 1; activation <= 2; ++activation) {
+    platform.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+    platform.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+    platform.mainThread->runUntilIdle();
+    ASSERT_EQ(platform.tracking->prompts, 1 + activation);
+    if (activation == 1) platform.tracking->answer(tracking_status::kNotDetermined);
+    platform.mainThread->runUntilIdle();
+  }
+  platform.tracking->answer(tracking_status::kAuthorized);
+  platform.mainThread->runUntilIdle();
+  EXPECT_EQ(device->getAdvertisingId(), kRealId);
+  platform.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+  platform.mainThread->runUntilIdle();
+  EXPECT_EQ(platform.tracking->prompts, 3) << "an answered question is not asked again";
+  EXPECT_EQ(platform.lifecycle->observerCount(), 0u);
+}
+
 TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   FakePlatform platform;
   platform.clock->set(
