@@ -23,6 +23,8 @@ using korvane::ios::toStdString;
 
 // The stack's bottom page goes into this view; the pages above it are stacked over it.
 - (void)makeCoreView {
+  // The pages are white whatever the app's appearance.
+  self.overrideUserInterfaceStyle = UIUserInterfaceStyleLight;
   __weak KorvaneOfferwallView* weakSelf = self;
   _view = korvane::KorvaneOfferwallView::create([weakSelf] {
     KorvaneOfferwallView* strongSelf = weakSelf;
