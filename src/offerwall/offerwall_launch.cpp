@@ -135,6 +135,22 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
   });
 }
 
+namespace {
+
+// Asks the system whether it can open `url` and opens it; on the main thread.
+bool handToSystem(const std::shared_ptr<UrlOpener>& opener, const std::string& url) {
+  if (!opener || !opener->canOpen(url)) {
+    KorvaneLogger::w(kTag, "Cannot open URL: " + url);
+    return false;
+  }
+  opener->open(url, [url](bool opened) {
+    if (!opened) KorvaneLogger::w(kTag, "Failed to open external browser for URL: " + url);
+  });
+  return true;
+}
+
+}  // namespace
+
 bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&) {
   if (url.empty()) {
     KorvaneLogger::w(kTag, "URL is empty");
@@ -148,15 +164,16 @@ bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&)
     KorvaneLogger::w(kTag, outsideOpeningRefusal(url));
     return false;
   }
-  std::shared_ptr<UrlOpener> opener = SdkInternals::session()->environment().platform.urlOpener;
-  if (!opener || !opener->canOpen(url)) {
-    KorvaneLogger::w(kTag, "Cannot open URL: " + url);
-    return false;
+  const PlatformServices& platform = SdkInternals::session()->environment().platform;
+  std::shared_ptr<UrlOpener> opener = platform.urlOpener;
+  if (platform.mainThread && !platform.mainThread->isCurrent()) {
+    // The system answers "can open" on the main thread only, and waiting for it here could
+    // deadlock with a main thread that waits for this one: the check and the opening move there,
+    // and the answer is that the URL was accepted.
+    platform.mainThread->post([opener, url] { handToSystem(opener, url); });
+    return true;
   }
-  opener->open(url, [url](bool opened) {
-    if (!opened) KorvaneLogger::w(kTag, "Failed to open external browser for URL: " + url);
-  });
-  return true;
+  return handToSystem(opener, url);
 }
 
 std::optional<std::string> KorvaneSdk::getOfferwallUrl() const {

@@ -1,6 +1,8 @@
 // The offerwall container's rules over fake web views and screens.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
@@ -688,6 +690,30 @@ TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
   fake_.urlOpener->opens = false;
   EXPECT_FALSE(sdk_.openExternalBrowser("https://example.com/deal", "p"));
   EXPECT_TRUE(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"));
+}
+
+// Off the main thread the browser opening must not ask the system there and then (UIKit answers on
+// the main thread only, and waiting for it can deadlock): it is accepted, and asked and opened on
+// the main thread, with the refusal logged there.
+TEST_F(OfferwallTest, ExternalBrowserCalledOffTheMainThreadAsksTheSystemOnTheMainThread) {
+  const struct {
+    bool systemOpens;
+    std::size_t opened;
+  } cases[] = {{true, 1u}, {false, 0u}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.systemOpens);
+    fake_.urlOpener->opened.clear();
+    fake_.urlOpener->opens = c.systemOpens;
+    bool accepted = false;
+    std::thread([&] { accepted = sdk_.openExternalBrowser("https://example.com/deal", "p"); })
+        .join();
+    EXPECT_TRUE(accepted);
+    EXPECT_TRUE(fake_.urlOpener->opened.empty()) << "nothing is opened off the main thread";
+    fake_.mainThread->runUntilIdle();
+    EXPECT_EQ(fake_.urlOpener->opened.size(), c.opened);
+    EXPECT_EQ(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"),
+              !c.systemOpens);
+  }
 }
 
 // The screen the host named may go away while an opening waits for the backend or the main
