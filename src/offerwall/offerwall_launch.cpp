@@ -12,16 +12,23 @@ namespace {
 
 constexpr std::string_view kTag = "KorvaneSdk";
 
-// Initialisation first, then the user; a refusal is logged and reported to onError.
+// Initialisation first, then the user; a refusal is logged and reported to onError, on the main
+// thread when `mainThread` is given and the caller is elsewhere.
 bool preconditionsHold(const KorvaneSdk& sdk, bool errorLevel,
-                       const std::shared_ptr<OfferwallCallback>& callback) {
+                       const std::shared_ptr<OfferwallCallback>& callback,
+                       const std::shared_ptr<MainThread>& mainThread = nullptr) {
   const auto refuse = [&](const char* logged, const char* reported) {
     if (errorLevel) {
       KorvaneLogger::e(kTag, logged);
     } else {
       KorvaneLogger::w(kTag, logged);
     }
-    if (callback) callback->onError(reported);
+    if (!callback) return false;
+    if (mainThread && !mainThread->isCurrent()) {
+      mainThread->post([callback, text = std::string(reported)] { callback->onError(text); });
+    } else {
+      callback->onError(reported);
+    }
     return false;
   };
   if (!sdk.isInitialized())
@@ -114,9 +121,9 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
                                         std::shared_ptr<OfferwallCallback> callback,
                                         std::shared_ptr<OfferwallEventCallback> eventCallback,
                                         bool showNavigationBar, bool useNativeNavigationBar) {
-  if (!preconditionsHold(*this, true, callback)) return;
   std::shared_ptr<SdkSession> session = SdkInternals::session();
   std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
+  if (!preconditionsHold(*this, true, callback, mainThread)) return;
   const auto failed = [mainThread, callback](const Error& error) {
     const std::string text = "Failed to fetch placement URL: " + error.description;
     KorvaneLogger::e(kTag, text, error);

@@ -716,6 +716,26 @@ TEST_F(OfferwallTest, ExternalBrowserCalledOffTheMainThreadAsksTheSystemOnTheMai
   }
 }
 
+// Offerwall callbacks run on the main thread: a refusal of the placement and adjoe openings
+// called from another thread (here: before initialisation) waits for the main thread too.
+TEST_F(OfferwallTest, RefusalsOfOpeningsCalledOffTheMainThreadArriveOnTheMainThread) {
+  forgetInitialisation();
+  const std::function<void(std::shared_ptr<OfferwallCallback>)> openings[] = {
+      [this](auto callback) {
+        sdk_.openOfferwallPindleAds(nullptr, "p", std::move(callback), nullptr, false, false);
+      },
+      [this](auto callback) { sdk_.openAdjoeOfferwall(nullptr, "p", std::move(callback)); },
+  };
+  for (const auto& open : openings) {
+    auto callback = std::make_shared<testing::RecordingCallback>();
+    std::thread([&] { open(callback); }).join();
+    EXPECT_TRUE(callback->heard.empty()) << "nothing is reported off the main thread";
+    fake_.mainThread->runUntilIdle();
+    EXPECT_EQ(callback->heard, (std::vector<std::string>{
+                                   "error:SDK not initialized. Please initialize the SDK first."}));
+  }
+}
+
 // The screen the host named may go away while an opening waits for the backend or the main
 // thread; the offerwall must then neither touch it nor appear somewhere else.
 TEST_F(OfferwallTest, AnOpeningThatOutlivesItsPresentingScreenShowsNothing) {
