@@ -4,6 +4,7 @@
 
 #include "korvane/core/executor.h"
 #include "korvane/platform/app_lifecycle.h"
+#include "korvane/platform/background_time.h"
 #include "korvane/platform/clock.h"
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/http_client.h"
@@ -39,6 +40,8 @@ struct PlatformServices {
   // its own; when empty the core runs its own threads.
   std::shared_ptr<Executor> tasks;
   std::shared_ptr<Executor> serial;
+  // Optional: time to finish a send when the app leaves the foreground (iOS background tasks).
+  std::shared_ptr<BackgroundTime> backgroundTime;
 };
 
 }  // namespace korvane
