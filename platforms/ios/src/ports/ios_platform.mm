@@ -8,6 +8,7 @@
 #import "ports/exception_diagnostics.h"
 #import "ports/system_sources.h"
 #import "ports/uikit_app_lifecycle.h"
+#import "ports/uikit_background_time.h"
 #import "ports/uikit_device_probe.h"
 #import "ports/url_session_http_client.h"
 #import "ports/user_defaults_store.h"
@@ -32,6 +33,7 @@ PlatformServices makePlatformServices() {
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
   services.screens = std::make_shared<UIKitScreenPresenter>();
+  services.backgroundTime = std::make_shared<UIKitBackgroundTime>();
   services.tasks = DispatchQueueExecutor::tasks();
   services.serial = DispatchQueueExecutor::serial();
   return services;
