@@ -266,8 +266,19 @@ def implemented_methods(metadata):
     return found
 
 
+def runtime_names(framework):
+    """Source name -> runtime name of the classes whose headers give them another runtime name."""
+    names = {}
+    for header in Path(framework, "Headers").glob("*.h"):
+        for runtime, source in re.findall(
+                r'objc_runtime_name\("(\w+)"\)\)\)\s*(?:\w+\s*)?@interface (\w+)', header.read_text()):
+            names[source] = runtime
+    return names
+
+
 def check_binary(framework, lines):
     binary = str(Path(framework, "KorvaneSDK"))
+    renamed = runtime_names(framework)
     metadata = subprocess.run(["llvm-objdump", "--macho", "--objc-meta-data", binary],
                               capture_output=True, text=True).stdout
     implemented = implemented_methods(metadata)
@@ -276,7 +287,7 @@ def check_binary(framework, lines):
     failures, owner, checked = [], None, 0
     for line in lines:
         if line.startswith("class "):
-            owner = line.split()[1]
+            owner = renamed.get(line.split()[1], line.split()[1])
             if owner not in exported:
                 failures.append(f"class {owner} is not exported by the binary")
             continue

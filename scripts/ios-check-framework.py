@@ -90,6 +90,9 @@ def check_bundle(framework, version, minimum_os, platform):
         privacy = plistlib.loads((framework / "PrivacyInfo.xcprivacy").read_bytes())
         if not privacy.get("NSPrivacyAccessedAPITypes") or "NSPrivacyTracking" not in privacy:
             fail("PrivacyInfo.xcprivacy declares no accessed API types or no tracking flag")
+        # Apple's rule: a manifest that says it tracks names at least one tracking domain.
+        if privacy.get("NSPrivacyTracking") and not privacy.get("NSPrivacyTrackingDomains"):
+            fail("PrivacyInfo.xcprivacy declares tracking but no tracking domain")
     except Exception as error:  # noqa: BLE001
         fail(f"PrivacyInfo.xcprivacy: {error}")
 

@@ -193,6 +193,10 @@ void DeviceUtils::requestTrackingAuthorizationIfNeeded() {
     return;
   }
   KorvaneLogger::d(kTag, "[ATT] App not active, will retry when app becomes active");
+  askAtNextActivation();
+}
+
+void DeviceUtils::askAtNextActivation() {
   std::weak_ptr<DeviceUtils> weak = weak_from_this();
   // The observer fires once: after it has asked, a later activation asks nothing more.
   becomeActive_ = platform_.lifecycle->subscribe([weak](AppLifecycleEvent event) {
@@ -235,6 +239,15 @@ void DeviceUtils::requestTrackingAuthorization() {
     self->platform_.tracking->requestAuthorization([weak](long status) {
       auto owner = weak.lock();
       if (!owner) return;
+      if (status == tracking_status::kNotDetermined) {
+        // The system showed no prompt (another one was pending, or the app left the
+        // foreground): the question is still open, so it is asked again at the next activation.
+        KorvaneLogger::i(kTag, "[ATT] Prompt not shown, will retry when app becomes active");
+        owner->platform_.mainThread->post([weak] {
+          if (auto again = weak.lock()) again->askAtNextActivation();
+        });
+        return;
+      }
       if (status == tracking_status::kAuthorized) {
         std::string id = owner->platform_.tracking->advertisingIdentifier();
         KorvaneLogger::i(kTag,

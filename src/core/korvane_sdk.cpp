@@ -12,8 +12,10 @@ SdkEnvironment defaultSdkEnvironment(PlatformServices platform) {
   // The manager is process-wide and never destroyed; the session only borrows it.
   environment.network =
       std::shared_ptr<NetworkManager>(std::shared_ptr<void>(), &NetworkManager::shared());
-  environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-  environment.serial = std::make_shared<ThreadPoolExecutor>(1);
+  environment.tasks = environment.platform.tasks ? environment.platform.tasks
+                                                 : std::make_shared<ThreadPoolExecutor>(2);
+  environment.serial = environment.platform.serial ? environment.platform.serial
+                                                   : std::make_shared<ThreadPoolExecutor>(1);
   return environment;
 }
 

@@ -20,7 +20,8 @@ struct SdkEnvironment {
 };
 
 // The environment a host process gets: its platform layer's services, the shared network
-// manager, a two-thread task pool and a one-thread serial queue.
+// manager, and the platform's executors or else a two-thread task pool and a one-thread serial
+// queue.
 SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
 
 class KorvaneSdk;

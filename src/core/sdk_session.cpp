@@ -98,6 +98,7 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   deps.random = platform.random;
   deps.lifecycle = platform.lifecycle;
   deps.executor = environment_.tasks;
+  deps.backgroundTime = platform.backgroundTime;
 
   std::shared_ptr<EventBatchService> previous;
   {

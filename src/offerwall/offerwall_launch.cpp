@@ -12,16 +12,23 @@ namespace {
 
 constexpr std::string_view kTag = "KorvaneSdk";
 
-// Initialisation first, then the user; a refusal is logged and reported to onError.
+// Initialisation first, then the user; a refusal is logged and reported to onError, on the main
+// thread when `mainThread` is given and the caller is elsewhere.
 bool preconditionsHold(const KorvaneSdk& sdk, bool errorLevel,
-                       const std::shared_ptr<OfferwallCallback>& callback) {
+                       const std::shared_ptr<OfferwallCallback>& callback,
+                       const std::shared_ptr<MainThread>& mainThread = nullptr) {
   const auto refuse = [&](const char* logged, const char* reported) {
     if (errorLevel) {
       KorvaneLogger::e(kTag, logged);
     } else {
       KorvaneLogger::w(kTag, logged);
     }
-    if (callback) callback->onError(reported);
+    if (!callback) return false;
+    if (mainThread && !mainThread->isCurrent()) {
+      mainThread->post([callback, text = std::string(reported)] { callback->onError(text); });
+    } else {
+      callback->onError(reported);
+    }
     return false;
   };
   if (!sdk.isInitialized())
@@ -113,9 +120,9 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
                                         std::shared_ptr<OfferwallCallback> callback,
                                         std::shared_ptr<OfferwallEventCallback> eventCallback,
                                         bool showNavigationBar, bool useNativeNavigationBar) {
-  if (!preconditionsHold(*this, true, callback)) return;
   std::shared_ptr<SdkSession> session = SdkInternals::session();
   std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
+  if (!preconditionsHold(*this, true, callback, mainThread)) return;
   const auto failed = [mainThread, callback](const Error& error) {
     const std::string text = "Failed to fetch placement URL: " + error.description;
     KorvaneLogger::e(kTag, text, error);
@@ -134,6 +141,22 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
   });
 }
 
+namespace {
+
+// Asks the system whether it can open `url` and opens it; on the main thread.
+bool handToSystem(const std::shared_ptr<UrlOpener>& opener, const std::string& url) {
+  if (!opener || !opener->canOpen(url)) {
+    KorvaneLogger::w(kTag, "Cannot open URL: " + url);
+    return false;
+  }
+  opener->open(url, [url](bool opened) {
+    if (!opened) KorvaneLogger::w(kTag, "Failed to open external browser for URL: " + url);
+  });
+  return true;
+}
+
+}  // namespace
+
 bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&) {
   if (url.empty()) {
     KorvaneLogger::w(kTag, "URL is empty");
@@ -147,15 +170,16 @@ bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&)
     KorvaneLogger::w(kTag, outsideOpeningRefusal(url));
     return false;
   }
-  std::shared_ptr<UrlOpener> opener = SdkInternals::session()->environment().platform.urlOpener;
-  if (!opener || !opener->canOpen(url)) {
-    KorvaneLogger::w(kTag, "Cannot open URL: " + url);
-    return false;
+  const PlatformServices& platform = SdkInternals::session()->environment().platform;
+  std::shared_ptr<UrlOpener> opener = platform.urlOpener;
+  if (platform.mainThread && !platform.mainThread->isCurrent()) {
+    // The system answers "can open" on the main thread only, and waiting for it here could
+    // deadlock with a main thread that waits for this one: the check and the opening move there,
+    // and the answer is that the URL was accepted.
+    platform.mainThread->post([opener, url] { handToSystem(opener, url); });
+    return true;
   }
-  opener->open(url, [url](bool opened) {
-    if (!opened) KorvaneLogger::w(kTag, "Failed to open external browser for URL: " + url);
-  });
-  return true;
+  return handToSystem(opener, url);
 }
 
 std::optional<std::string> KorvaneSdk::getOfferwallUrl() const {

@@ -104,9 +104,16 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
 
 void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                                     std::shared_ptr<OfferwallCallback> callback) {
-  const auto refuse = [&callback](const char* logged, const char* reported) {
+  std::shared_ptr<MainThread> mainThread = session()->environment().platform.mainThread;
+  // Offerwall callbacks run on the main thread, refusals included, whatever thread called.
+  const auto refuse = [&callback, &mainThread](const char* logged, const char* reported) {
     KorvaneLogger::w(kTag, logged);
-    if (callback) callback->onError(reported);
+    if (!callback) return;
+    if (mainThread && !mainThread->isCurrent()) {
+      mainThread->post([callback, text = std::string(reported)] { callback->onError(text); });
+    } else {
+      callback->onError(reported);
+    }
   };
   if (!isInitialized())
     return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");

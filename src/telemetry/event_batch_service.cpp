@@ -14,6 +14,7 @@ namespace korvane {
 namespace {
 
 constexpr std::string_view kTag = "EventBatchService";
+constexpr const char* kBackgroundTaskName = "KorvaneSDK event batch";
 
 bool isCritical(EventType type) {
   return type == EventType::loginSuccess || type == EventType::loginFailed ||
@@ -248,11 +249,18 @@ void EventBatchService::send(std::vector<Event> events, std::function<void(Statu
 
   Result<std::shared_ptr<ApiService>> api = deps_.api();
   if (!api) return finishSend(events, Status(api.error()), done);
+  // Held until the answer is handled: the app may leave the foreground while the batch is out.
+  auto backgroundTime = std::make_shared<Subscription>(
+      deps_.backgroundTime ? deps_.backgroundTime->begin(kBackgroundTaskName) : Subscription());
   // The completion keeps the service alive until the answer is handled, so a batch in flight
   // is never dropped on the floor.
   auto self = shared_from_this();
-  api.value()->trackEventBatch(batch, [self, events = std::move(events),
-                                       done](Result<EventBatchResponse> result) {
+  api.value()->trackEventBatch(batch, [self, events = std::move(events), done,
+                                       backgroundTime](Result<EventBatchResponse> result) {
+    struct EndWhenHandled {
+      Subscription& held;
+      ~EndWhenHandled() { held.reset(); }
+    } end{*backgroundTime};
     if (!result) return self->finishSend(events, Status(result.error()), done);
     const EventBatchResponse& response = result.value();
     const std::string failedCount = std::to_string(response.failedEventIds.size());

@@ -6,6 +6,8 @@
 #include "fake_platform.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/api/network_manager.h"
+#include "korvane/core/sdk_defaults.h"
+#include "memory_key_value_store.h"
 #include "log_capture.h"
 #include "scripted_api.h"
 
@@ -172,6 +174,38 @@ TEST(DeviceUtils, AuthorizedButZeroIsRetriedAndThenCachesTheRealIdentifier) {
   EXPECT_EQ(platform.tracking->prompts, 0);
 }
 
+// A request the system answers without a prompt (another prompt was pending) leaves the question
+// open: it is asked again at the next activation, once, until the person answers.
+TEST(DeviceUtils, APromptTheSystemSuppressedIsAskedAgainAtTheNextActivation) {
+  LogCapture capture(LogLevel::info);
+  FakePlatform platform;
+  auto device = DeviceUtils::create(platform.services());
+  device->initializeAdvertisingIdSync();
+  platform.mainThread->advance(500ms);
+  ASSERT_EQ(platform.tracking->prompts, 1);
+  platform.tracking->answer(tracking_status::kNotDetermined);
+  platform.mainThread->runUntilIdle();
+  EXPECT_TRUE(
+      capture.contains("[I/DeviceUtils] [ATT] Prompt not shown, will retry when app becomes active"));
+  EXPECT_EQ(platform.tracking->prompts, 1) << "not while the app stays active";
+
+  for (int activation = 1; activation <= 2; ++activation) {
+    platform.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+    platform.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+    platform.mainThread->runUntilIdle();
+    ASSERT_EQ(platform.tracking->prompts, 1 + activation);
+    if (activation == 1) platform.tracking->answer(tracking_status::kNotDetermined);
+    platform.mainThread->runUntilIdle();
+  }
+  platform.tracking->answer(tracking_status::kAuthorized);
+  platform.mainThread->runUntilIdle();
+  EXPECT_EQ(device->getAdvertisingId(), kRealId);
+  platform.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+  platform.mainThread->runUntilIdle();
+  EXPECT_EQ(platform.tracking->prompts, 3) << "an answered question is not asked again";
+  EXPECT_EQ(platform.lifecycle->observerCount(), 0u);
+}
+
 TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   FakePlatform platform;
   platform.clock->set(
@@ -233,6 +267,68 @@ TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
   HttpRequest bare;
   auth_interceptor::decorate(bare, std::nullopt);
   EXPECT_EQ(bare.headers, (HttpHeaders{{"User-Agent", "KorvaneSDK/1.0.52-rc.2"}}));
+}
+
+// The SDK's keys leave the app's defaults once: what the app keeps there is never touched, a
+// value the SDK's own store already has wins, and later changes in the app's defaults (the app's
+// own key of the same name) are never read again.
+TEST(SdkDefaultsStore, MovesTheSdkKeysOutOfTheAppsDefaultsOnce) {
+  struct Case {
+    const char* name;
+    std::map<std::string, std::string> app;
+    std::map<std::string, std::string> own;
+    std::map<std::string, std::optional<std::string>> expected;
+  };
+  const std::vector<Case> cases = {
+      {"first launch after the update",
+       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", "dark"}},
+       {},
+       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", std::nullopt}}},
+      {"own store already holds a value",
+       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}},
+       {{"device_id", "OWN-DEVICE"}},
+       {{"device_id", "OWN-DEVICE"}, {"currentUserId", "u1"}}},
+      {"already moved on an earlier launch (logged out since)",
+       {{"device_id", "APP-OWN"}, {"currentUserId", "app's own"}},
+       {{SdkDefaultsStore::kMovedMarkerKey, "1"}, {"device_id", "OWN-DEVICE"}},
+       {{"device_id", "OWN-DEVICE"}, {"currentUserId", std::nullopt}}},
+      {"fresh install", {}, {}, {{"device_id", std::nullopt}, {"currentUserId", std::nullopt}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto app = std::make_shared<testing::MemoryKeyValueStore>();
+    auto own = std::make_shared<testing::MemoryKeyValueStore>();
+    for (const auto& [key, value] : c.app) app->setString(key, value);
+    for (const auto& [key, value] : c.own) own->setString(key, value);
+    SdkDefaultsStore store(own, app);
+    for (const auto& [key, value] : c.expected) EXPECT_EQ(store.getString(key), value) << key;
+    // The app's defaults are only read.
+    for (const auto& [key, value] : c.app) EXPECT_EQ(app->getString(key), value) << key;
+    // Logging out removes the id from the SDK's store only, and the app's key stays unread.
+    store.remove("currentUserId");
+    EXPECT_EQ(store.getString("currentUserId"), std::nullopt);
+    SdkDefaultsStore nextLaunch(own, app);
+    EXPECT_EQ(nextLaunch.getString("currentUserId"), std::nullopt);
+  }
+}
+
+// The device identifier made before the update survives it, and a new one is written to the
+// SDK's store alone.
+TEST(SdkDefaultsStore, DeviceIdSurvivesTheMoveAndNewOnesStayOutOfTheAppsDefaults) {
+  FakePlatform platform;
+  auto app = std::make_shared<testing::MemoryKeyValueStore>();
+  app->setString("device_id", kRealId);
+  PlatformServices updated = platform.services();
+  updated.userDefaults = std::make_shared<SdkDefaultsStore>(
+      std::make_shared<testing::MemoryKeyValueStore>(), app);
+  EXPECT_EQ(DeviceUtils::create(updated)->getDeviceId(), kRealId);
+
+  auto untouched = std::make_shared<testing::MemoryKeyValueStore>();
+  PlatformServices fresh = platform.services();
+  fresh.userDefaults = std::make_shared<SdkDefaultsStore>(
+      std::make_shared<testing::MemoryKeyValueStore>(), untouched);
+  EXPECT_EQ(DeviceUtils::create(fresh)->getDeviceId().size(), 36u);
+  EXPECT_EQ(untouched->getString("device_id"), std::nullopt);
 }
 
 }  // namespace

@@ -51,6 +51,18 @@ class MemoryPersistence final : public EventPersistenceProtocol {
   Result<std::vector<Event>> takeEvents() override { return std::exchange(file, {}); }
 };
 
+// Background time that counts the grants begun and those still held.
+class CountingBackgroundTime final : public BackgroundTime {
+ public:
+  Subscription begin(const std::string& name) override {
+    names.push_back(name);
+    ++held;
+    return Subscription([this] { --held; });
+  }
+  std::vector<std::string> names;
+  int held = 0;
+};
+
 class BatchServiceTest : public ::testing::Test {
  protected:
   std::shared_ptr<EventBatchService> makeService(std::size_t batchSize = 20,
@@ -67,6 +79,7 @@ class BatchServiceTest : public ::testing::Test {
     deps.random = platform_.random;
     deps.lifecycle = platform_.lifecycle;
     deps.executor = executor_;
+    deps.backgroundTime = backgroundTime_;
     return EventBatchService::create(std::move(deps), batchSize, interval);
   }
   Event event(EventType type = EventType::missionClicked) {
@@ -89,6 +102,8 @@ class BatchServiceTest : public ::testing::Test {
   std::shared_ptr<MemoryPersistence> persistence_ = std::make_shared<MemoryPersistence>();
   std::shared_ptr<testing::ScriptedApi> api_ = std::make_shared<testing::ScriptedApi>();
   std::shared_ptr<testing::ManualExecutor> executor_ = std::make_shared<testing::ManualExecutor>();
+  std::shared_ptr<CountingBackgroundTime> backgroundTime_ =
+      std::make_shared<CountingBackgroundTime>();
   int next_ = 0;
 };
 
@@ -279,6 +294,39 @@ TEST_F(BatchServiceTest, ABatchFailingAfterBackgroundingKeepsWhatBackgroundingWr
   service->flush();
   EXPECT_EQ(persistence_->file.size(), 1u) << "sent events leave the file";
   EXPECT_EQ(persistence_->file[0].eventId, "E2");
+}
+
+// A batch out when the app leaves the foreground keeps background time until its answer is
+// handled, whatever the answer; nothing is held between sends.
+TEST_F(BatchServiceTest, ABatchInFlightHoldsBackgroundTimeUntilItsAnswer) {
+  struct Case {
+    const char* name;
+    std::optional<Error> failure;
+  };
+  for (const Case& c : {Case{"delivered", std::nullopt}, Case{"server error", httpError(503)},
+                        Case{"cannot connect", urlError(-1004)}}) {
+    SCOPED_TRACE(c.name);
+    platform_ = testing::FakePlatform();
+    queue_ = std::make_shared<EventQueueManager>();
+    persistence_ = std::make_shared<MemoryPersistence>();
+    backgroundTime_ = std::make_shared<CountingBackgroundTime>();
+    api_ = std::make_shared<testing::ScriptedApi>();
+    api_->holdBatches = true;
+    auto service = makeService(2);
+    settle();
+    EXPECT_EQ(backgroundTime_->held, 0) << "nothing held before a send";
+    service->trackEvent(event());
+    service->trackEvent(event());
+    settle();
+    ASSERT_EQ(backgroundTime_->names, std::vector<std::string>{"KorvaneSDK event batch"});
+    platform_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+    EXPECT_EQ(backgroundTime_->held, 1) << "still out after backgrounding";
+    api_->release(c.failure);
+    settle();
+    EXPECT_EQ(backgroundTime_->held, 0) << "ended once the answer is handled";
+    service.reset();
+    settle();
+  }
 }
 
 TEST_F(BatchServiceTest, PersistedEventsAreLoadedAtStartAndSentWhenDue) {

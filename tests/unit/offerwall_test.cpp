@@ -1,6 +1,8 @@
 // The offerwall container's rules over fake web views and screens.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
@@ -728,6 +730,50 @@ TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
   fake_.urlOpener->opens = false;
   EXPECT_FALSE(sdk_.openExternalBrowser("https://example.com/deal", "p"));
   EXPECT_TRUE(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"));
+}
+
+// Off the main thread the browser opening must not ask the system there and then (UIKit answers on
+// the main thread only, and waiting for it can deadlock): it is accepted, and asked and opened on
+// the main thread, with the refusal logged there.
+TEST_F(OfferwallTest, ExternalBrowserCalledOffTheMainThreadAsksTheSystemOnTheMainThread) {
+  const struct {
+    bool systemOpens;
+    std::size_t opened;
+  } cases[] = {{true, 1u}, {false, 0u}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.systemOpens);
+    fake_.urlOpener->opened.clear();
+    fake_.urlOpener->opens = c.systemOpens;
+    bool accepted = false;
+    std::thread([&] { accepted = sdk_.openExternalBrowser("https://example.com/deal", "p"); })
+        .join();
+    EXPECT_TRUE(accepted);
+    EXPECT_TRUE(fake_.urlOpener->opened.empty()) << "nothing is opened off the main thread";
+    fake_.mainThread->runUntilIdle();
+    EXPECT_EQ(fake_.urlOpener->opened.size(), c.opened);
+    EXPECT_EQ(log_.contains("[W/KorvaneSdk] Cannot open URL: https://example.com/deal"),
+              !c.systemOpens);
+  }
+}
+
+// Offerwall callbacks run on the main thread: a refusal of the placement and adjoe openings
+// called from another thread (here: before initialisation) waits for the main thread too.
+TEST_F(OfferwallTest, RefusalsOfOpeningsCalledOffTheMainThreadArriveOnTheMainThread) {
+  forgetInitialisation();
+  const std::function<void(std::shared_ptr<OfferwallCallback>)> openings[] = {
+      [this](auto callback) {
+        sdk_.openOfferwallPindleAds(nullptr, "p", std::move(callback), nullptr, false, false);
+      },
+      [this](auto callback) { sdk_.openAdjoeOfferwall(nullptr, "p", std::move(callback)); },
+  };
+  for (const auto& open : openings) {
+    auto callback = std::make_shared<testing::RecordingCallback>();
+    std::thread([&] { open(callback); }).join();
+    EXPECT_TRUE(callback->heard.empty()) << "nothing is reported off the main thread";
+    fake_.mainThread->runUntilIdle();
+    EXPECT_EQ(callback->heard, (std::vector<std::string>{
+                                   "error:SDK not initialized. Please initialize the SDK first."}));
+  }
 }
 
 // The screen the host named may go away while an opening waits for the backend or the main

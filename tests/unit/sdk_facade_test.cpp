@@ -414,5 +414,23 @@ TEST_F(FacadeTest, AdvertisingIdIsZeroUntilTrackingAllowsIt) {
   EXPECT_EQ(sdk_.getSDKVersion(), "1.0.52-rc.2");
 }
 
+// A platform that runs background work itself (iOS, on dispatch queues with autorelease pools)
+// gets all of the core's background work; one that does not gets the core's own threads.
+TEST(SdkEnvironment, BackgroundWorkRunsOnThePlatformsExecutorsWhenItGivesThem) {
+  testing::FakePlatform fake;
+  PlatformServices services = fake.services();
+  auto tasks = std::make_shared<testing::ManualExecutor>();
+  auto serial = std::make_shared<testing::ManualExecutor>();
+  services.tasks = tasks;
+  services.serial = serial;
+  SdkEnvironment given = defaultSdkEnvironment(services);
+  EXPECT_EQ(given.tasks, tasks);
+  EXPECT_EQ(given.serial, serial);
+
+  SdkEnvironment own = defaultSdkEnvironment(fake.services());
+  ASSERT_TRUE(own.tasks && own.serial);
+  EXPECT_NE(own.tasks, own.serial);
+}
+
 }  // namespace
 }  // namespace korvane

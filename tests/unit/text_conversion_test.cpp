@@ -11,6 +11,7 @@
 #include <random>
 
 #include "core/double_text.h"
+#include "korvane/core/control_labels.h"
 #include "korvane/core/text.h"
 
 namespace korvane {
@@ -116,6 +117,27 @@ TEST(Utf8Text, RepairsEveryMalformedByteAndKeepsTheRest) {
     EXPECT_EQ(isValidUtf8(input), input == expected) << input;
     EXPECT_EQ(toValidUtf8(input), expected) << input;
     EXPECT_TRUE(isValidUtf8(toValidUtf8(input)));
+  }
+}
+
+// VoiceOver reads a control's label as written: arrows and blanks around the words go, the words
+// themselves (any script, inner blanks included) stay, and a title of glyphs alone falls back to a
+// word.
+TEST(ControlLabels, BackLabelIsTheTitlesWordsWithoutItsGlyphs) {
+  const struct {
+    const char* title;
+    const char* back;
+  } cases[] = {
+      {"< 뒤로", "뒤로"},     {"뒤로", "뒤로"},           {"‹ Back ›", "Back"},
+      {"«  go back", "go back"}, {"← 이전 페이지", "이전 페이지"}, {"<", "뒤로"},
+      {"", "뒤로"},           {"a<b", "a<b"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.title);
+    const ControlLabels labels = controlLabels(c.title);
+    EXPECT_EQ(labels.back, c.back);
+    EXPECT_EQ(labels.close, "닫기");
+    EXPECT_EQ(labels.reload, "새로고침");
   }
 }
 

@@ -50,6 +50,8 @@ class DeviceUtils : public std::enable_shared_from_this<DeviceUtils> {
  private:
   void setCachedAdvertisingId(std::string id);
   void scheduleAuthorizationFlow();
+  // Asks once when the app next becomes active (main thread only).
+  void askAtNextActivation();
 
   PlatformServices platform_;
   mutable std::mutex mutex_;

@@ -2,7 +2,9 @@
 
 #include <memory>
 
+#include "korvane/core/executor.h"
 #include "korvane/platform/app_lifecycle.h"
+#include "korvane/platform/background_time.h"
 #include "korvane/platform/clock.h"
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/http_client.h"
@@ -33,6 +35,13 @@ struct PlatformServices {
   std::shared_ptr<UrlOpener> urlOpener;
   std::shared_ptr<ScreenPresenter> screens;
   std::shared_ptr<ProcessDiagnostics> diagnostics;
+  // Optional: where the core's background work runs (asynchronous tasks; the facade's serial
+  // queue). A platform whose system calls need per-task cleanup (iOS autorelease pools) gives
+  // its own; when empty the core runs its own threads.
+  std::shared_ptr<Executor> tasks;
+  std::shared_ptr<Executor> serial;
+  // Optional: time to finish a send when the app leaves the foreground (iOS background tasks).
+  std::shared_ptr<BackgroundTime> backgroundTime;
 };
 
 }  // namespace korvane

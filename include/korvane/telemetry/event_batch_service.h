@@ -38,6 +38,8 @@ struct BatchServiceDependencies {
   std::shared_ptr<RandomSource> random;
   std::shared_ptr<AppLifecycle> lifecycle;  // may be null: no background/foreground handling
   std::shared_ptr<Executor> executor;
+  // May be null: sends then get no extra time when the app leaves the foreground.
+  std::shared_ptr<BackgroundTime> backgroundTime;
 };
 
 // Sends telemetry in batches: when `batchSize` events wait, on a ±20% jittered timer chain on
@@ -45,6 +47,8 @@ struct BatchServiceDependencies {
 // the event file and are retried (timeouts, lost connections, 5xx, 429) with full-jitter
 // backoff, three consecutive failures at most until a send succeeds. Unsent events are written
 // to the event file on background and termination and reloaded at start and on foreground.
+// Each send holds background time from its start to its answer, so a batch in flight when the
+// app leaves the foreground is finished rather than suspended mid-request.
 // Safe from any thread; at most one send runs at a time.
 class EventBatchService : public EventBatchServiceProtocol,
                           public std::enable_shared_from_this<EventBatchService> {

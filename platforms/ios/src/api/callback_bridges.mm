@@ -42,12 +42,30 @@ using korvane::ios::toNSString;
 namespace korvane::ios {
 namespace {
 
+// The app is promised these callbacks on the main thread: one that reaches the bridge elsewhere
+// is moved there (the target is captured now, so a weakly held one is not lost on the way).
+void onMainThread(dispatch_block_t call) {
+  if (NSThread.isMainThread) {
+    call();
+  } else {
+    dispatch_async(dispatch_get_main_queue(), call);
+  }
+}
+
 class LoginListenerBridge final : public KorvaneSdkLoginListener {
  public:
   explicit LoginListenerBridge(id<KorvaneSdkLoginListener> target) : target_(target) {}
-  void onSuccess() override { [target_ onSuccess]; }
+  void onSuccess() override {
+    id<KorvaneSdkLoginListener> target = target_;
+    onMainThread(^{
+      [target onSuccess];
+    });
+  }
   void onFailure(KorvaneLoginError error) override {
-    [target_ onFailure:static_cast<::KorvaneLoginError>(error)];
+    id<KorvaneSdkLoginListener> target = target_;
+    onMainThread(^{
+      [target onFailure:static_cast<::KorvaneLoginError>(error)];
+    });
   }
 
  private:
@@ -57,21 +75,39 @@ class LoginListenerBridge final : public KorvaneSdkLoginListener {
 }  // namespace
 
 void OfferwallCallbackBridge::onOpened() {
-  [target() onOpened];
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onOpened];
+  });
 }
 void OfferwallCallbackBridge::onClosed() {
-  [target() onClosed];
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onClosed];
+  });
 }
 void OfferwallCallbackBridge::onError(const std::string& message) {
-  [target() onError:toNSString(message)];
+  id<KorvaneOfferwallCallback> target = this->target();
+  NSString* text = toNSString(message);
+  onMainThread(^{
+    [target onError:text];
+  });
 }
 void OfferwallCallbackBridge::onRewardEarned(int amount) {
-  [target() onRewardEarned:amount];
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onRewardEarned:amount];
+  });
 }
 
 void OfferwallEventCallbackBridge::onCustomEvent(const std::string& eventType,
                                                  const JsonValue& payload) {
-  [target() onCustomEventWithEventType:toNSString(eventType) payload:dictionaryFrom(payload)];
+  id<KorvaneOfferwallEventCallback> target = this->target();
+  NSString* type = toNSString(eventType);
+  NSDictionary* body = dictionaryFrom(payload);
+  onMainThread(^{
+    [target onCustomEventWithEventType:type payload:body];
+  });
 }
 
 std::optional<JsonValue> OfferwallEventCallbackBridge::onDataRequest(const std::string& requestId,

@@ -10,6 +10,8 @@ using korvane::ios::toOptionalString;
 @implementation AuthInterceptor {
   NSThread* _clientThread;
   NSArray<NSRunLoopMode>* _clientModes;
+  NSURLSessionDataTask* _task;
+  BOOL _stopped;
 }
 
 + (NSString*)handledMarker {
@@ -52,10 +54,16 @@ using korvane::ios::toOptionalString;
             [strongSelf finishWithData:data response:response error:error];
           }];
         }];
+  _task = task;
   [task resume];
 }
 
+// The load was cancelled (the page went away): the request stops too, and the client, which no
+// longer listens, hears nothing more.
 - (void)stopLoading {
+  _stopped = YES;
+  [_task cancel];
+  _task = nil;
 }
 
 - (void)onClientThread:(dispatch_block_t)block {
@@ -71,6 +79,8 @@ using korvane::ios::toOptionalString;
 }
 
 - (void)finishWithData:(NSData*)data response:(NSURLResponse*)response error:(NSError*)error {
+  _task = nil;
+  if (_stopped) return;
   if (error) {
     [self.client URLProtocol:self didFailWithError:error];
   } else if (data && response) {

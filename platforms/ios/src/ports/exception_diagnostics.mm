@@ -21,7 +21,10 @@ std::vector<std::string> lines(NSArray<NSString*>* symbols) {
 }
 
 void onUncaughtException(NSException* exception) {
-  if (sdkHandler()) sdkHandler()(describe(exception));
+  // Any thread may raise it, one without a pool among them.
+  @autoreleasepool {
+    if (sdkHandler()) sdkHandler()(describe(exception));
+  }
   if (previousHandler) previousHandler(exception);
 }
 

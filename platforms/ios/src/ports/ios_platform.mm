@@ -1,11 +1,14 @@
 #import "ports/ios_platform.h"
 
 #include "korvane/core/korvane_sdk.h"
+#include "korvane/core/sdk_defaults.h"
 #import "ports/att_tracking_authorization.h"
+#import "ports/dispatch_executor.h"
 #import "ports/dispatch_main_thread.h"
 #import "ports/exception_diagnostics.h"
 #import "ports/system_sources.h"
 #import "ports/uikit_app_lifecycle.h"
+#import "ports/uikit_background_time.h"
 #import "ports/uikit_device_probe.h"
 #import "ports/url_session_http_client.h"
 #import "ports/user_defaults_store.h"
@@ -17,7 +20,8 @@ namespace ios {
 PlatformServices makePlatformServices() {
   PlatformServices services;
   services.http = std::make_shared<UrlSessionHttpClient>();
-  services.userDefaults = std::make_shared<UserDefaultsStore>();
+  services.userDefaults = std::make_shared<SdkDefaultsStore>(UserDefaultsStore::sdkSuite(),
+                                                             UserDefaultsStore::appStandard());
   services.documents = std::make_shared<AppDocumentsDirectory>();
   services.mainThread = std::make_shared<DispatchMainThread>();
   services.clock = std::make_shared<SystemClock>();
@@ -29,6 +33,9 @@ PlatformServices makePlatformServices() {
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
   services.screens = std::make_shared<UIKitScreenPresenter>();
+  services.backgroundTime = std::make_shared<UIKitBackgroundTime>();
+  services.tasks = DispatchQueueExecutor::tasks();
+  services.serial = DispatchQueueExecutor::serial();
   return services;
 }
 

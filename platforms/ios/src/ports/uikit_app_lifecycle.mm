@@ -2,6 +2,7 @@
 
 #import <UIKit/UIKit.h>
 
+#include "korvane/core/logger.h"
 #import "support/objc_text.h"
 
 namespace korvane::ios {
@@ -100,11 +101,10 @@ bool UIKitUrlOpener::canOpen(const std::string& url) const {
   NSURL* target = [NSURL URLWithString:toNSString(std::string_view(url))];
   if (!target) return false;
   if (NSThread.isMainThread) return [UIApplication.sharedApplication canOpenURL:target];
-  __block BOOL answer = NO;
-  dispatch_sync(dispatch_get_main_queue(), ^{
-    answer = [UIApplication.sharedApplication canOpenURL:target];
-  });
-  return answer;
+  // UIApplication answers on the main thread only, and waiting for it from here could deadlock:
+  // the core asks from the main thread, so this is a caller's mistake, refused with a log line.
+  KorvaneLogger::e("UrlOpener", "canOpenURL asked off the main thread; answering no");
+  return false;
 }
 
 void UIKitUrlOpener::open(const std::string& url, std::function<void(bool)> completion) {

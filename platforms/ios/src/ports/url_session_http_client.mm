@@ -27,7 +27,9 @@ void deliverLater(std::function<void(HttpResult)> completion, HttpResult result)
   auto pending = std::make_shared<std::pair<std::function<void(HttpResult)>, HttpResult>>(
       std::move(completion), std::move(result));
   dispatch_async(dispatch_get_global_queue(QOS_CLASS_UTILITY, 0), ^{
-    pending->first(std::move(pending->second));
+    @autoreleasepool {
+      pending->first(std::move(pending->second));
+    }
   });
 }
 
@@ -105,7 +107,11 @@ void UrlSessionHttpClient::send(HttpRequest request, std::function<void(HttpResu
   NSURLSessionDataTask* task = [sessionFor(request.resourceTimeout)
       dataTaskWithRequest:urlRequest
         completionHandler:^(NSData* data, NSURLResponse* response, NSError* error) {
-          if (alive->load() && *done) (*done)(translateResponse(data, response, error));
+          // The core's completion runs here, off the main thread: its Foundation calls (defaults,
+          // logging, the next request) get a pool of their own.
+          @autoreleasepool {
+            if (alive->load() && *done) (*done)(translateResponse(data, response, error));
+          }
         }];
   [task resume];
 }

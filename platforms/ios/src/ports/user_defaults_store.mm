@@ -6,17 +6,30 @@
 
 namespace korvane::ios {
 
+UserDefaultsStore::UserDefaultsStore(NSUserDefaults* defaults) : defaults_(defaults) {}
+
+std::shared_ptr<UserDefaultsStore> UserDefaultsStore::sdkSuite() {
+  // Only nil for the app's own bundle identifier or the global domain, which this name is not;
+  // the standard defaults stand in rather than losing the settings.
+  NSUserDefaults* suite = [[NSUserDefaults alloc] initWithSuiteName:@"com.korvane.sdk"];
+  return std::make_shared<UserDefaultsStore>(suite ? suite : NSUserDefaults.standardUserDefaults);
+}
+
+std::shared_ptr<UserDefaultsStore> UserDefaultsStore::appStandard() {
+  return std::make_shared<UserDefaultsStore>(NSUserDefaults.standardUserDefaults);
+}
+
 std::optional<std::string> UserDefaultsStore::getString(const std::string& key) const {
   // stringForKey: also turns a stored number into text; anything else reads as absent.
-  return toOptionalString([NSUserDefaults.standardUserDefaults stringForKey:toNSString(key)]);
+  return toOptionalString([defaults_ stringForKey:toNSString(key)]);
 }
 
 void UserDefaultsStore::setString(const std::string& key, const std::string& value) {
-  [NSUserDefaults.standardUserDefaults setObject:toNSString(value) forKey:toNSString(key)];
+  [defaults_ setObject:toNSString(value) forKey:toNSString(key)];
 }
 
 void UserDefaultsStore::remove(const std::string& key) {
-  [NSUserDefaults.standardUserDefaults removeObjectForKey:toNSString(key)];
+  [defaults_ removeObjectForKey:toNSString(key)];
 }
 
 std::filesystem::path AppDocumentsDirectory::path() const {

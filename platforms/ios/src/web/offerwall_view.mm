@@ -1,6 +1,7 @@
 #import <KorvaneSDK/KorvaneOfferwallView.h>
 
 #import "api/callback_bridges.h"
+#include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
@@ -23,6 +24,8 @@ using korvane::ios::toStdString;
 
 // The stack's bottom page goes into this view; the pages above it are stacked over it.
 - (void)makeCoreView {
+  // The pages are white whatever the app's appearance.
+  self.overrideUserInterfaceStyle = UIUserInterfaceStyleLight;
   __weak KorvaneOfferwallView* weakSelf = self;
   _view = korvane::KorvaneOfferwallView::create([weakSelf] {
     KorvaneOfferwallView* strongSelf = weakSelf;
@@ -44,11 +47,28 @@ using korvane::ios::toStdString;
                           userId:(NSString*)userId
                           appKey:(NSString*)appKey
                      placementId:(NSString*)placementId {
+  // Web views live on the main thread: a load asked for elsewhere is moved there.
+  if (!NSThread.isMainThread) {
+    korvane::KorvaneLogger::w("KorvaneOfferwallView",
+                              "Load called off the main thread; moved there");
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [self loadOfferwallWithBaseUrl:baseUrl userId:userId appKey:appKey placementId:placementId];
+    });
+    return;
+  }
   _view->loadOfferwall(toStdString(baseUrl), toStdString(userId), toStdString(appKey),
                        toStdString(placementId));
 }
 
 - (void)loadOfferwallWithPlacementId:(NSString*)placementId {
+  if (!NSThread.isMainThread) {
+    korvane::KorvaneLogger::w("KorvaneOfferwallView",
+                              "Load called off the main thread; moved there");
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [self loadOfferwallWithPlacementId:placementId];
+    });
+    return;
+  }
   _view->loadOfferwall(toStdString(placementId));
 }
 

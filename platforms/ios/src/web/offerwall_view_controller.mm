@@ -4,6 +4,7 @@
 
 #import "api/callback_bridges.h"
 #include "korvane/api/device_utils.h"
+#include "korvane/core/control_labels.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -110,6 +111,8 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
 
 - (void)viewDidLoad {
   [super viewDidLoad];
+  // The pages are white: the bar, its controls and the status bar stay light in dark mode too.
+  self.overrideUserInterfaceStyle = UIUserInterfaceStyleLight;
   self.view.backgroundColor = UIColor.whiteColor;
   if (_owned && !_boundWebView) {
     // Created and presented by the app: the core builds the page's screen on this controller.
@@ -164,11 +167,14 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
                                        style:UIBarButtonItemStylePlain
                                       target:self
                                       action:@selector(refreshTapped)];
+  const korvane::ControlLabels labels = korvane::controlLabels(_options->backTitle);
+  self.navigationItem.leftBarButtonItem.accessibilityLabel = toNSString(labels.close);
+  self.navigationItem.rightBarButtonItem.accessibilityLabel = toNSString(labels.reload);
 }
 
 - (void)buildCustomBar {
   UIView* bar = [[UIView alloc] init];
-  bar.backgroundColor = UIColor.systemBackgroundColor;
+  bar.backgroundColor = UIColor.whiteColor;
   bar.translatesAutoresizingMaskIntoConstraints = NO;
   UIView* separator = [[UIView alloc] init];
   separator.backgroundColor = UIColor.separatorColor;
@@ -183,6 +189,9 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
                 action:@selector(refreshTapped)
       forControlEvents:UIControlEventTouchUpInside];
   refresh.translatesAutoresizingMaskIntoConstraints = NO;
+  const korvane::ControlLabels labels = korvane::controlLabels(_options->backTitle);
+  back.accessibilityLabel = toNSString(labels.back);
+  refresh.accessibilityLabel = toNSString(labels.reload);
   [bar addSubview:separator];
   [bar addSubview:back];
   [bar addSubview:refresh];

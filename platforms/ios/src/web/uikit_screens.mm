@@ -1,5 +1,7 @@
 #import "web/uikit_screens.h"
 
+#import "web/portrait_navigation_controller.h"
+
 #import <objc/runtime.h>
 
 #include "korvane/core/logger.h"
@@ -219,7 +221,7 @@ std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnch
   auto screen = std::make_unique<ControllerScreen>(page, options);
   UIViewController* shown = page;
   if (options.inNavigationContainer)
-    shown = [[UINavigationController alloc] initWithRootViewController:page];
+    shown = [[KorvanePortraitNavigationController alloc] initWithRootViewController:page];
   shown.modalPresentationStyle = UIModalPresentationFullScreen;
   UIViewController* presenting = presentingControllerFor(over);
   if (!presenting || !presenting.viewIfLoaded.window) {

@@ -142,8 +142,12 @@ WKWebView* makeWebView() {
   configuration.preferences.javaScriptCanOpenWindowsAutomatically = NO;
   configuration.allowsInlineMediaPlayback = YES;
   configuration.mediaTypesRequiringUserActionForPlayback = WKAudiovisualMediaTypeNone;
+  // The application name replaces WebKit's own ("Mobile/15E148", which pages read to tell a phone)
+  // and WebKit puts the separating blank itself: keep the default and add the SDK's token after it.
+  NSString* webKitDefault = configuration.applicationNameForUserAgent;
+  NSString* token = toNSString(kSdkUserAgentToken);
   configuration.applicationNameForUserAgent =
-      [@" " stringByAppendingString:toNSString(kSdkUserAgentToken)];
+      webKitDefault.length > 0 ? [NSString stringWithFormat:@"%@ %@", webKitDefault, token] : token;
   configuration.userContentController = [[WKUserContentController alloc] init];
 
   WKWebView* view = [[WKWebView alloc] initWithFrame:CGRectZero configuration:configuration];

@@ -1,0 +1,41 @@
+#import "ports/uikit_background_time.h"
+
+#import <UIKit/UIKit.h>
+
+#include <atomic>
+#include <memory>
+
+#import "support/objc_text.h"
+
+namespace korvane::ios {
+namespace {
+
+// One task's identifier, ended at most once by whichever asks first.
+struct Task {
+  std::atomic<UIBackgroundTaskIdentifier> identifier{UIBackgroundTaskInvalid};
+  void end() {
+    const UIBackgroundTaskIdentifier ending = identifier.exchange(UIBackgroundTaskInvalid);
+    if (ending != UIBackgroundTaskInvalid) [UIApplication.sharedApplication endBackgroundTask:ending];
+  }
+};
+
+}  // namespace
+
+// beginBackgroundTask and endBackgroundTask may be called from any thread.
+Subscription UIKitBackgroundTime::begin(const std::string& name) {
+  @autoreleasepool {
+    auto task = std::make_shared<Task>();
+    task->identifier =
+        [UIApplication.sharedApplication beginBackgroundTaskWithName:toNSString(name)
+                                                   expirationHandler:^{
+                                                     task->end();
+                                                   }];
+    return Subscription([task] {
+      @autoreleasepool {
+        task->end();
+      }
+    });
+  }
+}
+
+}  // namespace korvane::ios

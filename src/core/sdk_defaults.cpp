@@ -1,0 +1,53 @@
+#include "korvane/core/sdk_defaults.h"
+
+#include <array>
+
+#include "korvane/core/logger.h"
+
+namespace korvane {
+namespace {
+
+// Every key the SDK ever wrote into the app's defaults.
+constexpr std::array<const char*, 2> kKeysKeptInTheAppsDefaults = {"device_id", "currentUserId"};
+
+}  // namespace
+
+const char* const SdkDefaultsStore::kMovedMarkerKey = "legacyKeysMoved";
+
+SdkDefaultsStore::SdkDefaultsStore(std::shared_ptr<KeyValueStore> own,
+                                   std::shared_ptr<const KeyValueStore> earlier)
+    : own_(std::move(own)), earlier_(std::move(earlier)) {}
+
+void SdkDefaultsStore::moveOnce() const {
+  std::call_once(moved_, [this] {
+    if (own_->getString(kMovedMarkerKey)) return;  // an earlier launch did it
+    if (earlier_) {
+      for (const char* key : kKeysKeptInTheAppsDefaults) {
+        if (own_->getString(key)) continue;
+        if (std::optional<std::string> value = earlier_->getString(key)) {
+          own_->setString(key, *value);
+          KorvaneLogger::d("SdkDefaults",
+                           std::string("Moved \"") + key + "\" into the SDK's own defaults");
+        }
+      }
+    }
+    own_->setString(kMovedMarkerKey, "1");
+  });
+}
+
+std::optional<std::string> SdkDefaultsStore::getString(const std::string& key) const {
+  moveOnce();
+  return own_->getString(key);
+}
+
+void SdkDefaultsStore::setString(const std::string& key, const std::string& value) {
+  moveOnce();
+  own_->setString(key, value);
+}
+
+void SdkDefaultsStore::remove(const std::string& key) {
+  moveOnce();
+  own_->remove(key);
+}
+
+}  // namespace korvane
