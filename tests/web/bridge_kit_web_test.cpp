@@ -50,8 +50,11 @@ class ScreenList final : public ScreenPresenter {
     void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
       inner_->fade(a, d, std::move(done));
     }
-    void dismiss(bool animated, std::function<void()> done) override {
-      inner_->dismiss(animated, std::move(done));
+    bool dismiss(bool animated, std::function<void()> done) override {
+      return inner_->dismiss(animated, std::move(done));
+    }
+    void afterTransition(std::function<void()> then) override {
+      inner_->afterTransition(std::move(then));
     }
     Screen& inner() { return *inner_; }
     std::function<void()> close;
@@ -63,9 +66,10 @@ class ScreenList final : public ScreenPresenter {
 
   std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                             const ScreenOptions& options) override {
-    return std::make_unique<Tracked>(
-        *this,
-        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options));
+    auto screen =
+        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options);
+    if (!screen) return nullptr;  // refused, as a platform may
+    return std::make_unique<Tracked>(*this, std::move(screen));
   }
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override {

@@ -74,9 +74,10 @@ class TrackingPresenter final : public ScreenPresenter {
                                             const ScreenOptions& options) override {
     ++presented;
     lastOptions = options;
-    return std::make_unique<Tracked>(
-        *this,
-        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options));
+    auto screen =
+        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options);
+    if (!screen) return nullptr;  // refused, as a platform may
+    return std::make_unique<Tracked>(*this, std::move(screen));
   }
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override {
