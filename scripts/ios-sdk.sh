@@ -64,3 +64,60 @@ korvane_module_flags() {
     module_flags+=(-ivfsoverlay "$dir/sdk-overlay.json")
   fi
 }
+
+# korvane_swift DIR: sets `swiftc` (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH) and
+# `swift_flags`, what it needs to read an iPhoneOS SDK, staging any file that takes under DIR; or
+# says why there is none and returns 1. A Linux toolchain's resource directory also holds Linux
+# copies of dispatch, os, Block and CoreFoundation that would shadow the SDK's, and its clang
+# importer does not find the SwiftShims module map in a subdirectory: a resource directory with
+# only what a Darwin target needs, and a module map naming the shims, fix both.
+korvane_swift() {
+  local dir=$1 toolchain resources shim_map
+  swiftc=${SWIFTC:-}
+  if [[ -z "$swiftc" && -x /opt/swift/usr/bin/swiftc ]]; then swiftc=/opt/swift/usr/bin/swiftc; fi
+  if [[ -z "$swiftc" ]]; then swiftc=$(command -v swiftc || true); fi
+  if [[ -z "$swiftc" ]]; then
+    echo "no Swift compiler (set SWIFTC or install one at /opt/swift)"
+    return 1
+  fi
+  swift_flags=()
+  if [[ "$(uname)" == "Darwin" ]]; then return 0; fi
+  toolchain=$(cd "$(dirname "$(readlink -f "$swiftc")")/.." && pwd)
+  resources="$dir/resource-dir"
+  mkdir -p "$resources" "$dir/shims"
+  for part in clang shims apinotes migrator; do
+    if [[ -e "$toolchain/lib/swift/$part" ]]; then
+      ln -sfn "$toolchain/lib/swift/$part" "$resources/$part"
+    fi
+  done
+  shim_map="$toolchain/lib/swift/shims/module.modulemap"
+  sed -n 's/^module \([A-Za-z_]*\) {.*/extern module \1 "'"${shim_map//\//\\/}"'"/p' "$shim_map" \
+    >"$dir/shims/module.modulemap"
+  swift_flags=(-resource-dir "$resources" -I "$dir/shims")
+}
+
+# korvane_swift_simulator_interfaces SDK DIR: sets `swift_target_flags` so Swift finds the SDK's
+# modules for the Simulator. A simulator SDK made from the device SDK has arm64e-apple-ios
+# interfaces only; the same text serves arm64-apple-ios-simulator once the target it names is the
+# Simulator's (under DIR), since the compiler rebuilds every module from its interface anyway.
+korvane_swift_simulator_interfaces() {
+  local sdk=$1 dir=$2 interface module
+  swift_target_flags=()
+  if [[ -e "$sdk/usr/lib/swift/Swift.swiftmodule/arm64-apple-ios-simulator.swiftinterface" ]]; then
+    return 0
+  fi
+  if [[ ! -f "$dir/.done" ]]; then
+    rm -rf "$dir"
+    mkdir -p "$dir"
+    while IFS= read -r interface; do
+      module=$(basename "$(dirname "$interface")")
+      mkdir -p "$dir/$module"
+      sed -E 's/-target arm64e-apple-ios([0-9.]+)/-target arm64-apple-ios\1-simulator/' "$interface" \
+        >"$dir/$module/arm64-apple-ios-simulator.swiftinterface"
+    done < <(find -L "$sdk/usr/lib/swift" "$sdk/System/Library/Frameworks" \
+      "$sdk/System/Library/SubFrameworks" -path '*.swiftmodule/arm64e-apple-ios.swiftinterface' \
+      2>/dev/null)
+    : >"$dir/.done"
+  fi
+  swift_target_flags=(-I "$dir")
+}
