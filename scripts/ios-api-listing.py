@@ -36,10 +36,13 @@ class Node:
         found = re.search(r'"([^"]*)"', self.text)
         return found.group(1) if found else None
 
-    def swift_name(self):
+    def swift_name(self, default=None):
+        """The NS_SWIFT_NAME, else `default`; NS_REFINED_FOR_SWIFT alone prefixes that with "__"."""
         for attribute in self.child_kinds("SwiftNameAttr"):
             return attribute.quoted()
-        return None
+        if default is not None and self.child_kinds("SwiftPrivateAttr"):
+            return "__" + default
+        return default
 
     def unavailable(self):
         return bool(self.child_kinds("UnavailableAttr"))
@@ -109,8 +112,9 @@ def decl_name(node):
 
 
 def clean_type(text):
-    """A declared type without the Swift-name macro clang keeps as type sugar."""
-    return re.sub(r"NS_SWIFT_NAME\([^)]*\) ", "", text).replace(" __strong", "")
+    """A declared type without the Swift macros clang keeps as type sugar."""
+    text = re.sub(r"NS_SWIFT_NAME\([^)]*\) |NS_REFINED_FOR_SWIFT ", "", text)
+    return text.replace(" __strong", "")
 
 
 def lower_first(word):
@@ -145,6 +149,8 @@ def method_line(owner, node, problems):
         else:
             problems.append(f"{sign}[{owner} {selector}] takes several arguments and has no NS_SWIFT_NAME")
             swift = "?"
+    if not node.child_kinds("SwiftNameAttr"):
+        swift = node.swift_name(swift)
     designated = ", designated" if node.child_kinds("ObjCDesignatedInitializerAttr") else ""
     signature = f"({', '.join(params)})" if params else "()"
     return f"  {sign} {selector} {signature} -> {returns.replace(' __strong', '')}{designated} => {swift}"
@@ -157,7 +163,7 @@ def property_line(node):
     name, declared, attributes = found.groups()
     # Only what a caller sees: access, memory semantics that matter, class or instance.
     shown = [a for a in attributes.split() if a in ("readonly", "copy", "weak", "class") or a.startswith("getter=")]
-    swift = node.swift_name() or name
+    swift = node.swift_name(name)
     return f"  property {name} : {clean_type(declared)}{' (' + ' '.join(shown) + ')' if shown else ''} => {swift}"
 
 
@@ -183,7 +189,7 @@ def listing(roots):
             adopted = [c.quoted() or re.search(r"'(\w+)'", c.text).group(1) for c in node.child_kinds("ObjCProtocol")]
             conforms = f" <{', '.join(adopted)}>" if adopted else ""
             lines.append(f"class {name} : {superclass.group(1) if superclass else '?'}{conforms} => "
-                         f"{node.swift_name() or name}")
+                         f"{node.swift_name(name)}")
             for child in node.children:
                 line = (method_line(name, child, problems) if child.kind == "ObjCMethodDecl"
                         else property_line(child) if child.kind == "ObjCPropertyDecl" else None)
@@ -191,7 +197,7 @@ def listing(roots):
                     lines.append(line)
         elif kind == "ObjCProtocolDecl":
             adopted = [re.search(r"'(\w+)'", c.text).group(1) for c in node.child_kinds("ObjCProtocol")]
-            lines.append(f"protocol {name} <{', '.join(adopted)}> => {node.swift_name() or name}")
+            lines.append(f"protocol {name} <{', '.join(adopted)}> => {node.swift_name(name)}")
             for child in node.children:
                 line = (method_line(name, child, problems) if child.kind == "ObjCMethodDecl"
                         else property_line(child) if child.kind == "ObjCPropertyDecl" else None)
@@ -204,15 +210,15 @@ def listing(roots):
             flavour = ("error domain " + error_domain(node.child_kinds("NSErrorDomainAttr")[0].text)
                        if node.child_kinds("NSErrorDomainAttr") else
                        "closed" if any("Closed" in c.text for c in node.child_kinds("EnumExtensibilityAttr")) else "open")
-            lines.append(f"enum {name} ({flavour}) => {node.swift_name() or name}")
+            lines.append(f"enum {name} ({flavour}) => {node.swift_name(name)}")
             for case in node.child_kinds("EnumConstantDecl"):
                 case_name = decl_name(case)
                 values = re.findall(r"(?:value: Int|IntegerLiteral \S+ <[^>]*> '[^']*') (-?\d+)",
                                     "\n".join(descendant_texts(case)))
-                swift = case.swift_name() or lower_first(case_name[len(name):] if case_name.startswith(name) else case_name)
+                swift = case.swift_name(lower_first(case_name[len(name):] if case_name.startswith(name) else case_name))
                 lines.append(f"  case {case_name} = {values[0] if values else '?'} => {swift}")
         elif kind == "TypedefDecl" and node.child_kinds("SwiftNewTypeAttr"):
-            swift = node.swift_name() or name
+            swift = node.swift_name(name)
             typed_enums[name] = swift
             lines.append(f"typed enum {name} : {qual_type(node.text)} => {swift}")
         elif kind == "VarDecl":
@@ -225,7 +231,7 @@ def listing(roots):
         elif kind == "FunctionDecl":
             params = [qual_type(p.text) for p in node.child_kinds("ParmVarDecl")]
             returns = qual_type(node.text).split("(")[0].strip()
-            lines.append(f"function {name}({', '.join(params)}) -> {returns} => {node.swift_name() or name}")
+            lines.append(f"function {name}({', '.join(params)}) -> {returns} => {node.swift_name(name)}")
     return lines, problems
 
 

@@ -7,8 +7,8 @@ NS_ASSUME_NONNULL_BEGIN
 /// Banner descriptions for the app to lay out. Nothing is cached: every call is one request, and
 /// exactly one of the two blocks runs, on the main thread. Failures are `KorvaneAdError`s:
 /// notInitialized for a refusal (no SDK, no user), networkError for a backend answer with success
-/// false, unknown for a transport or decoding failure.
-KORVANE_EXPORT
+/// false, unknown for a transport or decoding failure. Safe from any thread.
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneBanner : NSObject
 
 /// The one banner loader.
@@ -18,7 +18,7 @@ KORVANE_EXPORT
 - (void)getBannerWithPlacementId:(NSString*)placementId
                        onSuccess:(void (^)(KorvaneBannerInfoResponse* response))onSuccess
                        onFailure:(void (^)(NSError* error))onFailure
-    NS_SWIFT_NAME(getBanner(placementId:onSuccess:onFailure:));
+    NS_SWIFT_NAME(__getBanner(placementId:onSuccess:onFailure:)) NS_REFINED_FOR_SWIFT;
 
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;

@@ -4,20 +4,21 @@
 NS_ASSUME_NONNULL_BEGIN
 
 // The backend's content records as the placements hand them to the app. Immutable; made by the
-// SDK only. Optional numbers are NSNumber (nil when the backend sent none).
+// SDK only, so safe to share between threads. Optional numbers are NSNumber (nil when the backend
+// sent none); Swift sees them as Int? and Bool?.
 
 /// A banner's description, for the app to lay out.
 NS_SWIFT_NAME(BannerInfoResponse)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneBannerInfoResponse : NSObject
 /// The backend's success flag.
 @property(nonatomic, readonly) BOOL success;
 /// The image's address.
 @property(nonatomic, readonly, copy, nullable) NSString* imageUrl;
 /// The image's width, if given.
-@property(nonatomic, readonly, nullable) NSNumber* imageWidth;
+@property(nonatomic, readonly, nullable) NSNumber* imageWidth NS_REFINED_FOR_SWIFT;
 /// The image's height, if given.
-@property(nonatomic, readonly, nullable) NSNumber* imageHeight;
+@property(nonatomic, readonly, nullable) NSNumber* imageHeight NS_REFINED_FOR_SWIFT;
 /// The title to show.
 @property(nonatomic, readonly, copy, nullable) NSString* titleText;
 /// How the banner's link opens, as the backend words it.
@@ -31,13 +32,14 @@ KORVANE_EXPORT
 @end
 
 /// The kind of a mission: "normal" or "offerwall_promotion".
-typedef NSString* KorvaneMissionType NS_TYPED_ENUM NS_SWIFT_NAME(MissionType);
+/// Swift sees the `MissionType` enumeration instead.
+typedef NSString* KorvaneMissionType NS_TYPED_ENUM NS_REFINED_FOR_SWIFT;
 KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeNormal;  ///< "normal"
 KORVANE_EXTERN KorvaneMissionType const KorvaneMissionTypeOfferwallPromotion;  ///< "offerwall_promotion"
 
 /// One mission of a mission placement.
 NS_SWIFT_NAME(Mission)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneMissionItem : NSObject
 /// The backend's id.
 @property(nonatomic, readonly, copy) NSString* identifier NS_SWIFT_NAME(id);
@@ -54,13 +56,13 @@ KORVANE_EXPORT
 /// The user's state in it, as the backend words it.
 @property(nonatomic, readonly, copy, nullable) NSString* status;
 /// Steps done, if counted.
-@property(nonatomic, readonly, nullable) NSNumber* progress;
+@property(nonatomic, readonly, nullable) NSNumber* progress NS_REFINED_FOR_SWIFT;
 /// Steps in all, if counted.
-@property(nonatomic, readonly, nullable) NSNumber* total;
+@property(nonatomic, readonly, nullable) NSNumber* total NS_REFINED_FOR_SWIFT;
 /// The mission's kind, if given.
-@property(nonatomic, readonly, nullable) KorvaneMissionType type;
+@property(nonatomic, readonly, nullable) KorvaneMissionType type NS_REFINED_FOR_SWIFT;
 /// Where it stands in the list, if given.
-@property(nonatomic, readonly, nullable) NSNumber* impressionOrder;
+@property(nonatomic, readonly, nullable) NSNumber* impressionOrder NS_REFINED_FOR_SWIFT;
 /// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
 - (instancetype)init NS_UNAVAILABLE;
@@ -69,7 +71,7 @@ KORVANE_EXPORT
 
 /// How far the user is through a mission list.
 NS_SWIFT_NAME(MissionProgress)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneMissionProgress : NSObject
 /// Missions completed.
 @property(nonatomic, readonly) NSInteger current;
@@ -81,10 +83,10 @@ KORVANE_EXPORT
 
 /// A mission list with its progress, reward page and texts.
 NS_SWIFT_NAME(MissionResponse)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneMissionResponse : NSObject
 /// The backend's success flag, if sent.
-@property(nonatomic, readonly, nullable) NSNumber* success;
+@property(nonatomic, readonly, nullable) NSNumber* success NS_REFINED_FOR_SWIFT;
 /// The missions, in the backend's order.
 @property(nonatomic, readonly, copy) NSArray<KorvaneMissionItem*>* events;
 /// Missions completed.
@@ -111,7 +113,7 @@ KORVANE_EXPORT
 
 /// One quiz of the quiz placement.
 NS_SWIFT_NAME(QuizEvent)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneQuizEvent : NSObject
 /// The backend's id.
 @property(nonatomic, readonly, copy) NSString* identifier NS_SWIFT_NAME(id);
@@ -128,9 +130,9 @@ KORVANE_EXPORT
 /// The user's state in it, as the backend words it.
 @property(nonatomic, readonly, copy, nullable) NSString* status;
 /// Whether the user completed the quiz, if sent.
-@property(nonatomic, readonly, nullable) NSNumber* completed;
+@property(nonatomic, readonly, nullable) NSNumber* completed NS_REFINED_FOR_SWIFT;
 /// Where it stands in the list, if given.
-@property(nonatomic, readonly, nullable) NSNumber* impressionOrder;
+@property(nonatomic, readonly, nullable) NSNumber* impressionOrder NS_REFINED_FOR_SWIFT;
 /// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
 - (instancetype)init NS_UNAVAILABLE;
@@ -139,18 +141,18 @@ KORVANE_EXPORT
 
 /// The quiz list with its texts.
 NS_SWIFT_NAME(QuizResponse)
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneQuizResponse : NSObject
 /// The backend's success flag, if sent.
-@property(nonatomic, readonly, nullable) NSNumber* success;
+@property(nonatomic, readonly, nullable) NSNumber* success NS_REFINED_FOR_SWIFT;
 /// The title to show.
 @property(nonatomic, readonly, copy, nullable) NSString* titleText;
 /// The image shown for completed quizzes.
 @property(nonatomic, readonly, copy, nullable) NSString* completedImageUrl;
 /// That image's width, if given.
-@property(nonatomic, readonly, nullable) NSNumber* completedImageWidth;
+@property(nonatomic, readonly, nullable) NSNumber* completedImageWidth NS_REFINED_FOR_SWIFT;
 /// That image's height, if given.
-@property(nonatomic, readonly, nullable) NSNumber* completedImageHeight;
+@property(nonatomic, readonly, nullable) NSNumber* completedImageHeight NS_REFINED_FOR_SWIFT;
 /// The quizzes, in the backend's order.
 @property(nonatomic, readonly, copy) NSArray<KorvaneQuizEvent*>* events;
 /// The backend's message, if any.

@@ -7,7 +7,8 @@ NS_ASSUME_NONNULL_BEGIN
 KORVANE_EXTERN NSErrorDomain const KorvaneAdErrorDomain;
 
 /// Why a placement failed. Delivered as an `NSError` of `KorvaneAdErrorDomain` whose localized
-/// description is the case's text; Swift sees it as the `KorvaneAdError` error type.
+/// description is the case's text. Swift sees the `KorvaneAdError` enumeration instead, which
+/// bridges to the same `NSError`.
 typedef NS_ERROR_ENUM(KorvaneAdErrorDomain, KorvaneAdError){
     /// "SDK not initialized"
     KorvaneAdErrorNotInitialized = 0,
@@ -19,7 +20,11 @@ typedef NS_ERROR_ENUM(KorvaneAdErrorDomain, KorvaneAdError){
     KorvaneAdErrorNoFill = 3,
     /// "Unknown error occurred"
     KorvaneAdErrorUnknown = 4,
-};
+} NS_REFINED_FOR_SWIFT;
+
+/// The case's text, as the errors of `KorvaneAdErrorDomain` carry it: "SDK not initialized",
+/// "Failed to load ad", "Network error occurred", "No ads available" or "Unknown error occurred".
+KORVANE_EXTERN NSString* KorvaneAdErrorDescription(KorvaneAdError error) NS_REFINED_FOR_SWIFT;
 
 /// The domain of the facade's own refusals (`KorvaneSdkError`).
 KORVANE_EXTERN NSErrorDomain const KorvaneSdkErrorDomain NS_SWIFT_NAME(KorvaneSdkErrorDomain);

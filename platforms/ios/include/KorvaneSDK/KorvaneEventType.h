@@ -4,7 +4,8 @@
 NS_ASSUME_NONNULL_BEGIN
 
 /// The closed list of telemetry event kinds; the raw value is what the backend receives.
-typedef NSString* KorvaneEventType NS_TYPED_ENUM NS_SWIFT_NAME(EventType);
+/// Swift sees the `EventType` enumeration instead.
+typedef NSString* KorvaneEventType NS_TYPED_ENUM NS_REFINED_FOR_SWIFT;
 
 KORVANE_EXTERN KorvaneEventType const KorvaneEventTypeQuizClicked;        ///< "quiz_clicked"
 KORVANE_EXTERN KorvaneEventType const KorvaneEventTypeQuizImpressed;      ///< "quiz_impressed"

@@ -26,7 +26,7 @@ NS_SWIFT_NAME(KorvaneMissionEventsListener)
 /// completion (listener first, then telemetry) and opens mission and reward pages in the
 /// offerwall. Every live instance can be reached by the offerwall's pages. Call it from the main
 /// thread; load callbacks arrive there.
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_UI_ACTOR
 @interface KorvaneMission : NSObject
 
 /// A placement with no missions loaded, joined to the live instances.
@@ -38,7 +38,7 @@ KORVANE_EXPORT
                                     KorvaneMissionProgress* progress))onSuccess
                 onFailure:(void (^)(NSError* error))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
-    NS_SWIFT_NAME(load(onSuccess:onFailure:shouldStoreCallbacks:));
+    NS_SWIFT_NAME(__load(onSuccess:onFailure:shouldStoreCallbacks:)) NS_REFINED_FOR_SWIFT;
 /// Held weakly, as delegates are, so that a view controller that owns the placement can listen to
 /// it without a retain cycle: keep the listener alive yourself.
 - (void)setEventsListener:(nullable id<KorvaneMissionEventsListener>)listener

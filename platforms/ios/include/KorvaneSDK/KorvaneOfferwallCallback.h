@@ -5,7 +5,7 @@ NS_ASSUME_NONNULL_BEGIN
 
 /// What the app hears about one offerwall opening, on the main thread. `onClosed` comes at most
 /// once per opening.
-NS_SWIFT_NAME(OfferwallCallback)
+NS_SWIFT_NAME(OfferwallCallback) NS_SWIFT_UI_ACTOR
 @protocol KorvaneOfferwallCallback <NSObject>
 /// The offerwall is on screen.
 - (void)onOpened;
@@ -19,7 +19,7 @@ NS_SWIFT_NAME(OfferwallCallback)
 
 /// Custom events offerwall pages send to the app, and data requests the app answers at once, on
 /// the main thread. A nil answer means "no data": the page's callback is then never called.
-NS_SWIFT_NAME(OfferwallEventCallback)
+NS_SWIFT_NAME(OfferwallEventCallback) NS_SWIFT_UI_ACTOR
 @protocol KorvaneOfferwallEventCallback <NSObject>
 /// A page sent a custom event of `eventType` with its payload.
 - (void)onCustomEventWithEventType:(NSString*)eventType

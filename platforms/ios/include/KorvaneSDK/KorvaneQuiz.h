@@ -7,7 +7,7 @@
 NS_ASSUME_NONNULL_BEGIN
 
 /// What the app hears about quizzes, on the main thread.
-NS_SWIFT_NAME(KorvaneQuizEventsListener)
+NS_SWIFT_NAME(KorvaneQuizEventsListener) NS_SWIFT_UI_ACTOR
 @protocol KorvaneQuizEventsListener <NSObject>
 /// `quizEvent` was shown to the user.
 - (void)onImpressedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onImpressed(_:));
@@ -21,7 +21,7 @@ NS_SWIFT_NAME(KorvaneQuizEventsListener)
 
 /// The quiz placement: loads the user's quizzes, reports impressions and clicks and opens a quiz
 /// full screen in the offerwall. Call it from the main thread; load callbacks arrive there.
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_UI_ACTOR
 @interface KorvaneQuiz : NSObject
 
 /// A placement with no quizzes loaded.
@@ -35,7 +35,7 @@ KORVANE_EXPORT
 - (void)loadWithOnSuccess:(void (^)(KorvaneQuizResponse* response))onSuccess
                 onFailure:(void (^)(NSError* error))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
-    NS_SWIFT_NAME(load(onSuccess:onFailure:shouldStoreCallbacks:));
+    NS_SWIFT_NAME(__load(onSuccess:onFailure:shouldStoreCallbacks:)) NS_REFINED_FOR_SWIFT;
 /// The quizzes of the last successful load.
 @property(nonatomic, readonly, copy) NSArray<KorvaneQuizEvent*>* quizEvents;
 

@@ -16,7 +16,7 @@ typedef NS_CLOSED_ENUM(NSInteger, KorvaneSdkConfigEnvironment) {
 } NS_SWIFT_NAME(KorvaneSdkConfig.Environment);
 
 /// The app's immutable SDK configuration, made only by `KorvaneSdkConfigBuilder`.
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneSdkConfig : NSObject
 
 /// The app's key, sent with every backend request.

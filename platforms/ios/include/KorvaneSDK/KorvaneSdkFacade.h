@@ -18,7 +18,7 @@ NS_ASSUME_NONNULL_BEGIN
 /// `isInitialized` is true. Every method may be called from any thread and none throws: refusals
 /// are a log line, plus the callback's `onError:` or the listener's `onFailure:` where there is
 /// one. Listener and offerwall callbacks arrive on the main thread.
-KORVANE_EXPORT
+KORVANE_EXPORT NS_SWIFT_SENDABLE
 @interface KorvaneSdk : NSObject
 
 /// The one SDK instance.
@@ -58,7 +58,7 @@ KORVANE_EXPORT
 - (void)trackEventWithEventType:(KorvaneEventType)eventType
                        category:(NSString*)category
                         payload:(nullable NSDictionary<NSString*, id>*)payload
-    NS_SWIFT_NAME(trackEvent(eventType:category:payload:));
+    NS_SWIFT_NAME(__trackEvent(eventType:category:payload:)) NS_REFINED_FOR_SWIFT;
 /// An event of type `custom` sent under `eventName`. "session_start" and "user_login" go out at
 /// once instead of in the batch.
 - (void)trackEventWithCustomName:(NSString*)eventName
@@ -144,7 +144,7 @@ KORVANE_EXPORT
 - (void)getBannerInfoWithPlacementId:(NSString*)placementId
                           completion:(void (^)(KorvaneBannerInfoResponse* _Nullable response,
                                                NSError* _Nullable error))completion
-    NS_SWIFT_NAME(getBannerInfo(placementId:completion:));
+    NS_SWIFT_NAME(__getBannerInfo(placementId:completion:)) NS_REFINED_FOR_SWIFT;
 
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;

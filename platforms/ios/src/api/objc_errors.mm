@@ -21,8 +21,13 @@ std::optional<korvane::KorvaneAdError> adErrorOf(NSInteger code) {
 
 }  // namespace
 
-// Errors of KorvaneAdErrorDomain carry their case's text wherever they were made, Swift's
-// KorvaneAdError(.noFill) included.
+NSString* KorvaneAdErrorDescription(KorvaneAdError error) {
+  return korvane::ios::toNSString(
+      korvane::localizedDescription(adErrorOf(error).value_or(korvane::KorvaneAdError::unknown)));
+}
+
+// Errors of KorvaneAdErrorDomain carry their case's text wherever they were made, an app's own
+// [NSError errorWithDomain:code:userInfo:] included.
 @interface KorvaneAdErrorDescriptions : NSObject
 @end
 
