@@ -4,10 +4,10 @@
 Usage: ios-doc-check.py HEADER_DIR
 
 A declaration is a class, protocol, property, method, C function or constant, typedef or enum
-case. Its doc comment is a `///` (or `//!`) block right above it (attribute-only lines such as
-KORVANE_EXPORT or NS_SWIFT_NAME(...) may stand between), or a `///<` comment after it on the same
-line. Declarations marked NS_UNAVAILABLE cannot be called and need none. Prints each undocumented
-declaration as FILE:LINE and exits 1 when there is any.
+case. Its doc comment is a `///` (or `//!`) block right above it (lines of attribute macros only,
+such as `KORVANE_EXPORT NS_SWIFT_SENDABLE` or NS_SWIFT_NAME(...), may stand between), or a `///<`
+comment after it on the same line. Declarations marked NS_UNAVAILABLE cannot be called and need
+none. Prints each undocumented declaration as FILE:LINE and exits 1 when there is any.
 """
 import pathlib
 import re
@@ -17,7 +17,8 @@ DECLARATION = re.compile(
     r"^\s*(@interface|@protocol\s+\w+\s*<|[-+]\s*\(|@property|typedef\b|KORVANE_EXTERN\b"
     r"|Korvane\w+\s*=\s*-?\d+\s*,)")
 # Lines that decorate the declaration below them rather than being one.
-ATTRIBUTE = re.compile(r"^\s*(KORVANE_EXPORT|NS_SWIFT_NAME\(.*\)|NS_\w+(\(.*\))?|__attribute__.*)\s*$")
+ATTRIBUTE = re.compile(
+    r"^\s*((KORVANE_EXPORT|NS_SWIFT_NAME\([^)]*\)|NS_\w+(\([^)]*\))?|__attribute__.*)\s*)+$")
 DOC = re.compile(r"^\s*(///|//!)")
 
 
