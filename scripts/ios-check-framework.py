@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks a built KorvaneSDK.framework: an arm64 dynamic library for its platform (device or
-Simulator) with the right install name, minimum OS and a UUID, exporting Objective-C classes and
-Korvane C symbols only (no C++), with its Info.plist naming the same platform, module map, umbrella
-header (importing every public header) and privacy manifest.
+Simulator) with the right install name, minimum OS and a UUID, exporting Objective-C classes,
+Korvane C symbols and its Swift layer's symbols only (no C++), with its Info.plist naming the same
+platform, module map, umbrella header (importing every public header), Swift module interface
+(when it has a Swift layer) and privacy manifest.
 
 usage: ios-check-framework.py FRAMEWORK_DIR VERSION_TEXT MINIMUM_OS PLATFORM [CLASS ...]
   PLATFORM  ios or iossimulator
@@ -39,17 +40,20 @@ def check_binary(path, minimum_os, platform, classes):
         fail(f"built for {binary.platform or 'no platform'} {binary.minimum_os}, not {platform} {minimum_os}")
     if not binary.uuid:
         fail("no LC_UUID: crash reports could not be matched to a dSYM")
-    allowed = re.compile(r"^(_OBJC_(META)?CLASS_\$_\w+|_Korvane\w+)$")
+    # Swift symbols are the Swift layer's: each names the module (10KorvaneSDK), or is an
+    # extension of its Objective-C classes, whose mangling abbreviates the module as 0A3SDK.
+    allowed = re.compile(r"^(_OBJC_(META)?CLASS_\$_\w+|_Korvane\w+|_\$s\S*(10KorvaneSDK|0A3SDK)\S*)$")
     stray = [name for name in exported if not allowed.match(name)]
     if stray:
-        fail("exported symbols beyond the Objective-C API: " + ", ".join(sorted(stray)[:20]))
+        fail("exported symbols beyond the Objective-C API and its Swift layer: "
+             + ", ".join(sorted(stray)[:20]))
     missing = sorted(set(classes) - set(binary.exported_classes()))
     if missing:
         fail("classes not exported: " + ", ".join(missing))
     return exported
 
 
-def check_bundle(framework, version, minimum_os, platform):
+def check_bundle(framework, version, minimum_os, platform, exported):
     try:
         info = plistlib.loads((framework / "Info.plist").read_bytes())
     except Exception as error:  # noqa: BLE001 - any unreadable plist is a failure
@@ -69,6 +73,16 @@ def check_bundle(framework, version, minimum_os, platform):
             fail(f"Info.plist {key} is {info.get(key)!r}, expected {value!r}")
     if not info.get("CFBundleIdentifier"):
         fail("Info.plist has no CFBundleIdentifier")
+
+    # With the Swift layer: its module interface, readable by later compilers, for this slice.
+    swiftmodule = framework / "Modules" / "KorvaneSDK.swiftmodule"
+    if any(name.startswith("_$s") for name in exported):
+        triple = "arm64-apple-ios" + ("-simulator" if platform == "iossimulator" else "")
+        for suffix in ("swiftinterface", "private.swiftinterface", "swiftdoc"):
+            if not (swiftmodule / f"{triple}.{suffix}").is_file():
+                fail(f"the binary has a Swift layer but Modules/KorvaneSDK.swiftmodule has no {triple}.{suffix}")
+    elif swiftmodule.exists():
+        fail("Modules/KorvaneSDK.swiftmodule ships without a Swift layer in the binary")
 
     modulemap = framework / "Modules" / "module.modulemap"
     if not modulemap.is_file() or 'umbrella header "KorvaneSDK.h"' not in modulemap.read_text():
@@ -103,13 +117,15 @@ def main():
     framework = Path(sys.argv[1])
     version, minimum_os, platform, classes = sys.argv[2], sys.argv[3], sys.argv[4], sys.argv[5:]
     exported = check_binary(framework / "KorvaneSDK", minimum_os, platform, classes)
-    check_bundle(framework, version, minimum_os, platform)
+    check_bundle(framework, version, minimum_os, platform, exported)
     if failures:
         print("\n".join("framework check: " + f for f in failures), file=sys.stderr)
         sys.exit(1)
     classes_out = sum(1 for name in exported if name.startswith("_OBJC_CLASS_$_"))
-    print(f"{framework}: arm64 {platform} {minimum_os} dylib, {classes_out} Objective-C classes and "
-          f"{len(exported) - 2 * classes_out} C symbols exported, bundle complete")
+    swift_out = sum(1 for name in exported if name.startswith("_$s"))
+    print(f"{framework}: arm64 {platform} {minimum_os} dylib, {classes_out} Objective-C classes, "
+          f"{len(exported) - 2 * classes_out - swift_out} C symbols and {swift_out} Swift symbols "
+          f"exported, bundle complete")
 
 
 if __name__ == "__main__":

@@ -37,7 +37,9 @@ def code_by_origin(map_path):
     for index, (address, file) in enumerate(starts):
         end = starts[index + 1][0] if index + 1 < len(starts) else start + size
         name = files.get(file, "")
-        kind = "iOS layer" if "platforms/ios" in name else "core" if name.endswith(".cpp.o") or "korvane_core" in name else "other"
+        kind = ("Swift layer" if name.endswith("KorvaneSDK-Swift.o") else
+                "iOS layer" if "platforms/ios" in name else
+                "core" if name.endswith(".cpp.o") or "korvane_core" in name else "other")
         origin[kind] += end - address
     return size, origin
 
@@ -57,6 +59,7 @@ def main():
     print(f"KorvaneSDK binary: {kib(Path(binary).stat().st_size)}, stripped {kib(stripped_size)} "
           f"({stripped_size} bytes)")
     print(f"  code {kib(text)}: core {kib(origin['core'])}, iOS layer {kib(origin['iOS layer'])}"
+          + (f", Swift layer {kib(origin['Swift layer'])}" if origin["Swift layer"] else "")
           + (f", other {kib(origin['other'])}" if origin["other"] else ""))
     print("  " + ", ".join(f"{name} {kib(sections[name])}" for name in
                            ("__cstring", "__const", "__gcc_except_tab", "__unwind_info", "__objc_const")
