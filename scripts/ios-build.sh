@@ -4,9 +4,11 @@
 #
 # Each slice is checked from captured tool output: the Mach-O binary and bundle for its platform,
 # `@import KorvaneSDK;` as plain Objective-C, and the sample app linked against it. The device
-# slice also gets the public API compared with its checked-in listing, a doc comment on every
+# slice also gets its bindings checked against the oldest supported iOS, the public API compared
+# with its checked-in listings (Objective-C, and Swift with the Swift layer), a doc comment on every
 # public declaration, the Clang static analyzer over the Objective-C++ layer and the iOS layer's
-# no-product-rule check. Prints the sizes.
+# no-product-rule check. Prints the sizes. With a Swift compiler the framework carries its Swift
+# layer (platforms/ios/swift), and the Swift sample and README's Swift snippets are compiled.
 #
 # The SDK: see scripts/ios-sdk.sh (IOS_SDK, xcrun on macOS, else /opt/ios-sdk/iPhoneOS26.2.sdk).
 # Without one it says so and exits 0, so machines without an SDK skip the iOS build.
@@ -30,14 +32,33 @@ stage="$out/host-headers"
 mkdir -p "$stage"
 if [[ -n "$json_headers" ]]; then ln -sfn "$json_headers" "$stage/nlohmann"; fi
 
-# build_slice NAME TARGET SDK: configures and builds $out/NAME/KorvaneSDK.framework.
+# The Swift layer is built into the framework where a Swift compiler is found (scripts/ios-sdk.sh).
+if swift_missing=$(korvane_swift "$out/swift"); then
+  korvane_swift "$out/swift"
+  echo "  Swift:         $("$swiftc" --version 2>&1 | head -n 1)"
+else
+  swiftc=""
+  echo "  Swift layer skipped: $swift_missing."
+fi
+
+# build_slice NAME TARGET SDK: configures and builds $out/NAME/KorvaneSDK.framework, with the
+# Swift layer when there is a compiler. The slice's Swift module cache is shared with the Swift
+# checks, which import the same system modules.
 build_slice() {
-  local build="$out/$1"
+  local build="$out/$1" swift_options=(-DKORVANE_SWIFTC=)
+  if [[ -n "$swiftc" ]]; then
+    local flags=("${swift_flags[@]}" -module-cache-path "$out/swift/$1/module-cache")
+    if [[ "$2" == *-simulator ]]; then
+      korvane_swift_simulator_interfaces "$3" "$out/swift/simulator-interfaces"
+      flags+=("${swift_target_flags[@]}")
+    fi
+    swift_options=(-DKORVANE_SWIFTC="$swiftc" "-DKORVANE_SWIFT_FLAGS=$(IFS=';'; echo "${flags[*]}")")
+  fi
   cmake -S "$root" -B "$build" -G Ninja \
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/ios-arm64.toolchain.cmake" \
     -DKORVANE_IOS_SDK="$3" -DKORVANE_IOS_TARGET="$2" \
     -DCMAKE_BUILD_TYPE=MinSizeRel -DKORVANE_PLATFORM=ios -DKORVANE_WARNINGS_AS_ERRORS=ON \
-    -DKORVANE_JSON_INCLUDE_DIR="$stage" >/dev/null
+    -DKORVANE_JSON_INCLUDE_DIR="$stage" "${swift_options[@]}" >/dev/null
   cmake --build "$build" -j2
 }
 
@@ -79,7 +100,20 @@ build_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK"
 build_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK"
 
 device="$out/iphoneos/KorvaneSDK.framework"
+# The oldest supported iOS has every library and symbol the device slice binds without weak
+# import, as told by an SDK of that iOS (IOS_OLDEST_SDK, else /opt/ios-sdk/iPhoneOS14.5.sdk; its
+# text stubs are enough).
+oldest_sdk=${IOS_OLDEST_SDK:-/opt/ios-sdk/iPhoneOS14.5.sdk}
+if [[ -d "$oldest_sdk/usr/lib" ]]; then
+  python3 "$root/scripts/ios-check-bindings.py" "$device/KorvaneSDK" "$oldest_sdk"
+else
+  echo "Bindings check skipped: no SDK of the oldest supported iOS (set IOS_OLDEST_SDK, or unpack one at $oldest_sdk)."
+fi
 python3 "$root/scripts/ios-api-listing.py" check "$device" "$root/platforms/ios/KorvaneSDK.api"
+if [[ -n "$swiftc" ]]; then
+  python3 "$root/scripts/ios-swift-api-listing.py" check "$device" \
+    "$root/platforms/ios/KorvaneSDK-Swift.api"
+fi
 python3 "$root/scripts/ios-doc-check.py" "$root/platforms/ios/include/KorvaneSDK"
 python3 "$root/scripts/ios-analyze.py" "$out/iphoneos" "$root/platforms/ios"
 
