@@ -98,6 +98,18 @@ def check_xcframework(root):
              "; ".join(f"{k}: {len(v)}" for k, v in exported.items()))
     elif class_sets and not next(iter(class_sets)):
         fail("the slices export no Objective-C class")
+    # A Swift app builds against each slice in turn: both carry the Swift layer's interface, for
+    # their own target, or neither does.
+    interfaces = {}
+    for identifier in identifiers:
+        triple = "arm64-apple-ios" + ("-simulator" if identifier.endswith("simulator") else "")
+        module = root / str(identifier) / f"{NAME}.framework" / "Modules" / f"{NAME}.swiftmodule"
+        interfaces[identifier] = (module / f"{triple}.swiftinterface").is_file()
+        if module.exists() and not interfaces[identifier]:
+            fail(f"{identifier}: {NAME}.swiftmodule has no {triple}.swiftinterface")
+    if len(set(interfaces.values())) > 1:
+        fail("only some slices carry the Swift interface: " +
+             ", ".join(sorted(k for k, v in interfaces.items() if v)))
     return exported
 
 

@@ -48,6 +48,17 @@ def unstripped(root, build):
     shutil.copy(build / "iphoneos" / f"{NAME}.framework" / NAME, root / "ios-arm64" / f"{NAME}.framework" / NAME)
 
 
+def one_slice_swift(root):
+    """Leaves the Swift interface in one slice only: drops the Simulator's, or, in a release built
+    without the Swift layer, gives the Simulator one."""
+    module = root / "ios-arm64-simulator" / f"{NAME}.framework" / "Modules" / f"{NAME}.swiftmodule"
+    if module.exists():
+        shutil.rmtree(module)
+    else:
+        module.mkdir(parents=True)
+        (module / "arm64-apple-ios-simulator.swiftinterface").write_text("import Swift\n")
+
+
 # (what is damaged, how, the words the check must fail with). Zip cases get the unpacked
 # XCFramework to change and are zipped again.
 MANIFEST_CASES = [
@@ -61,6 +72,7 @@ ZIP_CASES = [
     ("device binary in the simulator slice", lambda x, b: swap_binaries(x), "Info.plist says iossimulator"),
     ("another slice's dSYM", lambda x, b: swap_dsyms(x), "dSYM UUID"),
     ("binary not stripped", lambda x, b: unstripped(x, b), "not stripped"),
+    ("Swift interface in one slice only", lambda x, b: one_slice_swift(x), "only some slices"),
     ("simulator slice missing",
      lambda x, b: edit_info(x, lambda i: i["AvailableLibraries"].remove(simulator_entry(i))), "expected"),
 ]
