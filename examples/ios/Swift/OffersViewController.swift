@@ -1,5 +1,5 @@
-// The sample's flow in Swift, for apps written in Swift. Every name here is one the API listing
-// (platforms/ios/KorvaneSDK.api) shows Swift sees.
+// The sample's flow in Swift, for apps written in Swift. Every name here is one the API listings
+// (platforms/ios/KorvaneSDK.api and KorvaneSDK-Swift.api) show Swift sees.
 import KorvaneSDK
 import UIKit
 
@@ -7,8 +7,10 @@ import UIKit
 final class AppDelegate: UIResponder, UIApplicationDelegate {
   var window: UIWindow?
 
-  func application(_ application: UIApplication,
-                   didFinishLaunchingWithOptions launchOptions: [UIApplication.LaunchOptionsKey: Any]?) -> Bool {
+  func application(
+    _ application: UIApplication,
+    didFinishLaunchingWithOptions launchOptions: [UIApplication.LaunchOptionsKey: Any]?
+  ) -> Bool {
     KorvaneSdk.setLogLevel(.info)
     let config = KorvaneSdkConfig.Builder(appKey: "demo-app-key", appSecret: "demo-app-secret")
       .setEnvironment(.staging)
@@ -25,6 +27,7 @@ final class AppDelegate: UIResponder, UIApplicationDelegate {
 final class OffersViewController: UIViewController {
   private let status = UILabel()
   private let missions = KorvaneMission()
+  private let quizzes = KorvaneQuiz()
 
   override func viewDidLoad() {
     super.viewDidLoad()
@@ -37,6 +40,7 @@ final class OffersViewController: UIViewController {
       button("Open offerwall", #selector(openOfferwall)),
       button("Embedded offerwall", #selector(openEmbeddedOfferwall)),
       button("Load missions", #selector(loadMissions)),
+      button("Load quizzes", #selector(loadQuizzes)),
       button("Load banner", #selector(loadBanner)),
     ])
     column.axis = .vertical
@@ -45,8 +49,10 @@ final class OffersViewController: UIViewController {
     view.addSubview(column)
     NSLayoutConstraint.activate([
       column.topAnchor.constraint(equalTo: view.safeAreaLayoutGuide.topAnchor, constant: 24),
-      column.leadingAnchor.constraint(equalTo: view.safeAreaLayoutGuide.leadingAnchor, constant: 24),
-      column.trailingAnchor.constraint(equalTo: view.safeAreaLayoutGuide.trailingAnchor, constant: -24),
+      column.leadingAnchor.constraint(
+        equalTo: view.safeAreaLayoutGuide.leadingAnchor, constant: 24),
+      column.trailingAnchor.constraint(
+        equalTo: view.safeAreaLayoutGuide.trailingAnchor, constant: -24),
     ])
     missions.setEventsListener(self)
   }
@@ -68,8 +74,9 @@ final class OffersViewController: UIViewController {
   }
 
   @objc private func openOfferwall() {
-    KorvaneSdk.shared.openOfferwall(presentingViewController: self, placementId: "home",
-                                    callback: self, eventCallback: nil)
+    KorvaneSdk.shared.openOfferwall(
+      presentingViewController: self, placementId: "home",
+      callback: self, eventCallback: nil)
   }
 
   @objc private func openEmbeddedOfferwall() {
@@ -77,23 +84,48 @@ final class OffersViewController: UIViewController {
   }
 
   @objc private func loadMissions() {
-    missions.load(onSuccess: { [weak self] missions, progress in
-      self?.status.text = "\(missions.count) missions, \(progress.current) of \(progress.total) done"
-    }, onFailure: { [weak self] error in
-      self?.status.text = error.localizedDescription
-    }, shouldStoreCallbacks: false)
+    missions.load(
+      onSuccess: { [weak self] missions, progress in
+        self?.status.text =
+          "\(missions.count) missions, \(progress.current) of \(progress.total) done"
+      },
+      onFailure: { [weak self] error in
+        self?.status.text = Self.describe(error)
+      }, shouldStoreCallbacks: false)
+  }
+
+  @objc private func loadQuizzes() {
+    guard #available(iOS 15.0, *) else { return }
+    Task {
+      do {
+        let response = try await quizzes.load()
+        status.text = "\(response.events.count) quizzes"
+      } catch let error as KorvaneAdError {
+        status.text = Self.describe(error)
+      } catch {
+        status.text = error.localizedDescription
+      }
+    }
   }
 
   @objc private func loadBanner() {
-    KorvaneBanner.shared.getBanner(placementId: "home-banner", onSuccess: { [weak self] banner in
-      self?.status.text = "Banner: \(banner.titleText ?? "(no title)")"
-    }, onFailure: { [weak self] error in
-      if let adError = error as? KorvaneAdError, adError.code == .noFill {
-        self?.status.text = "No banner for now"
-      } else {
-        self?.status.text = "No banner: \(error.localizedDescription)"
-      }
-    })
+    KorvaneBanner.shared.getBanner(
+      placementId: "home-banner",
+      onSuccess: { [weak self] banner in
+        let size = banner.imageWidth.map { "\($0) px wide" } ?? "no size"
+        self?.status.text = "Banner: \(banner.titleText ?? "(no title)"), \(size)"
+      },
+      onFailure: { [weak self] error in
+        self?.status.text = Self.describe(error)
+      })
+  }
+
+  private static func describe(_ error: KorvaneAdError) -> String {
+    switch error {
+    case .noFill: "Nothing to show for now"
+    case .notInitialized: "Log in first"
+    case .networkError, .loadFailed, .unknown: "Failed: \(error.localizedDescription)"
+    }
   }
 }
 
