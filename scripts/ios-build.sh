@@ -48,10 +48,6 @@ build_slice() {
   local build="$out/$1" swift_options=(-DKORVANE_SWIFTC=)
   if [[ -n "$swiftc" ]]; then
     local flags=("${swift_flags[@]}" -module-cache-path "$out/swift/$1/module-cache")
-    if [[ "$2" == *-simulator ]]; then
-      korvane_swift_simulator_interfaces "$3" "$out/swift/simulator-interfaces"
-      flags+=("${swift_target_flags[@]}")
-    fi
     swift_options=(-DKORVANE_SWIFTC="$swiftc" "-DKORVANE_SWIFT_FLAGS=$(IFS=';'; echo "${flags[*]}")")
   fi
   cmake -S "$root" -B "$build" -G Ninja \

@@ -95,29 +95,3 @@ korvane_swift() {
     >"$dir/shims/module.modulemap"
   swift_flags=(-resource-dir "$resources" -I "$dir/shims")
 }
-
-# korvane_swift_simulator_interfaces SDK DIR: sets `swift_target_flags` so Swift finds the SDK's
-# modules for the Simulator. A simulator SDK made from the device SDK has arm64e-apple-ios
-# interfaces only; the same text serves arm64-apple-ios-simulator once the target it names is the
-# Simulator's (under DIR), since the compiler rebuilds every module from its interface anyway.
-korvane_swift_simulator_interfaces() {
-  local sdk=$1 dir=$2 interface module
-  swift_target_flags=()
-  if [[ -e "$sdk/usr/lib/swift/Swift.swiftmodule/arm64-apple-ios-simulator.swiftinterface" ]]; then
-    return 0
-  fi
-  if [[ ! -f "$dir/.done" ]]; then
-    rm -rf "$dir"
-    mkdir -p "$dir"
-    while IFS= read -r interface; do
-      module=$(basename "$(dirname "$interface")")
-      mkdir -p "$dir/$module"
-      sed -E 's/-target arm64e-apple-ios([0-9.]+)/-target arm64-apple-ios\1-simulator/' "$interface" \
-        >"$dir/$module/arm64-apple-ios-simulator.swiftinterface"
-    done < <(find -L "$sdk/usr/lib/swift" "$sdk/System/Library/Frameworks" \
-      "$sdk/System/Library/SubFrameworks" -path '*.swiftmodule/arm64e-apple-ios.swiftinterface' \
-      2>/dev/null)
-    : >"$dir/.done"
-  fi
-  swift_target_flags=(-I "$dir")
-}

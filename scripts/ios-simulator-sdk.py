@@ -2,7 +2,8 @@
 """Makes an iPhoneSimulator SDK out of an iPhoneOS SDK that has no simulator counterpart (an SDK
 unpacked off macOS). Headers are shared with the device SDK through hard links; every .tbd stub is
 rewritten (tbd v5, arm64 only) to name the arm64 simulator instead of the device, which is all the
-linker needs to link a simulator binary against it. The folder is named iPhoneSimulator<version>.sdk,
+linker needs to link a simulator binary against it, and every Swift module gets an interface for
+the arm64 Simulator beside its device one. The folder is named iPhoneSimulator<version>.sdk,
 as build tools expect, and its settings name the simulator platform.
 
 Runs once per SDK: a finished copy carries a stamp naming its source and this script's format, and
@@ -20,7 +21,7 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-FORMAT = "korvane-simulator-sdk 1"
+FORMAT = "korvane-simulator-sdk 2"
 STAMP = ".korvane-simulator-sdk"
 DEVICE_TARGET = "arm64-ios"
 SIMULATOR_TARGET = "arm64-ios-simulator"
@@ -69,6 +70,20 @@ def retarget_stub(tool, stub):
     converted.unlink()
     stub.write_text(json.dumps(document, indent=1))
     return None
+
+
+def simulator_interfaces(sdk):
+    """Gives every Swift module of the SDK an interface for the arm64 Simulator. A device SDK has
+    arm64e-apple-ios interfaces only; the same text serves once the target it names is the
+    Simulator's, since compilers build each module from its interface anyway. Inside the SDK, they
+    count as the SDK's: dsymutil leaves them out of dSYMs as it does any SDK module."""
+    written = 0
+    for interface in sdk.rglob("*.swiftmodule/arm64e-apple-ios.swiftinterface"):
+        text = re.sub(r"-target arm64e-apple-ios([0-9.]+)", r"-target arm64-apple-ios\1-simulator",
+                      interface.read_text())
+        interface.with_name("arm64-apple-ios-simulator.swiftinterface").write_text(text)
+        written += 1
+    return written
 
 
 def retarget_settings(sdk, version):
@@ -120,10 +135,12 @@ def main():
     if errors:
         sys.exit("could not retarget the SDK's stubs:\n" + "\n".join(errors[:20]))
     retarget_settings(partial, version)
+    interfaces = simulator_interfaces(partial)
     (partial / STAMP).write_text(stamp_text)
     shutil.rmtree(simulator, ignore_errors=True)
     partial.rename(simulator)
-    print(f"retargeted {len(stubs)} stubs for {SIMULATOR_TARGET}", file=sys.stderr)
+    print(f"retargeted {len(stubs)} stubs and {interfaces} Swift interfaces for {SIMULATOR_TARGET}",
+          file=sys.stderr)
     print(simulator)
 
 

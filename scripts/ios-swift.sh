@@ -31,10 +31,6 @@ check_slice() {
   local name=$1 target=$2 sdk=$3
   local slice_flags=(-target "$target" -sdk "$sdk" -F "$root/build/ios/$name"
     -module-cache-path "$out/$name/module-cache" "${swift_flags[@]}")
-  if [[ "$target" == *-simulator ]]; then
-    korvane_swift_simulator_interfaces "$sdk" "$out/simulator-interfaces"
-    slice_flags+=("${swift_target_flags[@]}")
-  fi
   mkdir -p "$out/$name"
   "$swiftc" "${slice_flags[@]}" -parse-as-library -warnings-as-errors -c \
     "$root"/examples/ios/Swift/*.swift -o "$out/$name/Sample.o"
