@@ -1,6 +1,7 @@
 // The sample's flow in Swift, for apps written in Swift. Every name here is one the API listings
 // (platforms/ios/KorvaneSDK.api and KorvaneSDK-Swift.api) show Swift sees.
 import KorvaneSDK
+import SwiftUI
 import UIKit
 
 @main
@@ -39,6 +40,7 @@ final class OffersViewController: UIViewController {
       button("Log in", #selector(logIn)),
       button("Open offerwall", #selector(openOfferwall)),
       button("Embedded offerwall", #selector(openEmbeddedOfferwall)),
+      button("SwiftUI offerwall", #selector(openSwiftUIOfferwall)),
       button("Load missions", #selector(loadMissions)),
       button("Load quizzes", #selector(loadQuizzes)),
       button("Load banner", #selector(loadBanner)),
@@ -81,6 +83,15 @@ final class OffersViewController: UIViewController {
 
   @objc private func openEmbeddedOfferwall() {
     navigationController?.pushViewController(EmbeddedOfferwallViewController(), animated: true)
+  }
+
+  @objc private func openSwiftUIOfferwall() {
+    let offerwall = KorvaneOfferwall(
+      placementId: "home",
+      onClosed: { [weak self] in self?.navigationController?.popViewController(animated: true) },
+      onRewardEarned: { [weak self] amount in self?.status.text = "Reward: \(amount)" })
+    navigationController?.pushViewController(
+      UIHostingController(rootView: offerwall), animated: true)
   }
 
   @objc private func loadMissions() {
