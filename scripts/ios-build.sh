@@ -102,6 +102,7 @@ device="$out/iphoneos/KorvaneSDK.framework"
 oldest_sdk=${IOS_OLDEST_SDK:-/opt/ios-sdk/iPhoneOS14.5.sdk}
 if [[ -d "$oldest_sdk/usr/lib" ]]; then
   python3 "$root/scripts/ios-check-bindings.py" "$device/KorvaneSDK" "$oldest_sdk"
+  python3 "$root/tests/ios/bindings_check_test.py" "$device/KorvaneSDK" "$oldest_sdk"
 else
   echo "Bindings check skipped: no SDK of the oldest supported iOS (set IOS_OLDEST_SDK, or unpack one at $oldest_sdk)."
 fi
