@@ -47,13 +47,11 @@ def merged_stub(overlay: str, symbols: list[str]) -> str:
         exports = document["main_library"].setdefault("exported_symbols", [])
         exports.append({"text": {"global": symbols}})
         return json.dumps(document, indent=1) + "\n"
-    marker = "    symbols:              ["
-    at = overlay.find(marker)
-    if at < 0:
-        raise ValueError("libswiftFoundation.tbd has no export list")
+    found = re.search(r"^    symbols: +\[", overlay, re.M)
+    if not found or "tapi-tbd-v3" not in overlay.split("\n", 1)[0]:
+        raise ValueError("libswiftFoundation.tbd: neither a tapi v3 stub with an export list nor JSON")
     listed = "".join(f"'{symbol}',\n                            " for symbol in symbols)
-    at += len(marker)
-    return overlay[:at] + " " + listed + overlay[at:].lstrip(" ")
+    return overlay[:found.end()] + " " + listed + overlay[found.end():].lstrip(" ")
 
 
 def main() -> int:
@@ -63,11 +61,14 @@ def main() -> int:
     sdk, out = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     overlay = (sdk / "usr/lib/swift/libswiftFoundation.tbd").read_text()
     foundation = (sdk / "System/Library/Frameworks/Foundation.framework/Foundation.tbd").read_text()
-    symbols = [s for s in swift_symbols(foundation) if s not in overlay]
-    if not symbols:
-        print("libswiftFoundation.tbd: the SDK's stubs already bind the overlay there")
     out.mkdir(parents=True, exist_ok=True)
     target = out / "libswiftFoundation.tbd"
+    if "$ld$previous$/usr/lib/swift/libswiftFoundation.dylib" in foundation:
+        # Apple's own stubs: the linker already binds older targets to libswiftFoundation.
+        target.unlink(missing_ok=True)
+        print("libswiftFoundation.tbd: the SDK's stubs bind the overlay there for older targets")
+        return 0
+    symbols = [s for s in swift_symbols(foundation) if s not in overlay]
     text = merged_stub(overlay, symbols)
     if not target.exists() or target.read_text() != text:
         target.write_text(text)
