@@ -33,8 +33,8 @@ mkdir -p "$stage"
 if [[ -n "$json_headers" ]]; then ln -sfn "$json_headers" "$stage/nlohmann"; fi
 
 # The Swift layer is built into the framework where a Swift compiler is found (scripts/ios-sdk.sh).
-if swift_missing=$(korvane_swift "$out/swift"); then
-  korvane_swift "$out/swift"
+if swift_missing=$(korvane_swift); then
+  korvane_swift
   echo "  Swift:         $("$swiftc" --version 2>&1 | head -n 1)"
 else
   swiftc=""
@@ -42,12 +42,12 @@ else
 fi
 
 # build_slice NAME TARGET SDK: configures and builds $out/NAME/KorvaneSDK.framework, with the
-# Swift layer when there is a compiler. The slice's Swift module cache is shared with the Swift
-# checks, which import the same system modules.
+# Swift layer when there is a compiler. The slice's Swift module cache (scripts/ios-sdk.sh) is
+# shared with the Swift checks, which import the same system modules.
 build_slice() {
   local build="$out/$1" swift_options=(-DKORVANE_SWIFTC=)
   if [[ -n "$swiftc" ]]; then
-    local flags=("${swift_flags[@]}" -module-cache-path "$out/swift/$1/module-cache")
+    local flags=("${swift_flags[@]}" -module-cache-path "$swift_module_cache/$1")
     swift_options=(-DKORVANE_SWIFTC="$swiftc" "-DKORVANE_SWIFT_FLAGS=$(IFS=';'; echo "${flags[*]}")")
   fi
   cmake -S "$root" -B "$build" -G Ninja \

@@ -65,14 +65,18 @@ korvane_module_flags() {
   fi
 }
 
-# korvane_swift DIR: sets `swiftc` (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH) and
-# `swift_flags`, what it needs to read an iPhoneOS SDK, staging any file that takes under DIR; or
-# says why there is none and returns 1. A Linux toolchain's resource directory also holds Linux
-# copies of dispatch, os, Block and CoreFoundation that would shadow the SDK's, and its clang
-# importer does not find the SwiftShims module map in a subdirectory: a resource directory with
-# only what a Darwin target needs, and a module map naming the shims, fix both.
+# korvane_swift: sets `swiftc` (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH),
+# `swift_flags`, what it needs to read an iPhoneOS SDK, and `swift_module_cache`, where the SDK's
+# Swift and Clang modules are kept once built; or says why there is no compiler and returns 1.
+# Both live under KORVANE_SWIFT_CACHE (default ~/.cache/korvane-swift), outside any checkout, so
+# that every build and clone on the machine reuses the modules (minutes per slice to build): the
+# flags name no path of the checkout, which would change the modules' hash. A Linux toolchain's
+# resource directory also holds Linux copies of dispatch, os, Block and CoreFoundation that would
+# shadow the SDK's, and its clang importer does not find the SwiftShims module map in a
+# subdirectory: a resource directory with only what a Darwin target needs, and a module map
+# naming the shims, fix both.
 korvane_swift() {
-  local dir=$1 toolchain resources shim_map
+  local dir=${KORVANE_SWIFT_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/korvane-swift} toolchain resources shim_map
   swiftc=${SWIFTC:-}
   if [[ -z "$swiftc" && -x /opt/swift/usr/bin/swiftc ]]; then swiftc=/opt/swift/usr/bin/swiftc; fi
   if [[ -z "$swiftc" ]]; then swiftc=$(command -v swiftc || true); fi
@@ -81,6 +85,8 @@ korvane_swift() {
     return 1
   fi
   swift_flags=()
+  swift_module_cache="$dir/modules"
+  mkdir -p "$swift_module_cache"
   if [[ "$(uname)" == "Darwin" ]]; then return 0; fi
   toolchain=$(cd "$(dirname "$(readlink -f "$swiftc")")/.." && pwd)
   resources="$dir/resource-dir"
@@ -92,6 +98,7 @@ korvane_swift() {
   done
   shim_map="$toolchain/lib/swift/shims/module.modulemap"
   sed -n 's/^module \([A-Za-z_]*\) {.*/extern module \1 "'"${shim_map//\//\\/}"'"/p' "$shim_map" \
-    >"$dir/shims/module.modulemap"
+    >"$dir/shims/module.modulemap.new"
+  mv "$dir/shims/module.modulemap.new" "$dir/shims/module.modulemap"
   swift_flags=(-resource-dir "$resources" -I "$dir/shims")
 }

@@ -14,11 +14,11 @@ fi
 korvane_ios_sdk >/dev/null
 out="$root/build/ios/swift"
 mkdir -p "$out"
-if ! missing=$(korvane_swift "$out"); then
+if ! missing=$(korvane_swift); then
   echo "Swift check skipped: $missing."
   exit 0
 fi
-korvane_swift "$out"
+korvane_swift
 echo "Swift check with $("$swiftc" --version 2>&1 | head -n 1)"
 
 # README's Swift snippets as one file: each snippet's imports on top, its statements the body of
@@ -30,7 +30,7 @@ python3 "$root/scripts/ios-swift-snippets.py" "$root/README.md" "Swift" >"$snipp
 check_slice() {
   local name=$1 target=$2 sdk=$3
   local slice_flags=(-target "$target" -sdk "$sdk" -F "$root/build/ios/$name"
-    -module-cache-path "$out/$name/module-cache" "${swift_flags[@]}")
+    -module-cache-path "$swift_module_cache/$name" "${swift_flags[@]}")
   mkdir -p "$out/$name"
   "$swiftc" "${slice_flags[@]}" -parse-as-library -warnings-as-errors -c \
     "$root"/examples/ios/Swift/*.swift -o "$out/$name/Sample.o"
