@@ -2,6 +2,7 @@
 
 // KorvaneSDK's C++ API: include this one header.
 #include "korvane/api/content_records.h"
+#include "korvane/api/content_records_json.h"
 #include "korvane/core/error.h"
 #include "korvane/core/json_value.h"
 #include "korvane/core/korvane_sdk.h"

@@ -3,6 +3,7 @@
 #include "api/json_codec.h"
 #include "korvane/api/app_records.h"
 #include "korvane/api/content_records.h"
+#include "korvane/api/content_records_json.h"
 #include "korvane/api/telemetry_records.h"
 
 // JSON forms of the backend records: keys exactly as the backend spells them, encoded in the
@@ -39,12 +40,6 @@ Json toJson(const LoginResponse& value);
 Json toJson(const DeviceInfo& value);
 Json toJson(const LoginInfo& value);
 Json toJson(const LoginRequest& value);
-Json toJson(const QuizEvent& value);
-Json toJson(const QuizResponse& value);
-Json toJson(const Mission& value);
-Json toJson(const MissionResponse& value);
-Json toJson(const BannerInfoResponse& value);
-Json toJson(const PlacementUrlResponse& value);
 Json toJson(const TrackEventRequest& value);
 Json toJson(const EventBatch& value);
 Json toJson(const EventBatchResponse& value);
