@@ -27,6 +27,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 @property(nonatomic, readonly, copy, nullable) NSString* internalLinkUrl;
 /// The address to open in the browser.
 @property(nonatomic, readonly, copy, nullable) NSString* externalLinkUrl;
+/// The record as a JSON object: the backend's keys, absent optional fields left out, ready for
+/// NSJSONSerialization. Swift encodes the record itself (`Encodable`) instead.
+@property(nonatomic, readonly, copy) NSDictionary<NSString*, id>* jsonObject NS_REFINED_FOR_SWIFT;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 @end
@@ -65,6 +68,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 @property(nonatomic, readonly, nullable) NSNumber* impressionOrder NS_REFINED_FOR_SWIFT;
 /// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
+/// The record as a JSON object: the backend's keys, absent optional fields left out, ready for
+/// NSJSONSerialization. Swift encodes the record itself (`Encodable`) instead.
+@property(nonatomic, readonly, copy) NSDictionary<NSString*, id>* jsonObject NS_REFINED_FOR_SWIFT;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 @end
@@ -107,6 +113,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 @property(nonatomic, readonly, copy, nullable) NSString* rewardIconUrl;
 /// The icon under the list.
 @property(nonatomic, readonly, copy, nullable) NSString* bottomIconUrl;
+/// The record as a JSON object: the backend's keys, absent optional fields left out, ready for
+/// NSJSONSerialization. Swift encodes the record itself (`Encodable`) instead.
+@property(nonatomic, readonly, copy) NSDictionary<NSString*, id>* jsonObject NS_REFINED_FOR_SWIFT;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 @end
@@ -135,6 +144,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 @property(nonatomic, readonly, nullable) NSNumber* impressionOrder NS_REFINED_FOR_SWIFT;
 /// The placement it was loaded for.
 @property(nonatomic, readonly, copy, nullable) NSString* placementId;
+/// The record as a JSON object: the backend's keys, absent optional fields left out, ready for
+/// NSJSONSerialization. Swift encodes the record itself (`Encodable`) instead.
+@property(nonatomic, readonly, copy) NSDictionary<NSString*, id>* jsonObject NS_REFINED_FOR_SWIFT;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 @end
@@ -157,6 +169,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 @property(nonatomic, readonly, copy) NSArray<KorvaneQuizEvent*>* events;
 /// The backend's message, if any.
 @property(nonatomic, readonly, copy, nullable) NSString* message;
+/// The record as a JSON object: the backend's keys, absent optional fields left out, ready for
+/// NSJSONSerialization. Swift encodes the record itself (`Encodable`) instead.
+@property(nonatomic, readonly, copy) NSDictionary<NSString*, id>* jsonObject NS_REFINED_FOR_SWIFT;
 - (instancetype)init NS_UNAVAILABLE;
 + (instancetype)new NS_UNAVAILABLE;
 @end

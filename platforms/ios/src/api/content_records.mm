@@ -1,8 +1,11 @@
 #import "api/records_internal.h"
 
 #import "api/event_types.h"
+#import "api/foundation_json.h"
 #import "api/unavailable.h"
 #import "support/objc_text.h"
+
+#include "korvane/api/content_records_json.h"
 
 using korvane::ios::toNSString;
 using korvane::ios::toNullableNSString;
@@ -37,6 +40,12 @@ NSNumber* _Nullable number(const std::optional<bool>& value) {
     return static_cast<NSInteger>(_record.field); \
   }
 
+// The record's JSON form comes from the core's encoder, so the keys cannot drift from the wire.
+#define KORVANE_JSON_OBJECT                                        \
+  -(NSDictionary<NSString*, id>*)jsonObject {                      \
+    return korvane::ios::dictionaryFrom(korvane::toJson(_record)); \
+  }
+
 #define KORVANE_RECORD_INIT_UNAVAILABLE                              \
   -(instancetype)init {                                              \
     KORVANE_UNAVAILABLE_INITIALIZER(@"records are made by the SDK"); \
@@ -46,6 +55,7 @@ NSNumber* _Nullable number(const std::optional<bool>& value) {
   korvane::BannerInfoResponse _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
+KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::BannerInfoResponse&)record {
   if ((self = [super init])) _record = record;
   return self;
@@ -66,6 +76,7 @@ KORVANE_OPTIONAL_TEXT(externalLinkUrl, externalLinkUrl)
   korvane::Mission _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
+KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::Mission&)record {
   if ((self = [super init])) _record = record;
   return self;
@@ -108,6 +119,7 @@ KORVANE_INTEGER(total, total)
   korvane::MissionResponse _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
+KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::MissionResponse&)record {
   if ((self = [super init])) _record = record;
   return self;
@@ -131,6 +143,7 @@ KORVANE_OPTIONAL_TEXT(bottomIconUrl, bottomIconUrl)
   korvane::QuizEvent _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
+KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::QuizEvent&)record {
   if ((self = [super init])) _record = record;
   return self;
@@ -157,6 +170,7 @@ KORVANE_OPTIONAL_TEXT(placementId, placementId)
   korvane::QuizResponse _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
+KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::QuizResponse&)record {
   if ((self = [super init])) _record = record;
   return self;
