@@ -19,9 +19,10 @@ typedef NS_CLOSED_ENUM(NSInteger, KorvaneLogLevel) {
   KorvaneLogLevelVerbose = 5,
 } NS_SWIFT_NAME(LogLevel);
 
-/// The SDK's logging, which apps may use too. Lines print to standard output as
-/// "[HH:mm:ss.SSS] [L/Tag] message" after credentials and e-mail addresses are masked; the
-/// default level is warning. Safe from any thread.
+/// The SDK's logging, which apps may use too. Lines go to the unified log (subsystem
+/// "com.korvane.sdk": Xcode's console, Console, `log stream`) as "[HH:mm:ss.SSS] [L/Tag] message"
+/// after credentials and e-mail addresses are masked; the default level is warning. Safe from
+/// any thread.
 KORVANE_EXPORT
 @interface KorvaneLogger : NSObject
 
