@@ -12,6 +12,7 @@ Objective-C metadata."""
 import difflib
 import os
 import re
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -339,8 +340,11 @@ def main():
     if text != expected:
         diff = difflib.unified_diff(expected.splitlines(), text.splitlines(), str(listing_path), "public headers",
                                     lineterm="")
-        sys.exit("API listing: the public headers differ from the checked-in listing (run "
-                 f"'scripts/ios-api-listing.py generate' if the change is intended):\n" + "\n".join(diff))
+        # The command names this clang: another one (Swift's, say) prints the headers' macros differently.
+        clang_dir = os.path.dirname(shutil.which("clang") or "clang")
+        sys.exit("API listing: the public headers differ from the checked-in listing (if the change is "
+                 f"intended: IOS_SDK={sdk} PATH={clang_dir}:$PATH python3 scripts/ios-api-listing.py generate "
+                 f"{framework} {listing_path}):\n" + "\n".join(diff))
     failures, checked = check_binary(framework, lines)
     if failures:
         sys.exit("\n".join("API listing: " + f for f in failures))
