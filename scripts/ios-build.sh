@@ -33,8 +33,7 @@ mkdir -p "$stage"
 if [[ -n "$json_headers" ]]; then ln -sfn "$json_headers" "$stage/nlohmann"; fi
 
 # The Swift layer is built into the framework where a Swift compiler is found (scripts/ios-sdk.sh).
-if swift_missing=$(korvane_swift); then
-  korvane_swift
+if korvane_swift; then
   echo "  Swift:         $("$swiftc" --version 2>&1 | head -n 1)"
 else
   swiftc=""

@@ -67,7 +67,8 @@ korvane_module_flags() {
 
 # korvane_swift: sets `swiftc` (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH),
 # `swift_flags`, what it needs to read an iPhoneOS SDK, and `swift_module_cache`, where the SDK's
-# Swift and Clang modules are kept once built; or says why there is no compiler and returns 1.
+# Swift and Clang modules are kept once built; or sets `swift_missing` to why there is no
+# compiler and returns 1.
 # Both live under KORVANE_SWIFT_CACHE (default ~/.cache/korvane-swift), outside any checkout, so
 # that every build and clone on the machine reuses the modules (minutes per slice to build): the
 # flags name no path of the checkout, which would change the modules' hash. A Linux toolchain's
@@ -81,7 +82,7 @@ korvane_swift() {
   if [[ -z "$swiftc" && -x /opt/swift/usr/bin/swiftc ]]; then swiftc=/opt/swift/usr/bin/swiftc; fi
   if [[ -z "$swiftc" ]]; then swiftc=$(command -v swiftc || true); fi
   if [[ -z "$swiftc" ]]; then
-    echo "no Swift compiler (set SWIFTC or install one at /opt/swift)"
+    swift_missing="no Swift compiler (set SWIFTC or install one at /opt/swift)"
     return 1
   fi
   swift_flags=()
@@ -98,7 +99,7 @@ korvane_swift() {
   done
   shim_map="$toolchain/lib/swift/shims/module.modulemap"
   sed -n 's/^module \([A-Za-z_]*\) {.*/extern module \1 "'"${shim_map//\//\\/}"'"/p' "$shim_map" \
-    >"$dir/shims/module.modulemap.new"
-  mv "$dir/shims/module.modulemap.new" "$dir/shims/module.modulemap"
+    >"$dir/shims/module.modulemap.$$"
+  mv "$dir/shims/module.modulemap.$$" "$dir/shims/module.modulemap"  # builds may share the cache
   swift_flags=(-resource-dir "$resources" -I "$dir/shims")
 }

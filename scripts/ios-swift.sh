@@ -14,11 +14,10 @@ fi
 korvane_ios_sdk >/dev/null
 out="$root/build/ios/swift"
 mkdir -p "$out"
-if ! missing=$(korvane_swift); then
-  echo "Swift check skipped: $missing."
+if ! korvane_swift; then
+  echo "Swift check skipped: $swift_missing."
   exit 0
 fi
-korvane_swift
 echo "Swift check with $("$swiftc" --version 2>&1 | head -n 1)"
 
 # README's Swift snippets as one file: each snippet's imports on top, its statements the body of
