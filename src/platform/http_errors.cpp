@@ -1,5 +1,7 @@
 #include "korvane/platform/http_client.h"
 
+#include <string>
+
 namespace korvane {
 
 long urlErrorCode(TransportErrorKind kind) {
@@ -23,6 +25,11 @@ long urlErrorCode(TransportErrorKind kind) {
 Error toError(const TransportError& error) {
   return Error{Error::kUrlLoadingDomain, urlErrorCode(error.kind), error.platformMessage,
                "URLError"};
+}
+
+std::string responseTooLargeMessage() {
+  return "The response body is larger than " + std::to_string(kMaxResponseBodyBytes) +
+         " bytes; the rest was not read";
 }
 
 }  // namespace korvane

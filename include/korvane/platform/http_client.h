@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
@@ -52,6 +53,12 @@ long urlErrorCode(TransportErrorKind kind);
 Error toError(const TransportError& error);
 
 using HttpResult = std::variant<HttpResponse, TransportError>;
+
+// The longest response body a client keeps. A longer one ends the exchange as a transport error
+// of kind `other` whose message is `responseTooLargeMessage()`, so no server, broken or hostile,
+// can make the host buffer without bound.
+inline constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
+std::string responseTooLargeMessage();
 
 // Sends requests asynchronously. The completion runs exactly once, on a thread of the client's
 // choosing (never the caller's stack), unless the client is destroyed first, which cancels what
