@@ -105,10 +105,22 @@ if [[ -d "$oldest_sdk/usr/lib" ]]; then
 else
   echo "Bindings check skipped: no SDK of the oldest supported iOS (set IOS_OLDEST_SDK, or unpack one at $oldest_sdk)."
 fi
+# Weakly linked libraries (Swift's concurrency runtime) pass the bindings check, since a missing
+# one binds to null: the code that reaches them must be code that cannot run without them.
+if [[ -n "$swiftc" ]]; then
+  python3 "$root/scripts/ios-check-weak-reach.py" "$device/KorvaneSDK" "$root/platforms/ios/swift"
+  python3 "$root/tests/ios/weak_reach_check_test.py" "$device/KorvaneSDK" "$root/platforms/ios/swift"
+fi
 python3 "$root/scripts/ios-api-listing.py" check "$device" "$root/platforms/ios/KorvaneSDK.api"
 if [[ -n "$swiftc" ]]; then
   python3 "$root/scripts/ios-swift-api-listing.py" check "$device" \
     "$root/platforms/ios/KorvaneSDK-Swift.api"
+  # The listings name what the headers and the Swift layer declare; the names Swift gives the
+  # Objective-C API are the importer's, so the documented ones are called as an app calls them.
+  "$swiftc" "${swift_flags[@]}" -module-cache-path "$swift_module_cache/iphoneos" \
+    -target arm64-apple-ios14.0 -sdk "$IOS_SDK" -F "$out/iphoneos" -parse-as-library \
+    -warnings-as-errors -typecheck "$root/tests/ios/DocumentedSwiftNames.swift"
+  echo "Swift names: every documented Swift name of the facade, logger, configuration, user and placements type-checks"
 fi
 python3 "$root/scripts/ios-doc-check.py" "$root/platforms/ios/include/KorvaneSDK"
 python3 "$root/scripts/ios-analyze.py" "$out/iphoneos" "$root/platforms/ios"

@@ -116,6 +116,11 @@ void KorvaneLogger::setTelemetrySink(TelemetrySink sink) {
   hasSink_.store(present, std::memory_order_release);
 }
 
+KorvaneLogger::TelemetrySink KorvaneLogger::telemetrySink() {
+  std::shared_ptr<const TelemetrySink> sink = sinkSlot().get();
+  return sink ? *sink : TelemetrySink();
+}
+
 void KorvaneLogger::setLineWriter(LineWriter writer) {
   writerSlot().set(std::move(writer));
 }

@@ -1,6 +1,7 @@
 #include "korvane/offerwall/offerwall_view.h"
 
 #include <map>
+#include <optional>
 
 #include "api/url_text.h"
 #include "core/sdk_session.h"
@@ -32,10 +33,25 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
     if (callback) callback->onError(message);
   }
 
+  // Reports from the main thread's queue, never inside the call that led to it: a layout
+  // framework asks for the placement while it updates the view, when the app must not change
+  // its state.
+  void reportErrorLater(std::string message);
+
   std::shared_ptr<OfferwallCallback> callback;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
   KorvaneOfferwallView::FirstPageMaker makeFirstPage;
   bool hasClosed = false;
+
+  // The placement last asked for by id, and how far its load got. Asking again for the same one
+  // does nothing (a layout framework asks at every update) unless it was refused and the SDK is
+  // now ready: a new placement, or a new view, starts afresh.
+  enum class PlacementStage { refused, loading, loaded, failed };
+  struct PlacementLoad {
+    std::string id;
+    PlacementStage stage;
+  };
+  std::optional<PlacementLoad> placement;
 
   struct Page {
     std::unique_ptr<Screen> screen;
@@ -312,9 +328,17 @@ bool KorvaneOfferwallView::hasClosed() const {
   return impl_->hasClosed;
 }
 
+void OfferwallViewImpl::reportErrorLater(std::string message) {
+  SdkInternals::session()->environment().platform.mainThread->post(
+      [weak = weak_from_this(), message = std::move(message)] {
+        if (auto view = weak.lock()) view->reportError(message);
+      });
+}
+
 void KorvaneOfferwallView::loadOfferwall(const std::string& baseUrl, const std::string& userId,
                                          const std::string& appKey,
                                          const std::string& placementId) {
+  impl_->placement.reset();
   OfferwallPage page;
   page.baseUrl = baseUrl;
   page.userId = userId;
@@ -324,14 +348,26 @@ void KorvaneOfferwallView::loadOfferwall(const std::string& baseUrl, const std::
 }
 
 void KorvaneOfferwallView::loadOfferwall(const std::string& placementId) {
+  using Stage = OfferwallViewImpl::PlacementStage;
   KorvaneSdk& sdk = KorvaneSdk::shared();
   std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
   std::optional<KorvaneSdkConfig> config = sdk.getConfig();
-  if (!sdk.isInitialized() || !user || !config)
-    return impl_->reportError("SDK not initialized or user not logged in");
+  const bool ready = sdk.isInitialized() && user && config;
+  std::optional<OfferwallViewImpl::PlacementLoad>& asked = impl_->placement;
+  if (asked && asked->id == placementId && (asked->stage != Stage::refused || !ready)) {
+    return KorvaneLogger::v(kTag, "Placement already asked for: " + placementId);
+  }
+  if (!ready) {
+    asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::refused};
+    return impl_->reportErrorLater("SDK not initialized or user not logged in");
+  }
   std::shared_ptr<SdkSession> session = SdkInternals::session();
   Result<std::shared_ptr<ApiService>> api = session->environment().network->apiService();
-  if (!api) return impl_->reportError("Failed to load offerwall: " + api.error().description);
+  if (!api) {
+    asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::failed};
+    return impl_->reportErrorLater("Failed to load offerwall: " + api.error().description);
+  }
+  asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::loading};
   std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
   api.value()->getPlacementUrl(
       placementId,
@@ -340,9 +376,18 @@ void KorvaneOfferwallView::loadOfferwall(const std::string& placementId) {
         mainThread->post([weak, answer = std::move(answer), placementId, userId, appKey] {
           auto view = weak.lock();
           if (!view) return;
+          // Only the placement the view waits for is shown: an answer for one asked for before
+          // the latest is dropped.
+          if (!view->placement || view->placement->id != placementId ||
+              view->placement->stage != Stage::loading) {
+            return KorvaneLogger::d(kTag,
+                                    "Dropped the address of a replaced placement: " + placementId);
+          }
           if (!answer) {
+            view->placement->stage = Stage::failed;
             return view->reportError("Failed to load offerwall: " + answer.error().description);
           }
+          view->placement->stage = Stage::loaded;
           OfferwallPage page;
           page.baseUrl = answer.value().url;
           page.userId = userId;

@@ -277,7 +277,7 @@ void KorvaneMission::refreshMissionList(const std::optional<std::string>& unitId
   PlacementRegistry::LiveMissions live = PlacementRegistry::shared()->liveMissions();
   if (live.dropped > 0)
     KorvaneLogger::d(kTag, "Cleaned up " + std::to_string(live.dropped) + " nil instances");
-  std::unordered_set<const KorvaneMissionEventsListener*> notified;
+  std::unordered_set<const void*> notified;
   for (const auto& mission : live.missions) {
     std::shared_ptr<KorvaneMissionEventsListener> listener;
     {
@@ -285,7 +285,7 @@ void KorvaneMission::refreshMissionList(const std::optional<std::string>& unitId
       listener = mission->eventsListener_;
     }
     if (!listener) continue;
-    if (!notified.insert(listener.get()).second) {
+    if (!notified.insert(listener->identity()).second) {
       KorvaneLogger::d(kTag, "Skipping duplicate notification for listener");
       continue;
     }

@@ -124,6 +124,28 @@ TEST(KorvaneLogger, SinkSeesScrubbedErrorsAndWarningsEvenWhenTheConsoleIsSilent)
   EXPECT_FALSE(calls[1].error.has_value());
 }
 
+// A host reads the installed sink to put its own in front of it.
+TEST(KorvaneLogger, TheSinkCanBeReadAndChained) {
+  LogCapture capture(LogLevel::none);
+  EXPECT_FALSE(KorvaneLogger::telemetrySink());
+  std::vector<std::string> heard;
+  KorvaneLogger::setTelemetrySink(
+      [&](LogLevel, std::string_view, std::string_view message, const Error*) {
+        heard.push_back("installed " + std::string(message));
+      });
+  KorvaneLogger::TelemetrySink previous = KorvaneLogger::telemetrySink();
+  ASSERT_TRUE(previous);
+  KorvaneLogger::setTelemetrySink([&, previous](LogLevel level, std::string_view tag,
+                                                std::string_view message, const Error* error) {
+    heard.push_back("host " + std::string(message));
+    previous(level, tag, message, error);
+  });
+  KorvaneLogger::w("T", "slow");
+  EXPECT_EQ(heard, (std::vector<std::string>{"host slow", "installed slow"}));
+  KorvaneLogger::setTelemetrySink(nullptr);
+  EXPECT_FALSE(KorvaneLogger::telemetrySink());
+}
+
 TEST(KorvaneLogger, ErrorSuffixCarriesTheScrubbedDescription) {
   LogCapture capture;
   KorvaneLogger::w("Tag", "send to user@example.com", Error{"D", 1, "password=123 rejected"});

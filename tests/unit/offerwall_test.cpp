@@ -480,6 +480,57 @@ TEST_F(OfferwallTest, PagesThePlatformShowsOrTakesAwayItself) {
       (std::vector<std::string>{"opened", "error:Failed to load offerwall: the view is gone"}));
 }
 
+// A layout framework asks the embedded view for its placement at every update: the view loads a
+// placement once, reports nothing while it is being asked, and tries again after a refusal once
+// the SDK can load it.
+TEST_F(OfferwallTest, EmbeddedPlacementLoadsOnceAndReportsLater) {
+  auto view = KorvaneOfferwallView::create([&]() -> std::unique_ptr<Screen> {
+    return std::make_unique<FakePresenter::FakeScreen>(*presenter_, "in the app's view");
+  });
+  auto heard = std::make_shared<RecordingCallback>();
+  view->setCallback(heard);
+  const auto placementCalls = [&] {
+    std::vector<std::string> calls;
+    for (const std::string& call : api_->contentCalls())
+      if (call.rfind("getPlacementUrl", 0) == 0) calls.push_back(call);
+    return calls;
+  };
+  api_->placementUrlAnswer = PlacementUrlResponse{true, "https://hub.example/", std::nullopt};
+  const std::string refusal = "error:SDK not initialized or user not logged in";
+
+  sdk_.logout();
+  view->loadOfferwall("home");
+  EXPECT_TRUE(heard->heard.empty()) << "nothing is reported while the view is being asked";
+  settle();
+  EXPECT_EQ(heard->heard, std::vector<std::string>{refusal});
+  view->loadOfferwall("home");
+  settle();
+  EXPECT_EQ(heard->heard, std::vector<std::string>{refusal}) << "a refusal is told once";
+
+  sdk_.login(user());
+  settle();
+  view->loadOfferwall("home");
+  view->loadOfferwall("home");
+  settle();
+  view->loadOfferwall("home");
+  settle();
+  EXPECT_EQ(placementCalls(), std::vector<std::string>{"getPlacementUrl home"});
+  EXPECT_EQ(heard->heard, (std::vector<std::string>{refusal, "opened"}));
+  ASSERT_EQ(presenter_->live.size(), 1u);
+  EXPECT_NE(screen(0).view.loads.at(0).url.find("placement_id=home"), std::string::npos);
+
+  view->loadOfferwall("side");
+  view->loadOfferwall("home");
+  settle();
+  EXPECT_EQ(placementCalls(),
+            (std::vector<std::string>{"getPlacementUrl home", "getPlacementUrl side",
+                                      "getPlacementUrl home"}));
+  EXPECT_EQ(heard->heard, (std::vector<std::string>{refusal, "opened", "opened"}))
+      << "the answer for a placement no longer asked for is dropped";
+  ASSERT_EQ(presenter_->live.size(), 1u);
+  EXPECT_NE(screen(0).view.loads.at(0).url.find("placement_id=home"), std::string::npos);
+}
+
 TEST_F(OfferwallTest, LoadFailuresAndTheOfflinePath) {
   auto root = present("https://hub.example/");
   auto delegate = screen(0).view.delegate.lock();

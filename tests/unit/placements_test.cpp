@@ -204,6 +204,38 @@ TEST_F(PlacementsTest, RefreshNotifiesEachDistinctListenerOnceAndRecordsOneEvent
                                                               {"source", "static_method"}}));
 }
 
+// A platform layer gives each placement a listener object of its own that stands for one app
+// object: the app object is what must hear a refresh once.
+TEST_F(PlacementsTest, RefreshNotifiesListenersStandingForOneAppObjectOnce) {
+  class Standing final : public KorvaneMissionEventsListener {
+   public:
+    Standing(Journal& journal, const void* appObject) : journal_(journal), appObject_(appObject) {}
+    void onClicked(const Mission&) override {}
+    void onImpressed(const Mission&) override {}
+    void onCompleted(const Mission&) override {}
+    void onProgressed(const Mission&) override {}
+    void onRefreshed(const std::optional<std::string>&) override {
+      journal_.lines.push_back("refreshed");
+    }
+    const void* identity() const override { return appObject_; }
+
+   private:
+    Journal& journal_;
+    const void* appObject_;
+  };
+  int appObject = 0;
+  auto a = KorvaneMission::create();
+  auto b = KorvaneMission::create();
+  a->setEventsListener(std::make_shared<Standing>(journal_, &appObject));
+  b->setEventsListener(std::make_shared<Standing>(journal_, &appObject));
+  KorvaneMission::refreshMissionList("unit-1");
+  EXPECT_EQ(journal_.lines, std::vector<std::string>{"refreshed"});
+  EXPECT_TRUE(log_.contains("[D/KorvaneMission] Skipping duplicate notification for listener"));
+  EXPECT_TRUE(
+      log_.mentions("[refreshMissionList] Completed - Sent to 1 unique listeners (from 2 "
+                    "instances)"));
+}
+
 TEST_F(PlacementsTest, MissionClicksOpenTheLandingPageAndPagesReachTheMission) {
   auto placement = KorvaneMission::create();
   placement->setEventsListener(std::make_shared<MissionListener>(journal_));

@@ -84,6 +84,8 @@ class KorvaneLogger {
   }
 
   static void setTelemetrySink(TelemetrySink sink);
+  // The sink now installed (empty when none), so that a host can chain its own in front of it.
+  static TelemetrySink telemetrySink();
   static bool hasTelemetrySink() { return hasSink_.load(std::memory_order_acquire); }
 
   // Where console lines go; standard error unless a host routes them elsewhere. Null restores it.

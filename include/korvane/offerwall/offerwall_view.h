@@ -32,7 +32,10 @@ class KorvaneOfferwallView {
   void setEventCallback(std::shared_ptr<OfferwallEventCallback> callback);
   void loadOfferwall(const std::string& baseUrl, const std::string& userId,
                      const std::string& appKey, const std::string& placementId);
-  // Needs an initialised SDK and a logged-in user; the address comes from the backend.
+  // Needs an initialised SDK and a logged-in user; the address comes from the backend. Errors
+  // are reported later from the main thread, never during the call. The placement being loaded
+  // or shown is not loaded again, nor one whose load failed; one refused because the SDK was not
+  // ready is loaded once it is (its refusal is reported once).
   void loadOfferwall(const std::string& placementId);
 
   std::size_t stackSize() const;

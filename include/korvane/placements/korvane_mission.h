@@ -25,6 +25,9 @@ class KorvaneMissionEventsListener {
   virtual void onCompleted(const Mission& mission) = 0;
   virtual void onProgressed(const Mission& mission) = 0;
   virtual void onRefreshed(const std::optional<std::string>& unitId) = 0;
+  // The object this listener stands for: listeners with one identity hear a refresh once. A
+  // platform layer that wraps the app's object per placement returns that object.
+  virtual const void* identity() const { return this; }
 };
 
 // One mission placement: loads the user's mission list, reports impressions, clicks, progress and

@@ -47,7 +47,7 @@ extension KorvaneMission {
     onFailure: @escaping (KorvaneAdError) -> Void, shouldStoreCallbacks: Bool
   ) {
     __load(
-      onSuccess: onSuccess, onFailure: { error in onFailure(KorvaneAdError(error)) },
+      onSuccess: onSuccess, onFailure: adErrorForwarder(onFailure),
       shouldStoreCallbacks: shouldStoreCallbacks)
   }
 }
@@ -60,7 +60,17 @@ extension KorvaneQuiz {
     shouldStoreCallbacks: Bool
   ) {
     __load(
-      onSuccess: onSuccess, onFailure: { error in onFailure(KorvaneAdError(error)) },
+      onSuccess: onSuccess, onFailure: adErrorForwarder(onFailure),
       shouldStoreCallbacks: shouldStoreCallbacks)
   }
+}
+
+/// The failure block the Objective-C placements take, forwarding to a closure of `KorvaneAdError`.
+/// Made outside the placements' main actor: a closure made there would first ask Swift's
+/// concurrency runtime, which iOS 14 lacks, whether it runs on the main actor (the placements call
+/// it on the main thread).
+private func adErrorForwarder(
+  _ onFailure: @escaping (KorvaneAdError) -> Void
+) -> (any Error) -> Void {
+  { error in onFailure(KorvaneAdError(error)) }
 }

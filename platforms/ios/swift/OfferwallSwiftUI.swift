@@ -4,9 +4,14 @@
 import SwiftUI
 
 /// The placement's offerwall as a SwiftUI view, embedded in the layout like
-/// `KorvaneOfferwallView`: it loads once the view is made (the SDK must be initialised and a user
-/// logged in) and reports to the closures on the main thread. After `onClosed` the page stays
-/// until the app removes the view.
+/// `KorvaneOfferwallView`. It loads the placement once the SDK is initialised and a user logged
+/// in, and reports to the closures on the main thread, never while SwiftUI is updating the view.
+/// A new `placementId` loads that placement in the same view; the same one is not loaded again.
+/// Made before login, the view reports `onError` once and loads at its next update after login:
+/// create it once the user is logged in, or give it `.id(userId)` so that SwiftUI makes a new one.
+/// To start a placement afresh (after `onClosed` or a failed load), give the view
+/// `.id(placementId)` or another new identity. After `onClosed` the page stays until the app
+/// removes the view.
 public struct KorvaneOfferwall: UIViewRepresentable {
   /// The placement whose offerwall is shown.
   public let placementId: String
@@ -24,21 +29,26 @@ public struct KorvaneOfferwall: UIViewRepresentable {
       opened: onOpened, closed: onClosed, error: onError, rewardEarned: onRewardEarned)
   }
 
-  /// Makes the view and starts loading the placement's offerwall.
+  /// Makes the view; `updateUIView`, which SwiftUI calls next, loads the placement.
   public func makeUIView(context: Context) -> KorvaneOfferwallView {
     let view = KorvaneOfferwallView()
     view.setCallback(context.coordinator)
-    view.loadOfferwall(placementId: placementId)
     return view
   }
 
-  /// Passes the latest closures on; the page itself stays as loaded.
+  /// Passes the latest closures on and asks for the placement. The SDK loads it when it is not
+  /// the one loaded or loading, and reports afterwards from the main queue.
   public func updateUIView(_ view: KorvaneOfferwallView, context: Context) {
     context.coordinator.callbacks = callbacks
+    view.loadOfferwall(placementId: placementId)
   }
 
   /// The object the view reports to.
-  public func makeCoordinator() -> Coordinator { Coordinator(callbacks) }
+  public func makeCoordinator() -> Coordinator {
+    let coordinator = Coordinator()
+    coordinator.callbacks = callbacks
+    return coordinator
+  }
 
   struct Callbacks {
     var opened: () -> Void
@@ -47,19 +57,38 @@ public struct KorvaneOfferwall: UIViewRepresentable {
     var rewardEarned: (Int) -> Void
   }
 
-  /// Forwards the view's callbacks to the latest closures.
+  /// Forwards the view's callbacks to the latest closures, on the main thread.
+  ///
+  /// Its members are nonisolated: a main-actor method called from Objective-C first asks Swift's
+  /// concurrency runtime whether it runs on the main actor, and that runtime comes with iOS 15
+  /// (the framework links it weakly). The SDK calls these on the main thread, which each asserts,
+  /// and SwiftUI sets `callbacks` there.
   public final class Coordinator: NSObject, OfferwallCallback {
-    var callbacks: Callbacks
+    nonisolated(unsafe) var callbacks = Callbacks(
+      opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
 
-    init(_ callbacks: Callbacks) { self.callbacks = callbacks }
+    /// A coordinator whose closures do nothing until the view passes its own.
+    nonisolated override public init() { super.init() }
 
     /// Calls `onOpened`.
-    public func onOpened() { callbacks.opened() }
+    nonisolated public func onOpened() {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.opened()
+    }
     /// Calls `onClosed`.
-    public func onClosed() { callbacks.closed() }
+    nonisolated public func onClosed() {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.closed()
+    }
     /// Calls `onError`.
-    public func onError(_ message: String) { callbacks.error(message) }
+    nonisolated public func onError(_ message: String) {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.error(message)
+    }
     /// Calls `onRewardEarned`.
-    public func onRewardEarned(_ amount: Int) { callbacks.rewardEarned(amount) }
+    nonisolated public func onRewardEarned(_ amount: Int) {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.rewardEarned(amount)
+    }
   }
 }

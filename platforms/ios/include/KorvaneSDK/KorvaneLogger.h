@@ -29,6 +29,12 @@ KORVANE_EXPORT
 /// Lines above this level are dropped.
 @property(class, nonatomic) KorvaneLogLevel logLevel;
 
+/// Receives every error and warning line, masked, with the `NSError` logged with it (or nil),
+/// whatever `logLevel` says, on the thread that logged it. Once the SDK is initialised it is the
+/// SDK's own error reporting: to see the lines too, read it and call it from the block you set.
+@property(class, nonatomic, copy, nullable) void (^telemetrySink)
+    (KorvaneLogLevel level, NSString* tag, NSString* message, NSError* _Nullable error);
+
 /// Logs an error.
 + (void)e:(NSString*)tag message:(NSString*)message NS_SWIFT_NAME(e(_:_:));
 /// Logs an error with the `NSError` behind it.

@@ -23,7 +23,9 @@ KORVANE_EXPORT
                      placementId:(NSString*)placementId
     NS_SWIFT_NAME(loadOfferwall(baseUrl:userId:appKey:placementId:));
 /// Loads the placement's offerwall at the address the backend gives for it; needs an
-/// initialised SDK and a logged-in user.
+/// initialised SDK and a logged-in user. Errors come later on the main thread, never during the
+/// call. The placement being loaded or shown is not loaded again, nor one whose load failed (load
+/// another, or make a new view); one refused before login is loaded by the first call after it.
 - (void)loadOfferwallWithPlacementId:(NSString*)placementId
     NS_SWIFT_NAME(loadOfferwall(placementId:));
 

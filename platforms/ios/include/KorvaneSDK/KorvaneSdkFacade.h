@@ -45,7 +45,7 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 /// The configuration given at initialisation, if any.
 - (nullable KorvaneSdkConfig*)getConfig;
 /// The SDK's version text, as "1.0.52-rc.2".
-- (NSString*)getSDKVersion;
+- (NSString*)getSDKVersion NS_SWIFT_NAME(getSDKVersion());
 /// Sets `KorvaneLogger.logLevel`.
 + (void)setLogLevel:(KorvaneLogLevel)level NS_SWIFT_NAME(setLogLevel(_:));
 /// The advertising identifier, or "00000000-0000-0000-0000-000000000000" when there is none.

@@ -8,7 +8,26 @@
 // The Objective-C KorvaneLogger and the core's korvane::KorvaneLogger share a name; the core's is
 // always written out in full here.
 using CoreLogger = korvane::KorvaneLogger;
+using korvane::ios::toNSString;
 using korvane::ios::toStdString;
+
+typedef void (^KorvaneTelemetrySinkBlock)(KorvaneLogLevel, NSString*, NSString*,
+                                          NSError* _Nullable);
+
+namespace {
+
+// The app's block as the core's sink; kept recognisable so that reading the sink gives the
+// same block back.
+struct BlockSink {
+  KorvaneTelemetrySinkBlock block;
+  void operator()(korvane::LogLevel level, std::string_view tag, std::string_view message,
+                  const korvane::Error* error) const {
+    block(static_cast<KorvaneLogLevel>(level), toNSString(tag), toNSString(message),
+          error ? korvane::ios::toNSError(*error) : nil);
+  }
+};
+
+}  // namespace
 
 @implementation KorvaneLogger
 
@@ -26,6 +45,23 @@ using korvane::ios::toStdString;
   } else {
     CoreLogger::w("KorvaneLogger", "Unknown log level " + std::to_string(logLevel) + " ignored");
   }
+}
+
++ (nullable KorvaneTelemetrySinkBlock)telemetrySink {
+  CoreLogger::TelemetrySink sink = CoreLogger::telemetrySink();
+  if (!sink) return nil;
+  if (const BlockSink* own = sink.target<BlockSink>()) return own->block;
+  return ^(KorvaneLogLevel level, NSString* tag, NSString* message, NSError* _Nullable error) {
+    std::optional<korvane::Error> coreError;
+    if (error) coreError = korvane::ios::toError((NSError* _Nonnull)error);
+    sink(korvane::logLevelFromRawValue(level).value_or(korvane::LogLevel::error), toStdString(tag),
+         toStdString(message), coreError ? &*coreError : nullptr);
+  };
+}
+
++ (void)setTelemetrySink:(nullable KorvaneTelemetrySinkBlock)telemetrySink {
+  if (!telemetrySink) return CoreLogger::setTelemetrySink(nullptr);
+  CoreLogger::setTelemetrySink(BlockSink{[telemetrySink copy]});
 }
 
 + (void)e:(NSString*)tag message:(NSString*)message {

@@ -31,6 +31,12 @@ class MissionListenerBridge final : public KorvaneMissionEventsListener {
   void onRefreshed(const std::optional<std::string>& unitId) override {
     [target_ onRefreshedWithUnitId:toNullableNSString(unitId)];
   }
+  // Each placement wraps the app's listener in a bridge of its own; the app's object is the one
+  // listener. One that is gone stands for nothing but this bridge.
+  const void* identity() const override {
+    id<KorvaneMissionEventsListener> target = target_;
+    return target ? (__bridge const void*)target : this;
+  }
 
  private:
   static KorvaneMissionItem* item(const Mission& mission) {

@@ -7,6 +7,8 @@
 
 #include "korvane/platform/http_client.h"
 
+@class KorvaneBoundedBodies;
+
 NS_ASSUME_NONNULL_BEGIN
 
 namespace korvane::ios {
@@ -14,7 +16,9 @@ namespace korvane::ios {
 // The HTTP client on NSURLSession. A request's resource timeout (the configuration's timeout)
 // becomes the session's request and resource timeouts, as one session per such value; the
 // request's own timeout becomes the URL request's. Completions run on the session's delegate
-// queue. Destroying the client cancels what is in flight and drops the completions.
+// queue. A body longer than kMaxResponseBodyBytes ends its task at once, as a transport error of
+// kind `other` with responseTooLargeMessage(). Destroying the client cancels what is in flight
+// and drops the completions.
 class UrlSessionHttpClient final : public HttpClient {
  public:
   UrlSessionHttpClient();
@@ -30,6 +34,7 @@ class UrlSessionHttpClient final : public HttpClient {
   std::shared_ptr<std::atomic<bool>> alive_;
   std::mutex mutex_;
   NSMutableDictionary<NSNumber*, NSURLSession*>* sessions_;
+  KorvaneBoundedBodies* bodies_;
 };
 
 // What NSURLSession handed back, in the port's terms: a transport error for an error (kinds from

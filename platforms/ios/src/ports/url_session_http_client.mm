@@ -2,6 +2,90 @@
 
 #import "support/objc_text.h"
 
+// One task's body as it arrives, and the block that hears how the task ended.
+@interface KorvaneBoundedTask : NSObject
+@property(nonatomic, readonly) NSMutableData* body;
+@property(nonatomic) BOOL tooLarge;
+@property(nonatomic, copy) void (^finish)
+    (NSData* body, NSURLResponse* _Nullable response, NSError* _Nullable error, BOOL tooLarge);
+@end
+
+@implementation KorvaneBoundedTask
+- (instancetype)init {
+  if ((self = [super init])) _body = [NSMutableData data];
+  return self;
+}
+@end
+
+// Gathers each task's body, up to the client's limit: a task whose announced or received body
+// is longer is cancelled there, so no server can make the app buffer without bound.
+@interface KorvaneBoundedBodies : NSObject <NSURLSessionDataDelegate>
+- (void)track:(NSURLSessionTask*)task
+       finish:(void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, BOOL))finish;
+@end
+
+@implementation KorvaneBoundedBodies {
+  NSMutableDictionary<NSNumber*, KorvaneBoundedTask*>* _tasks;
+}
+
+- (instancetype)init {
+  if ((self = [super init])) _tasks = [NSMutableDictionary dictionary];
+  return self;
+}
+
+- (void)track:(NSURLSessionTask*)task
+       finish:(void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, BOOL))finish {
+  KorvaneBoundedTask* state = [[KorvaneBoundedTask alloc] init];
+  state.finish = finish;
+  @synchronized(self) {
+    _tasks[@(task.taskIdentifier)] = state;
+  }
+}
+
+- (nullable KorvaneBoundedTask*)stateOf:(NSURLSessionTask*)task remove:(BOOL)remove {
+  @synchronized(self) {
+    NSNumber* key = @(task.taskIdentifier);
+    KorvaneBoundedTask* state = _tasks[key];
+    if (remove) [_tasks removeObjectForKey:key];
+    return state;
+  }
+}
+
+- (void)URLSession:(NSURLSession*)session
+              dataTask:(NSURLSessionDataTask*)dataTask
+    didReceiveResponse:(NSURLResponse*)response
+     completionHandler:(void (^)(NSURLSessionResponseDisposition))completionHandler {
+  const long long announced = response.expectedContentLength;
+  if (announced != NSURLResponseUnknownLength &&
+      announced > static_cast<long long>(korvane::kMaxResponseBodyBytes)) {
+    [self stateOf:dataTask remove:NO].tooLarge = YES;
+    return completionHandler(NSURLSessionResponseCancel);
+  }
+  completionHandler(NSURLSessionResponseAllow);
+}
+
+- (void)URLSession:(NSURLSession*)session
+          dataTask:(NSURLSessionDataTask*)dataTask
+    didReceiveData:(NSData*)data {
+  KorvaneBoundedTask* state = [self stateOf:dataTask remove:NO];
+  if (!state || state.tooLarge) return;
+  if (state.body.length + data.length > korvane::kMaxResponseBodyBytes) {
+    state.tooLarge = YES;
+    state.body.length = 0;
+    return [dataTask cancel];
+  }
+  [state.body appendData:data];
+}
+
+- (void)URLSession:(NSURLSession*)session
+                    task:(NSURLSessionTask*)task
+    didCompleteWithError:(nullable NSError*)error {
+  KorvaneBoundedTask* state = [self stateOf:task remove:YES];
+  if (state) state.finish(state.body, task.response, error, state.tooLarge);
+}
+
+@end
+
 namespace korvane::ios {
 namespace {
 
@@ -61,7 +145,8 @@ HttpResult translateResponse(NSData* _Nullable data, NSURLResponse* _Nullable re
 
 UrlSessionHttpClient::UrlSessionHttpClient()
     : alive_(std::make_shared<std::atomic<bool>>(true)),
-      sessions_([NSMutableDictionary dictionary]) {}
+      sessions_([NSMutableDictionary dictionary]),
+      bodies_([[KorvaneBoundedBodies alloc] init]) {}
 
 UrlSessionHttpClient::~UrlSessionHttpClient() {
   alive_->store(false);
@@ -79,7 +164,10 @@ NSURLSession* UrlSessionHttpClient::sessionFor(std::chrono::milliseconds resourc
     configuration.timeoutIntervalForRequest = seconds;
     configuration.timeoutIntervalForResource = seconds;
   }
-  NSURLSession* session = [NSURLSession sessionWithConfiguration:configuration];
+  // The session keeps its delegate until it is invalidated, which the destructor does.
+  NSURLSession* session = [NSURLSession sessionWithConfiguration:configuration
+                                                        delegate:bodies_
+                                                   delegateQueue:nil];
   sessions_[key] = session;
   return session;
 }
@@ -104,15 +192,21 @@ void UrlSessionHttpClient::send(HttpRequest request, std::function<void(HttpResu
 
   auto alive = alive_;
   auto done = std::make_shared<std::function<void(HttpResult)>>(std::move(completion));
-  NSURLSessionDataTask* task = [sessionFor(request.resourceTimeout)
-      dataTaskWithRequest:urlRequest
-        completionHandler:^(NSData* data, NSURLResponse* response, NSError* error) {
-          // The core's completion runs here, off the main thread: its Foundation calls (defaults,
-          // logging, the next request) get a pool of their own.
-          @autoreleasepool {
-            if (alive->load() && *done) (*done)(translateResponse(data, response, error));
-          }
-        }];
+  NSURLSessionDataTask* task = [sessionFor(request.resourceTimeout) dataTaskWithRequest:urlRequest];
+  [bodies_ track:task
+          finish:^(NSData* data, NSURLResponse* response, NSError* error, BOOL tooLarge) {
+            // The core's completion runs here, off the main thread: its Foundation calls
+            // (defaults, logging, the next request) get a pool of their own.
+            @autoreleasepool {
+              if (!alive->load() || !*done) return;
+              if (tooLarge) {
+                return (*done)(TransportError{TransportErrorKind::other,
+                                              NSURLErrorDataLengthExceedsMaximum,
+                                              responseTooLargeMessage()});
+              }
+              (*done)(translateResponse(data, response, error));
+            }
+          }];
   [task resume];
 }
 
