@@ -169,10 +169,15 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::optional<std::string> text = readWhole(path.value());
-  const std::optional<EventFileSummary> existing = text ? summarizeEventFile(*text) : std::nullopt;
-  if (text && !existing) {
-    noteReplacedDamage(decodeEventFile(*text).error());
-    text.reset();
+  std::optional<EventFileSummary> existing;
+  if (text) {
+    Result<EventFileSummary> summary = summarizeEventFile(*text);
+    if (summary) {
+      existing = summary.value();
+    } else {
+      noteReplacedDamage(summary.error());
+      text.reset();
+    }
   }
   const std::string added = encodeEvent(event);
   const std::size_t count = existing ? existing->events : 0;
@@ -181,7 +186,13 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
       isYoung(event.timestamp) && fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
   if (!withinLimits) {
     std::vector<Event> events;
-    if (text) events = decodeEventFile(*text).value();
+    if (text) {
+      Result<std::vector<Event>> decoded = decodeEventFile(*text);
+      if (decoded)
+        events = std::move(decoded).value();
+      else
+        noteReplacedDamage(decoded.error());  // the check above and decoding disagree
+    }
     events.push_back(event);
     if (count >= kTrimTrigger)
       events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
