@@ -1,6 +1,8 @@
 #include "korvane/core/json_value.h"
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace korvane {
 namespace {
@@ -107,6 +109,18 @@ bool isDepthLimitedJson(std::string_view text) {
   Nothing nothing;
   DepthLimit limited(nothing);
   return JsonValue::sax_parse(text.begin(), text.end(), &limited);
+}
+
+bool isWithinJsonDepth(const JsonValue& value) {
+  std::vector<std::pair<const JsonValue*, std::size_t>> pending{{&value, 1}};
+  while (!pending.empty()) {
+    const auto [next, depth] = pending.back();
+    pending.pop_back();
+    if (!next->is_structured()) continue;
+    if (depth > kMaxJsonDepth) return false;
+    for (const JsonValue& child : *next) pending.emplace_back(&child, depth + 1);
+  }
+  return true;
 }
 
 }  // namespace korvane

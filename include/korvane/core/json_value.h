@@ -31,4 +31,8 @@ Result<JsonValue> parseDepthLimitedJson(std::string_view text);
 // Whether parseDepthLimitedJson would accept the text, without building the value.
 bool isDepthLimitedJson(std::string_view text);
 
+// Whether a value built in the process nests no deeper than kMaxJsonDepth, so that it reads back
+// once written. Measured without recursion, whatever its depth.
+bool isWithinJsonDepth(const JsonValue& value);
+
 }  // namespace korvane
