@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets and runs each for the given number of seconds (default 60),
-# starting from its seed corpus, two at a time (each run uses one core). Any crash or sanitizer
-# report fails the run.
+# starting from its seed corpus (and fuzz/<name>.dict, if there is one), two at a time (each run
+# uses one core). Any crash or sanitizer report fails the run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -16,9 +16,11 @@ run_target() {
   local seeds="fuzz/corpus/${name#fuzz_}" work="build/fuzz/corpus-${name#fuzz_}"
   local log="build/fuzz/$name.log"
   mkdir -p "$work"
+  local options=(-max_total_time="$seconds" -print_final_stats=1 -close_fd_mask=3)
+  local dictionary="fuzz/${name#fuzz_}.dict" # the format's tokens, where a target has them
+  [[ -f $dictionary ]] && options+=(-dict="$dictionary")
   rm -f "build/fuzz/$name.failed"
-  "$target" -max_total_time="$seconds" -print_final_stats=1 -close_fd_mask=3 "$work" "$seeds" \
-    >"$log" 2>&1 || touch "build/fuzz/$name.failed"
+  "$target" "${options[@]}" "$work" "$seeds" >"$log" 2>&1 || touch "build/fuzz/$name.failed"
 }
 
 names=()

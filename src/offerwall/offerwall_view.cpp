@@ -145,8 +145,8 @@ std::string hashOf(const void* page) {
 // A script's answer as text: a JSON string's content, anything else as its JSON.
 std::string answerText(const Result<std::string>& answer) {
   if (!answer) return answer.error().description;
-  const JsonValue value = JsonValue::parse(answer.value(), nullptr, false);
-  return value.is_string() ? value.get<std::string>() : answer.value();
+  const Result<JsonValue> value = parseDepthLimitedJson(answer.value());
+  return value && value.value().is_string() ? value.value().get<std::string>() : answer.value();
 }
 
 }  // namespace
