@@ -250,6 +250,8 @@ TEST_F(OfferwallWeb, LoadsTheComposedAddressWithHeadersAndTheBridge) {
             0u)
       << target;
   EXPECT_NE(target.find("&platform=iOS&"), std::string::npos);
+  EXPECT_NE(target.find("&screen_width=414&screen_height=800&"), std::string::npos)
+      << "the offerwall window's size, in the points a page lays out with";
   EXPECT_NE(target.find("&sdk_version=1.0.52-rc.2&session_id=SESSION-WEB&timestamp="),
             std::string::npos);
   EXPECT_EQ(requests[0].header("x-korvane-app-key"), "demo-app-key");

@@ -3,6 +3,7 @@
 
 #include <gtk/gtk.h>
 
+#include "korvane/linux/offerwall_window.h"
 #include "korvane/linux/webkit_web_view.h"
 
 namespace korvane::linux_host {
@@ -54,8 +55,7 @@ class GtkScreen final : public Screen {
       : list_(std::move(list)) {
     list_->push_back(this);
     window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_default_size(GTK_WINDOW(window_), GtkScreenPresenter::kWidth,
-                                GtkScreenPresenter::kHeight);
+    gtk_window_set_default_size(GTK_WINDOW(window_), kOfferwallWindowWidth, kOfferwallWindowHeight);
     gtk_window_set_title(GTK_WINDOW(window_),
                          options.title.empty() ? "Korvane offerwall" : options.title.c_str());
     if (over) gtk_window_set_transient_for(GTK_WINDOW(window_), over);

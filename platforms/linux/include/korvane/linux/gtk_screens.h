@@ -21,10 +21,6 @@ class GtkScreenPresenter final : public ScreenPresenter {
   // The pages this presenter shows, oldest first: the last is the one on top.
   std::vector<Screen*> liveScreens() const;
 
-  // Window size of a full-screen page, in pixels (a phone-shaped window on a desktop).
-  static constexpr int kWidth = 414;
-  static constexpr int kHeight = 800;
-
  private:
   std::shared_ptr<std::vector<Screen*>> screens_;
 };
