@@ -62,7 +62,8 @@ void PageHost::loadComposed(bool includeQuizItems) {
     facts.osVersion = device.getOsVersion();
     facts.deviceModel = device.getDeviceModel();
     if (self->platform().device) {
-      if (std::optional<ScreenPixels> screen = self->platform().device->screenPixels()) {
+      // In points, as the page lays out; the device record keeps the pixels.
+      if (std::optional<ScreenPoints> screen = self->platform().device->screenPoints()) {
         facts.screenWidth = screen->width;
         facts.screenHeight = screen->height;
       }

@@ -44,6 +44,7 @@ class FakeDeviceProbe final : public DeviceProbe {
   std::optional<std::string> region = "KR";
   std::optional<std::string> language = "ko";
   std::optional<ScreenPixels> screen = ScreenPixels{1170, 2532};
+  std::optional<ScreenPoints> points = ScreenPoints{390, 844};
   std::optional<std::string> receipt;
 
   std::optional<std::string> hardwareIdentifier() const override { return hardware; }
@@ -52,6 +53,7 @@ class FakeDeviceProbe final : public DeviceProbe {
   std::optional<std::string> regionCode() const override { return region; }
   std::optional<std::string> languageCode() const override { return language; }
   std::optional<ScreenPixels> screenPixels() const override { return screen; }
+  std::optional<ScreenPoints> screenPoints() const override { return points; }
   std::optional<std::string> storeReceiptPath() const override { return receipt; }
 };
 

@@ -748,6 +748,40 @@ TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
   EXPECT_EQ(presenter_->live.size(), 2u);
 }
 
+// The address gives the screen in points, what the page lays out with, in both hosts; the device
+// record sent at login keeps the pixels.
+TEST_F(OfferwallTest, TheAddressCarriesTheScreenInPointsAndTheDeviceRecordInPixels) {
+  const struct {
+    const char* name;
+    std::optional<ScreenPoints> points;
+    const char* items;
+  } cases[] = {
+      {"3x screen", ScreenPoints{390, 844}, "&screen_width=390&screen_height=844&"},
+      {"size unknown", std::nullopt, "&screen_width=0&screen_height=0&"},
+  };
+  for (const auto& c : cases) {
+    fake_.device->points = c.points;
+    auto root = present("https://hub.example/");
+    auto view = KorvaneOfferwallView::create();
+    view->loadOfferwall("https://hub.example/", "u1", "key", "home");
+    settle();
+    ASSERT_EQ(presenter_->live.size(), 2u) << c.name;
+    for (std::size_t i : {0u, 1u}) {
+      ASSERT_EQ(screen(i).view.loads.size(), 1u) << c.name;
+      EXPECT_NE(screen(i).view.loads[0].url.find(c.items), std::string::npos)
+          << c.name << ": " << screen(i).view.loads[0].url;
+    }
+    view.reset();
+    root->closeOfferwall();
+    settle();
+    ASSERT_TRUE(presenter_->live.empty()) << c.name;
+  }
+  const std::optional<LoginRequest> login = api_->lastLogin();
+  ASSERT_TRUE(login);
+  EXPECT_EQ(login->deviceInfo.screenWidth, 1170);
+  EXPECT_EQ(login->deviceInfo.screenHeight, 2532);
+}
+
 TEST_F(OfferwallTest, LaunchEntryPointsCheckChooseTheAddressPresentAndRecord) {
   auto cb = std::make_shared<RecordingCallback>();
   sdk_.openOfferwallWithUrl("", "home", nullptr, cb);

@@ -394,6 +394,28 @@ TEST_F(BridgeKitWeb, AnUntrustedPageGetsAClearRejectionInsteadOfAHang) {
       << "closing its own page is allowed";
 }
 
+// A page that is slow to load (a frame that takes longer than the 5 s the kit once waited) calls
+// the kit at start-up: the SDK injects the bridge only once the load has finished, and the calls
+// wait for it instead of rejecting.
+TEST_F(BridgeKitWeb, CallsMadeDuringASlowLoadWaitForTheBridge) {
+  std::string slowPage = kKitPage;
+  const std::string heading = "<h1>Kit</h1>";
+  slowPage.replace(slowPage.find(heading), heading.size(),
+                   heading + "<iframe src=\"/pages/slow_frame.html\"></iframe>");
+  server_.setPage("/pages/kit_slow.html", slowPage);
+  server_.setPage("/pages/slow_frame.html", "<!doctype html><title>Slow</title>");
+  devserver::Fault slow;
+  slow.delay = 6s;
+  server_.setFault("/pages/slow_frame.html", slow);
+
+  auto root = openRoot("/pages/kit_slow.html?suite=slowLoad");
+  root->present();
+  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  expectAllPassed(report(screen(0)));
+  EXPECT_EQ(server_.requestsTo("/pages/slow_frame.html").size(), 1u);
+  EXPECT_EQ(receivedCount("\"type\":\"getUserInfo\""), 1u);
+}
+
 // The sample offerwall web app uses the kit: its bridge page gets every answer through it.
 TEST_F(BridgeKitWeb, TheSampleBridgePageRunsOnTheKit) {
   auto root = openRoot("/offerwall/bridge.html");

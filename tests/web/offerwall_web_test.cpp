@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 #include <unistd.h>
+#include <webkit2/webkit2.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "core/sdk_environment.h"
 #include "dev_server.h"
@@ -14,6 +16,7 @@
 #include "korvane/linux/gtk_screens.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
+#include "korvane/linux/webkit_web_view.h"
 #include "korvane/offerwall/offerwall_view.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "korvane/placements/korvane_mission.h"
@@ -85,8 +88,10 @@ class TrackingPresenter final : public ScreenPresenter {
         *this,
         gtk_.embedSlidingUp(static_cast<Tracked&>(parent).inner(), duration, std::move(done)));
   }
+  // The parent may be an embedded offerwall's first page, which the host's container holds.
   std::unique_ptr<Screen> stackOver(Screen& parent) override {
-    return std::make_unique<Tracked>(*this, gtk_.stackOver(static_cast<Tracked&>(parent).inner()));
+    auto* tracked = dynamic_cast<Tracked*>(&parent);
+    return std::make_unique<Tracked>(*this, gtk_.stackOver(tracked ? tracked->inner() : parent));
   }
   ScreenOptions lastOptions;
 
@@ -126,6 +131,43 @@ const char* kScrollerPage = R"(<!doctype html><html><head><meta charset="utf-8">
   for (var i = 0; i < 60; i++) { var r = document.createElement('div'); r.className = 'row';
     r.textContent = 'offer ' + i; list.appendChild(r); }
 </script></body></html>)";
+
+// The widgets below `root` (itself included) that `match`, in tree order.
+std::vector<GtkWidget*> widgetsBelow(GtkWidget* root,
+                                     const std::function<bool(GtkWidget*)>& match) {
+  std::vector<GtkWidget*> found;
+  if (match(root)) found.push_back(root);
+  if (!GTK_IS_CONTAINER(root)) return found;
+  GList* children = gtk_container_get_children(GTK_CONTAINER(root));
+  for (GList* child = children; child; child = child->next) {
+    std::vector<GtkWidget*> below = widgetsBelow(GTK_WIDGET(child->data), match);
+    found.insert(found.end(), below.begin(), below.end());
+  }
+  g_list_free(children);
+  return found;
+}
+
+std::size_t toplevelCount() {
+  GList* toplevels = gtk_window_list_toplevels();
+  const std::size_t count = g_list_length(toplevels);
+  g_list_free(toplevels);
+  return count;
+}
+
+// The colour of the window's pixel at (x, y) as 0xRRGGBB; -1 when nothing is drawn there.
+long pixelAt(GtkWidget* window, int x, int y) {
+  GdkWindow* drawn = gtk_widget_get_window(window);
+  GdkPixbuf* pixels = drawn ? gdk_pixbuf_get_from_window(drawn, x, y, 1, 1) : nullptr;
+  if (!pixels) return -1;
+  const guint8* p = gdk_pixbuf_read_pixels(pixels);
+  const long colour = (long{p[0]} << 16) | (long{p[1]} << 8) | p[2];
+  g_object_unref(pixels);
+  return colour;
+}
+
+GtkWidget* widgetOf(Screen& screen) {
+  return dynamic_cast<linux_host::WebKitWebViewPort&>(screen.webView()).widget();
+}
 
 class OfferwallWeb : public ::testing::Test {
  protected:
@@ -250,6 +292,8 @@ TEST_F(OfferwallWeb, LoadsTheComposedAddressWithHeadersAndTheBridge) {
             0u)
       << target;
   EXPECT_NE(target.find("&platform=iOS&"), std::string::npos);
+  EXPECT_NE(target.find("&screen_width=414&screen_height=800&"), std::string::npos)
+      << "the offerwall window's size, in the points a page lays out with";
   EXPECT_NE(target.find("&sdk_version=1.0.52-rc.2&session_id=SESSION-WEB&timestamp="),
             std::string::npos);
   EXPECT_EQ(requests[0].header("x-korvane-app-key"), "demo-app-key");
@@ -545,6 +589,125 @@ TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   EXPECT_EQ(view->stackSize(), 1u) << "the last page stays for the host to remove";
   view.reset();
   EXPECT_TRUE(presenter_->live.empty());
+}
+
+// The custom bar lies over the page's top 44 pixels (pages pad their top for it), while a
+// navigation container's bar sits above the page.
+TEST_F(OfferwallWeb, TheCustomBarCoversThePagesTopAndTheNativeBarSitsAboveIt) {
+  const struct {
+    const char* name;
+    bool native;
+    int pageTop;  // where the web view starts in the window
+    int barTop;   // where the bar starts, from the web view's top
+  } cases[] = {{"custom bar", false, 0, 0}, {"native bar", true, 44, -44}};
+  server_.setPage("/pages/red.html",
+                  "<!doctype html><style>html, body { margin: 0; height: 100%; "
+                  "background: #ff0000; }</style>");
+  for (const auto& c : cases) {
+    auto root = KorvaneOfferwallViewController::create();
+    root->baseUrl = server_.baseUrl() + "/pages/red.html";
+    root->showNavigationBar = !c.native;
+    root->useNativeNavigationBar = c.native;
+    root->present();
+    ASSERT_EQ(presenter_->live.size(), 1u) << c.name;
+    GtkWidget* web = widgetOf(screen(0));
+    GtkWidget* window = gtk_widget_get_toplevel(web);
+    const std::vector<GtkWidget*> bars = widgetsBelow(window, [](GtkWidget* widget) {
+      return std::string(gtk_widget_get_name(widget)) == "korvane-navigation-bar";
+    });
+    ASSERT_EQ(bars.size(), 1u) << c.name;
+    GtkWidget* bar = bars[0];
+    ASSERT_TRUE(pumpUntil([&] {
+      return gtk_widget_get_mapped(web) && gtk_widget_get_allocated_height(web) > 100 &&
+             gtk_widget_get_allocated_height(bar) > 0;
+    })) << c.name;
+    int x = -1, pageTop = -1, barTop = -1;
+    ASSERT_TRUE(gtk_widget_translate_coordinates(web, window, 0, 0, &x, &pageTop));
+    ASSERT_TRUE(gtk_widget_translate_coordinates(bar, web, 0, 0, &x, &barTop));
+    EXPECT_EQ(pageTop, c.pageTop) << c.name;
+    EXPECT_EQ(barTop, c.barTop) << c.name;
+    EXPECT_EQ(x, 0) << c.name;
+    EXPECT_EQ(gtk_widget_get_allocated_height(bar), 44) << c.name;
+    EXPECT_EQ(gtk_widget_get_allocated_width(bar), gtk_widget_get_allocated_width(web)) << c.name;
+    // The page shows below the bar, and the bar hides what lies under it.
+    EXPECT_TRUE(pumpUntil([&] { return pixelAt(window, 130, 400) == 0xff0000; })) << c.name;
+    const long underBar = pixelAt(window, 130, 22);
+    EXPECT_NE(underBar, 0xff0000) << c.name;
+    EXPECT_NE(underBar, -1) << c.name;
+    screen(0).close();
+    ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); })) << c.name;
+  }
+}
+
+// The embeddable view inside a host's own window: its pages live in the container the host
+// placed in its layout, no window of the SDK's appears, and the pages leave with the view.
+TEST_F(OfferwallWeb, TheEmbeddedViewShowsInTheHostsContainer) {
+  ASSERT_TRUE(gtk_init_check(nullptr, nullptr));  // the host's own start
+  GtkWidget* hostWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  gtk_window_set_default_size(GTK_WINDOW(hostWindow), 360, 640);
+  GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+  GtkWidget* slot = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+  gtk_box_pack_start(GTK_BOX(column), gtk_label_new("The host's own header"), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(column), slot, TRUE, TRUE, 0);
+  gtk_container_add(GTK_CONTAINER(hostWindow), column);
+  gtk_widget_show_all(hostWindow);
+  const std::size_t windows = toplevelCount();
+  const auto webViewsIn = [](GtkWidget* root) {
+    return widgetsBelow(root, [](GtkWidget* widget) { return WEBKIT_IS_WEB_VIEW(widget); });
+  };
+
+  auto view = KorvaneOfferwallView::create(linux_host::offerwallPageIn(slot));
+  auto viewCallback = std::make_shared<testing::RecordingCallback>();
+  view->setCallback(viewCallback);
+  view->loadOfferwall(server_.baseUrl() + "/pages/root.html", "web-user", "demo-app-key", "home");
+  EXPECT_EQ(viewCallback->heard, std::vector<std::string>{"opened"});
+  ASSERT_EQ(webViewsIn(slot).size(), 1u) << "the page is in the host's container";
+  GtkWidget* web = webViewsIn(slot)[0];
+  EXPECT_EQ(gtk_widget_get_toplevel(web), hostWindow);
+  EXPECT_EQ(toplevelCount(), windows) << "no window of its own";
+  EXPECT_EQ(presenter_->presented, 0);
+  ASSERT_TRUE(pumpUntil([&] {
+    return logged("[D/KorvaneOfferwallView] JavaScript bridge injected successfully") &&
+           gtk_widget_get_allocated_height(web) > 1;
+  }));
+  EXPECT_EQ(gtk_widget_get_allocated_width(web), gtk_widget_get_allocated_width(slot));
+  EXPECT_EQ(gtk_widget_get_allocated_height(web), gtk_widget_get_allocated_height(slot));
+
+  // A pushed page stacks inside the same container.
+  webkit_web_view_evaluate_javascript(
+      WEBKIT_WEB_VIEW(web),
+      ("window.KorvaneBridge.openWebView('" + server_.baseUrl() + "/pages/sub.html')").c_str(), -1,
+      nullptr, nullptr, nullptr, nullptr, nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return view->stackSize() == 2; }));
+  EXPECT_EQ(webViewsIn(slot).size(), 2u);
+  EXPECT_EQ(toplevelCount(), windows);
+
+  view.reset();
+  EXPECT_TRUE(webViewsIn(slot).empty()) << "the pages left the container with the view";
+
+  // The host may destroy its window while the offerwall shows; the view goes later.
+  GtkWidget* otherWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  GtkWidget* otherSlot = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+  gtk_container_add(GTK_CONTAINER(otherWindow), otherSlot);
+  gtk_widget_show_all(otherWindow);
+  auto orphaned = KorvaneOfferwallView::create(linux_host::offerwallPageIn(otherSlot));
+  orphaned->loadOfferwall(server_.baseUrl() + "/pages/root.html", "web-user", "demo-app-key",
+                          "home");
+  ASSERT_EQ(webViewsIn(otherSlot).size(), 1u);
+  pumpFor(100ms);
+  gtk_widget_destroy(otherWindow);
+  pumpFor(100ms);
+  orphaned.reset();
+
+  // A container the host has destroyed is not used.
+  auto late = KorvaneOfferwallView::create(linux_host::offerwallPageIn(slot));
+  late->setCallback(viewCallback);
+  gtk_widget_destroy(hostWindow);
+  late->loadOfferwall(server_.baseUrl() + "/pages/root.html", "web-user", "demo-app-key", "home");
+  EXPECT_EQ(
+      viewCallback->heard,
+      (std::vector<std::string>{"opened", "error:Failed to load offerwall: the view is gone"}));
+  EXPECT_EQ(toplevelCount(), windows - 1);
 }
 
 // Placements against the sample offerwall web app: a mission landing page and a quiz page report

@@ -565,6 +565,9 @@ void DevServer::installRoutes() {
   // Pages tests and tools put up; every request for one is recorded with its query and headers.
   server_->Get(R"(/pages/.*)", [state](const httplib::Request& req, httplib::Response& res) {
     RecordedRequest record = recordOfPageRequest(req);
+    // A slow resource keeps the page that uses it loading.
+    if (std::optional<Fault> fault = state->takeFault(req.path))
+      std::this_thread::sleep_for(fault->delay);
     std::lock_guard lock(state->mutex);
     const auto page = state->pages.find(req.path);
     const auto redirect = state->redirects.find(req.path);

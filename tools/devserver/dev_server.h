@@ -78,7 +78,8 @@ class DevServer {
   int port() const { return port_; }
 
   void addApp(App app);
-  // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch".
+  // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch", or the path of a page
+  // (see setPage), where only the delay applies.
   void setFault(const std::string& path, Fault fault);
   void clearFaults();
   // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.

@@ -14,20 +14,32 @@ export interface WaitOptions {
   timeoutMs?: number;
 }
 
+/** How long ready() waits for the bridge, in milliseconds. */
+export interface ReadyOptions extends WaitOptions {
+  /** After the page's load event (default defaults.readyGraceMs). */
+  graceMs?: number;
+}
+
 export declare const defaults: {
+  /** The longest wait for the bridge, from the call (30 s). */
   readyTimeoutMs: number;
+  /** How long after the page's load event the bridge may still arrive (3 s). */
+  readyGraceMs: number;
   replyTimeoutMs: number;
   requestTimeoutMs: number;
 };
 
-/** 'unavailable': the page has no bridge; 'timeout': no reply (refused, or nothing to say). */
+/**
+ * 'unavailable': no bridge in the page (not injected yet, or not inside the offerwall);
+ * 'timeout': no reply (refused, or nothing to say).
+ */
 export declare class KorvaneBridgeError extends Error {
   readonly name: 'KorvaneBridgeError';
   readonly code: 'unavailable' | 'timeout';
 }
 
 export declare function isAvailable(): boolean;
-export declare function ready(options?: WaitOptions): Promise<KorvaneBridge>;
+export declare function ready(options?: ReadyOptions): Promise<KorvaneBridge>;
 
 export declare function userInfo(options?: WaitOptions): Promise<KorvaneUserInfo>;
 export declare function isAppInstalled(url: string, options?: WaitOptions): Promise<boolean>;

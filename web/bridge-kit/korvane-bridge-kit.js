@@ -7,15 +7,24 @@ const root = typeof window !== 'undefined' ? window : globalThis;
 
 /** Default waits, in milliseconds. */
 export const defaults = {
-  /** How long a call waits for window.KorvaneBridge (the SDK injects it after the page loads). */
-  readyTimeoutMs: 5000,
+  /**
+   * The longest a call waits for window.KorvaneBridge, counted from the call. The SDK injects it
+   * only once the page has finished loading (every image and frame), which a slow network takes
+   * its time over.
+   */
+  readyTimeoutMs: 30000,
+  /** How long after the page's load event the bridge may still take to arrive. */
+  readyGraceMs: 3000,
   /** userInfo and isAppInstalled (native answers an app check within 2 s). */
   replyTimeoutMs: 5000,
   /** request: the app may answer nothing at all. */
   requestTimeoutMs: 10000,
 };
 
-/** Every failure of the kit: code is 'unavailable' (no bridge) or 'timeout' (no reply). */
+/**
+ * Every failure of the kit: code is 'unavailable' (no bridge: not injected yet, or not inside the
+ * offerwall) or 'timeout' (no reply).
+ */
 export class KorvaneBridgeError extends Error {
   constructor(code, message) {
     super(message);
@@ -37,32 +46,63 @@ export function isAvailable() {
   return bridgeObject() !== null;
 }
 
-/** Resolves once the bridge is in the page; rejects with code 'unavailable' after the wait. */
+// Whether the page has finished loading (its load event is due or past); a global scope without
+// a document has nothing left to load.
+function pageLoaded() {
+  const doc = root.document;
+  return !doc || doc.readyState === 'complete';
+}
+
+function notInjected(waitedMs, loaded) {
+  const handler = Boolean(root.webkit && root.webkit.messageHandlers &&
+    root.webkit.messageHandlers.korvaneNative);
+  const later = 'the SDK injects it once the page has finished loading (every image and frame); ' +
+    'for slower loads raise defaults.readyTimeoutMs or defaults.readyGraceMs';
+  return new KorvaneBridgeError('unavailable',
+    'Korvane bridge: window.KorvaneBridge did not appear within ' + waitedMs + ' ms' +
+    (loaded ? ', and the page has finished loading. ' : ', while the page was still loading. ') +
+    (handler
+      ? 'The SDK\'s message handler is here: the bridge is not injected yet (' + later + ').'
+      : 'Either it is not injected yet (' + later + '), or the page is not inside the ' +
+        'KorvaneSDK offerwall (in a desktop browser, install the mock host from ' +
+        'korvane-mock-host.js first).'));
+}
+
+/**
+ * Resolves once the bridge is in the page. Rejects with code 'unavailable' when it has not come
+ * `graceMs` after the page's load event (or after the call, on a page loaded before it), or
+ * `timeoutMs` after the call, whichever is first.
+ */
 export function ready(options) {
   const timeoutMs = waitOf(options, defaults.readyTimeoutMs);
+  const graceMs = nonNegative(options && options.graceMs, defaults.readyGraceMs);
   const present = bridgeObject();
   if (present) return Promise.resolve(present);
   return new Promise((resolve, reject) => {
     const started = Date.now();
+    let loadedAt = pageLoaded() ? started : null;
     const poll = setInterval(() => {
       const bridge = bridgeObject();
+      const now = Date.now();
+      if (loadedAt === null && pageLoaded()) loadedAt = now;
       if (bridge) {
         clearInterval(poll);
         resolve(bridge);
-      } else if (Date.now() - started >= timeoutMs) {
+      } else if (now - started >= timeoutMs ||
+                 (loadedAt !== null && now - loadedAt >= graceMs)) {
         clearInterval(poll);
-        reject(new KorvaneBridgeError('unavailable',
-          'Korvane bridge: window.KorvaneBridge did not appear within ' + timeoutMs + ' ms. ' +
-          'The page is not inside the KorvaneSDK offerwall (in a desktop browser, install the ' +
-          'mock host from korvane-mock-host.js first).'));
+        reject(notInjected(now - started, loadedAt !== null));
       }
     }, 20);
   });
 }
 
-function waitOf(options, fallback) {
-  const value = options && options.timeoutMs;
+function nonNegative(value, fallback) {
   return typeof value === 'number' && value >= 0 ? value : fallback;
+}
+
+function waitOf(options, fallback) {
+  return nonNegative(options && options.timeoutMs, fallback);
 }
 
 function noReply(what, timeoutMs) {

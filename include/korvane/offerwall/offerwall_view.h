@@ -20,8 +20,9 @@ class KorvaneOfferwallView {
   };
 
  public:
-  // Makes the page at the bottom of the stack: on iOS a page inside the view the app placed in
-  // its layout. Without one (Linux) the view shows in a window of its own.
+  // Makes the page at the bottom of the stack inside what the app placed in its layout: on iOS
+  // the view, on Linux a GTK container (linux_host::offerwallPageIn). Without one the view shows
+  // in a full-screen page of its own.
   using FirstPageMaker = std::function<std::unique_ptr<Screen>()>;
 
   static std::shared_ptr<KorvaneOfferwallView> create(FirstPageMaker makeFirstPage = nullptr);

@@ -10,6 +10,12 @@ struct ScreenPixels {
   long height = 0;
 };
 
+// A size in points: the CSS pixels a page lays out with (pixels divided by the screen's scale).
+struct ScreenPoints {
+  long width = 0;
+  long height = 0;
+};
+
 // What the platform knows about the device. Answers are cheap and may be asked from any thread.
 class DeviceProbe {
  public:
@@ -21,7 +27,10 @@ class DeviceProbe {
   virtual std::string osVersion() const = 0;
   virtual std::optional<std::string> regionCode() const = 0;
   virtual std::optional<std::string> languageCode() const = 0;
+  // The main screen in device pixels (the device record's size).
   virtual std::optional<ScreenPixels> screenPixels() const = 0;
+  // The main screen in points (the offerwall address's size, which pages lay out with).
+  virtual std::optional<ScreenPoints> screenPoints() const = 0;
   // The path of the app's store receipt, when the app has one.
   virtual std::optional<std::string> storeReceiptPath() const = 0;
 };

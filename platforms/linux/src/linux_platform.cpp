@@ -3,6 +3,8 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/curl_http_client.h"
 #if KORVANE_WITH_WEBKIT
+#include <gtk/gtk.h>
+
 #include "korvane/linux/gtk_screens.h"
 #endif
 #include "korvane/linux/gio_url_opener.h"
@@ -55,6 +57,45 @@ std::shared_ptr<ScreenPresenter> screenPresenter() {
   return nullptr;
 #endif
 }
+
+#if KORVANE_WITH_WEBKIT
+namespace {
+
+// A weak reference to the host's container: the maker may outlive it.
+class WatchedWidget {
+ public:
+  explicit WatchedWidget(GtkWidget* widget) { g_weak_ref_init(&ref_, widget); }
+  ~WatchedWidget() { g_weak_ref_clear(&ref_); }
+  WatchedWidget(const WatchedWidget&) = delete;
+  WatchedWidget& operator=(const WatchedWidget&) = delete;
+  // A strong reference while the widget lives (unref it), else null.
+  GtkWidget* take() { return static_cast<GtkWidget*>(g_weak_ref_get(&ref_)); }
+
+ private:
+  GWeakRef ref_;
+};
+
+}  // namespace
+
+KorvaneOfferwallView::FirstPageMaker offerwallPageIn(GtkWidget* container) {
+  auto watched = std::make_shared<WatchedWidget>(container);
+  return [watched]() -> std::unique_ptr<Screen> {
+    auto* presenter = dynamic_cast<GtkScreenPresenter*>(screenPresenter().get());
+    GtkWidget* widget = watched->take();
+    if (!widget || !presenter) {
+      if (widget) g_object_unref(widget);
+      return nullptr;
+    }
+    std::unique_ptr<Screen> page = presenter->embedIn(widget);
+    g_object_unref(widget);
+    return page;
+  };
+}
+#else
+KorvaneOfferwallView::FirstPageMaker offerwallPageIn(GtkWidget*) {
+  return [] { return std::unique_ptr<Screen>(); };
+}
+#endif
 
 }  // namespace linux_host
 

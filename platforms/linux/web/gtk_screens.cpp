@@ -3,6 +3,7 @@
 
 #include <gtk/gtk.h>
 
+#include "korvane/linux/offerwall_window.h"
 #include "korvane/linux/webkit_web_view.h"
 
 namespace korvane::linux_host {
@@ -47,6 +48,18 @@ class Animation {
 
 using ScreenList = std::vector<Screen*>;
 
+// The bar's widget name (tests find the bar by it).
+constexpr const char* kNavigationBarName = "korvane-navigation-bar";
+
+// Gives `widget` the theme's opaque content background, so that what it covers stays hidden.
+void paintBackground(GtkWidget* widget) {
+  GtkCssProvider* css = gtk_css_provider_new();
+  gtk_css_provider_load_from_data(css, "* { background-color: @theme_base_color; }", -1, nullptr);
+  gtk_style_context_add_provider(gtk_widget_get_style_context(widget), GTK_STYLE_PROVIDER(css),
+                                 GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+  g_object_unref(css);
+}
+
 class GtkScreen final : public Screen {
  public:
   // A window of its own.
@@ -54,16 +67,23 @@ class GtkScreen final : public Screen {
       : list_(std::move(list)) {
     list_->push_back(this);
     window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_default_size(GTK_WINDOW(window_), GtkScreenPresenter::kWidth,
-                                GtkScreenPresenter::kHeight);
+    gtk_window_set_default_size(GTK_WINDOW(window_), kOfferwallWindowWidth, kOfferwallWindowHeight);
     gtk_window_set_title(GTK_WINDOW(window_),
                          options.title.empty() ? "Korvane offerwall" : options.title.c_str());
     if (over) gtk_window_set_transient_for(GTK_WINDOW(window_), over);
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    if (options.showNavigationBar)
-      gtk_box_pack_start(GTK_BOX(column), makeBar(options), FALSE, FALSE, 0);
     overlay_ = gtk_overlay_new();
     gtk_container_add(GTK_CONTAINER(overlay_), webView_.widget());
+    if (options.showNavigationBar && options.inNavigationContainer) {
+      // A navigation container's bar sits above the page.
+      gtk_box_pack_start(GTK_BOX(column), makeBar(options), FALSE, FALSE, 0);
+    } else if (options.showNavigationBar) {
+      // The custom bar covers the page's top 44 points: pages are designed with their top
+      // padded for it.
+      GtkWidget* bar = makeBar(options);
+      gtk_widget_set_valign(bar, GTK_ALIGN_START);
+      gtk_overlay_add_overlay(GTK_OVERLAY(overlay_), bar);
+    }
     gtk_box_pack_start(GTK_BOX(column), overlay_, TRUE, TRUE, 0);
     gtk_container_add(GTK_CONTAINER(window_), column);
     g_signal_connect(window_, "delete-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, gpointer data) {
@@ -72,6 +92,20 @@ class GtkScreen final : public Screen {
                      }),
                      this);
     gtk_widget_show_all(window_);
+  }
+
+  // The first page of an embedded offerwall, filling `container`, a container of the host's.
+  GtkScreen(std::shared_ptr<ScreenList> list, GtkContainer* container)
+      : list_(std::move(list)), ownedOverlay_(true) {
+    list_->push_back(this);
+    overlay_ = gtk_overlay_new();
+    // Held until this page goes, even when the host destroys its container first.
+    g_object_ref_sink(overlay_);
+    gtk_widget_set_hexpand(overlay_, TRUE);
+    gtk_widget_set_vexpand(overlay_, TRUE);
+    gtk_container_add(GTK_CONTAINER(overlay_), webView_.widget());
+    gtk_container_add(container, overlay_);
+    gtk_widget_show_all(overlay_);
   }
 
   // A page inside `parent`'s overlay, above what it shows.
@@ -90,6 +124,10 @@ class GtkScreen final : public Screen {
     *alive_ = false;
     alive_.reset();
     if (window_) gtk_widget_destroy(window_);
+    if (ownedOverlay_) {
+      gtk_widget_destroy(overlay_);  // leaves the host's container
+      g_object_unref(overlay_);
+    }
   }
 
   WebView& webView() override { return webView_; }
@@ -161,13 +199,13 @@ class GtkScreen final : public Screen {
 
   GtkWindow* window() const {
     if (window_) return GTK_WINDOW(window_);
-    return GTK_WINDOW(gtk_widget_get_toplevel(overlay_));
+    GtkWidget* top = gtk_widget_get_toplevel(overlay_);
+    return GTK_IS_WINDOW(top) ? GTK_WINDOW(top) : nullptr;
   }
 
  private:
   GtkWidget* makeBar(const ScreenOptions& options) {
     GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    gtk_widget_set_size_request(bar, -1, 44);
     GtkWidget* close =
         gtk_button_new_with_label(options.inNavigationContainer ? "✕" : options.backTitle.c_str());
     GtkWidget* title = gtk_label_new(options.inNavigationContainer ? options.title.c_str() : "");
@@ -188,8 +226,12 @@ class GtkScreen final : public Screen {
                        if (self->refresh_) self->refresh_();
                      }),
                      this);
+    // 44 pixels with the separator along the bottom, on an opaque background.
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_box_pack_start(GTK_BOX(column), bar, FALSE, FALSE, 0);
+    gtk_widget_set_name(column, kNavigationBarName);
+    gtk_widget_set_size_request(column, -1, 44);
+    paintBackground(column);
+    gtk_box_pack_start(GTK_BOX(column), bar, TRUE, TRUE, 0);
     gtk_box_pack_start(GTK_BOX(column), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL), FALSE, FALSE,
                        0);
     return column;
@@ -207,6 +249,7 @@ class GtkScreen final : public Screen {
   GtkWidget* window_ = nullptr;
   GtkWidget* parentOverlay_ = nullptr;
   GtkWidget* overlay_ = nullptr;
+  bool ownedOverlay_ = false;  // the embedded first page's, in the host's container
   std::function<void()> close_;
   std::function<void()> refresh_;
 };
@@ -228,6 +271,12 @@ std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(PresentationAnchor
   auto* page = dynamic_cast<GtkScreen*>(over);
   GtkWindow* parent = page ? page->window() : nullptr;
   return std::make_unique<GtkScreen>(screens_, parent, options);
+}
+
+std::unique_ptr<Screen> GtkScreenPresenter::embedIn(GtkWidget* container) {
+  if (!container || !GTK_IS_CONTAINER(container) || gtk_widget_in_destruction(container))
+    return nullptr;
+  return std::make_unique<GtkScreen>(screens_, GTK_CONTAINER(container));
 }
 
 std::unique_ptr<Screen> GtkScreenPresenter::embedSlidingUp(Screen& parent,

@@ -83,6 +83,12 @@ export const suites = {
       (kit) => failure(kit.request('points', { month: 11 }, { timeoutMs: 400 }), 400), timeout],
     ['no callback is left behind', async () => leftoverGlobals(), []],
   ],
+  // Run at start-up by a page that is still loading (a slow frame): the SDK injects the bridge
+  // only once the load has finished.
+  slowLoad: [
+    ['a call made while the page loads waits for the bridge', (kit) => kit.userInfo(), user],
+    ['ready', async (kit) => { await kit.ready(); return kit.isAvailable(); }, true],
+  ],
   none: [],
 };
 

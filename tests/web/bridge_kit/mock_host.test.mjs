@@ -43,11 +43,66 @@ test('the declarations name every export of the kit and the mock, and nothing mo
   }
 });
 
-test('without a host the kit rejects as unavailable instead of waiting forever', async () => {
+// A page as the SDK's web view holds it while loading: the document, and nothing more.
+function loadingDocument() {
+  window.document = { readyState: 'loading' };
+  return {
+    finish() { window.document.readyState = 'complete'; },
+    remove() { delete window.document; },
+  };
+}
+
+const unavailable = (pattern) => (e) =>
+  e instanceof kit.KorvaneBridgeError && e.code === 'unavailable' && pattern.test(e.message);
+
+test('without a host the kit rejects as unavailable, naming both causes', async () => {
   assert.equal(kit.isAvailable(), false);
-  await assert.rejects(kit.ready({ timeoutMs: 60 }),
-    (e) => e instanceof kit.KorvaneBridgeError && e.code === 'unavailable' &&
-      /mock host/.test(e.message));
+  // A page that has loaded without the bridge is given up on after the grace period, long
+  // before the overall wait.
+  await assert.rejects(kit.ready({ graceMs: 60 }),
+    unavailable(/has finished loading\. Either it is not injected yet .*or the page is not inside the KorvaneSDK offerwall.*mock host/));
+  const page = loadingDocument();
+  try {
+    await assert.rejects(kit.ready({ timeoutMs: 60 }),
+      unavailable(/while the page was still loading\. Either it is not injected yet/));
+  } finally {
+    page.remove();
+  }
+});
+
+test('inside the offerwall before the injection, the rejection says it is not injected yet',
+  async () => {
+    const host = mockLikeTheWebTest({ injectBridge: false });
+    const page = loadingDocument();
+    try {
+      await assert.rejects(kit.ready({ timeoutMs: 60 }),
+        unavailable(/message handler is here: the bridge is not injected yet/));
+      assert.doesNotMatch(
+        await kit.ready({ timeoutMs: 60 }).catch((e) => e.message), /not inside/);
+    } finally {
+      page.remove();
+      host.uninstall();
+    }
+  });
+
+// A load slower than the kit's first wait of 5 s: the calls made at start-up wait for the load
+// and the injection that follows it.
+test('calls made during a slow load wait for the bridge', async () => {
+  const host = mockLikeTheWebTest({ injectBridge: false });
+  const page = loadingDocument();
+  const loaded = setTimeout(() => {
+    page.finish();
+    setTimeout(() => host.injectBridge(), 30);
+  }, 5500);
+  try {
+    const report = await cases.run(kit, 'slowLoad');
+    assert.deepEqual(report.failed, []);
+    assert.equal(report.passed.length, cases.suites.slowLoad.length);
+  } finally {
+    clearTimeout(loaded);
+    page.remove();
+    host.uninstall();
+  }
 });
 
 test('trusted cases', async () => {

@@ -19,11 +19,13 @@ class UIKitDeviceProbe final : public DeviceProbe {
   std::optional<std::string> regionCode() const override;
   std::optional<std::string> languageCode() const override;
   std::optional<ScreenPixels> screenPixels() const override;
+  std::optional<ScreenPoints> screenPoints() const override;
   std::optional<std::string> storeReceiptPath() const override;
 
   struct UIKitFacts {
     std::string genericModel;
     std::optional<ScreenPixels> screen;
+    std::optional<ScreenPoints> points;
   };
 
  private:

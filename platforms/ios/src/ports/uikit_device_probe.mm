@@ -31,6 +31,8 @@ UIKitDeviceProbe::UIKitFacts readUIKit() {
   const CGFloat scale = screen.scale;
   facts.screen = ScreenPixels{std::lround(screen.bounds.size.width * scale),
                               std::lround(screen.bounds.size.height * scale)};
+  facts.points =
+      ScreenPoints{std::lround(screen.bounds.size.width), std::lround(screen.bounds.size.height)};
   return facts;
 }
 
@@ -70,7 +72,7 @@ UIKitDeviceProbe::UIKitFacts UIKitDeviceProbe::facts() const {
   }
   std::lock_guard lock(shared_->mutex);
   if (shared_->facts) return *shared_->facts;
-  return UIKitFacts{modelFamily(hardware_), std::nullopt};
+  return UIKitFacts{modelFamily(hardware_), std::nullopt, std::nullopt};
 }
 
 std::optional<std::string> UIKitDeviceProbe::hardwareIdentifier() const {
@@ -100,6 +102,10 @@ std::optional<std::string> UIKitDeviceProbe::languageCode() const {
 
 std::optional<ScreenPixels> UIKitDeviceProbe::screenPixels() const {
   return facts().screen;
+}
+
+std::optional<ScreenPoints> UIKitDeviceProbe::screenPoints() const {
+  return facts().points;
 }
 
 std::optional<std::string> UIKitDeviceProbe::storeReceiptPath() const {

@@ -5,14 +5,21 @@
 
 #include "korvane/platform/screen_presenter.h"
 
+typedef struct _GtkWidget GtkWidget;
+
 namespace korvane::linux_host {
 
-// Offerwall screens on GTK 3: a window per full-screen page (a header with back, title and
-// reload when a bar is asked for), pages embedded over a page with a slide-up, and pages stacked
-// in an overlay with real opacity fades. Main thread only; calls gtk_init when nobody has.
+// Offerwall screens on GTK 3: a window per full-screen page (a navigation container's bar above
+// the page, the custom bar over its top 44 pixels), pages embedded over a page with a slide-up,
+// and pages stacked in an overlay with real opacity fades. Main thread only; calls gtk_init when
+// nobody has.
 class GtkScreenPresenter final : public ScreenPresenter {
  public:
   GtkScreenPresenter();
+  // A page filling `container`, a GtkContainer of the host's (the embedded offerwall's first
+  // page); null when it is not a container or is being destroyed. The page leaves the container
+  // when it is destroyed.
+  std::unique_ptr<Screen> embedIn(GtkWidget* container);
   std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                             const ScreenOptions& options) override;
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
@@ -20,10 +27,6 @@ class GtkScreenPresenter final : public ScreenPresenter {
   std::unique_ptr<Screen> stackOver(Screen& parent) override;
   // The pages this presenter shows, oldest first: the last is the one on top.
   std::vector<Screen*> liveScreens() const;
-
-  // Window size of a full-screen page, in pixels (a phone-shaped window on a desktop).
-  static constexpr int kWidth = 414;
-  static constexpr int kHeight = 800;
 
  private:
   std::shared_ptr<std::vector<Screen*>> screens_;

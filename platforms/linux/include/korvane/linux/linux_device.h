@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "korvane/linux/offerwall_window.h"
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/reachability.h"
 #include "korvane/platform/tracking_authorization.h"
@@ -10,7 +11,8 @@ namespace korvane::linux_host {
 
 // The machine as the SDK describes a device: uname's machine field, "Linux" as the generic
 // model, the distribution's VERSION_ID (else the kernel release), the locale from LC_ALL,
-// LC_MESSAGES or LANG. A desktop has no screen size to report here and no store receipt.
+// LC_MESSAGES or LANG. A desktop has no screen of the device's size to report in pixels and no
+// store receipt; in points the screen is the offerwall's window, which the pages lay out in.
 class LinuxDeviceProbe final : public DeviceProbe {
  public:
   LinuxDeviceProbe();
@@ -20,6 +22,9 @@ class LinuxDeviceProbe final : public DeviceProbe {
   std::optional<std::string> regionCode() const override { return region_; }
   std::optional<std::string> languageCode() const override { return language_; }
   std::optional<ScreenPixels> screenPixels() const override { return std::nullopt; }
+  std::optional<ScreenPoints> screenPoints() const override {
+    return ScreenPoints{kOfferwallWindowWidth, kOfferwallWindowHeight};
+  }
   std::optional<std::string> storeReceiptPath() const override { return std::nullopt; }
 
  private:

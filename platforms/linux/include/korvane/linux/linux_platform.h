@@ -5,7 +5,10 @@
 
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
+#include "korvane/offerwall/offerwall_view.h"
 #include "korvane/platform/platform_services.h"
+
+typedef struct _GtkWidget GtkWidget;
 
 namespace korvane::linux_host {
 
@@ -19,5 +22,12 @@ std::shared_ptr<GlibMainThread> processMainThread();
 std::shared_ptr<ScreenPresenter> screenPresenter();
 // The lifecycle the host reports to (window hidden or shown, quitting). Process-wide.
 std::shared_ptr<HostAppLifecycle> hostLifecycle();
+
+// Where the embeddable offerwall shows: `container` is a GtkContainer the host placed in its own
+// layout (a GtkBox, a GtkGrid cell, a GtkStack page), and the offerwall's pages fill it:
+//   auto view = KorvaneOfferwallView::create(linux_host::offerwallPageIn(box));
+// The container is not kept alive: once the host has destroyed it, a load reports that the view
+// is gone. Main thread only; without WebKitGTK the view makes no page.
+KorvaneOfferwallView::FirstPageMaker offerwallPageIn(GtkWidget* container);
 
 }  // namespace korvane::linux_host
