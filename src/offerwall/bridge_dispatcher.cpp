@@ -61,7 +61,8 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
                                    std::weak_ptr<BridgeHost> host,
                                    std::shared_ptr<MainThread> mainThread,
                                    std::shared_ptr<UrlOpener> urlOpener,
-                                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust)
+                                   std::shared_ptr<PlacementMessages> placements,
+                                   std::shared_ptr<const BridgeTrust> trust)
     : kind_(kind),
       tag_(std::move(tag)),
       host_(std::move(host)),
@@ -73,7 +74,7 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
 void BridgeDispatcher::receive(const ScriptMessage& message) {
   std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_);
   if (!parsed) return;
-  if (std::optional<std::string> refusal = bridgeRefusal(trust_, parsed->type, message))
+  if (std::optional<std::string> refusal = bridgeRefusal(*trust_, parsed->type, message))
     return KorvaneLogger::w(tag_, *refusal);
   dispatch(*parsed);
 }
