@@ -55,7 +55,8 @@ struct World {
     SdkEnvironment environment;
     environment.platform = fake.services();
     KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
-    const BridgeTrust trust{true, {"https://hub.example"}};
+    const auto trust =
+        std::make_shared<const BridgeTrust>(BridgeTrust{true, {"https://hub.example"}});
     controller = std::make_shared<BridgeDispatcher>(
         BridgeHostKind::controller, "C", host, fake.mainThread, fake.urlOpener, nullptr, trust);
     embedded = std::make_shared<BridgeDispatcher>(BridgeHostKind::embeddedView, "E", host,

@@ -49,8 +49,10 @@ Result<T> decodeWithDiagnostics(const HttpResponse& response, std::string_view d
     const std::string text = "Decoding error: " + decoded.error().description;
     KorvaneLogger::print(text);
     KorvaneLogger::e(kTag, text);
-    const json::Json body = json::Json::parse(response.body, nullptr, /*allow_exceptions=*/false);
-    if (body.is_object()) {
+    // The same parse that just failed to decode; too deep a body is not shown.
+    const Result<json::Json> parsed = json::parse(response.body);
+    if (parsed && parsed.value().is_object()) {
+      const json::Json& body = parsed.value();
       KorvaneLogger::e(kTag, "Response as Dictionary: " + json::dump(body));
       if (body.contains("app"))
         KorvaneLogger::e(kTag, "App object contents: " + json::dump(body["app"]));

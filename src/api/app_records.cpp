@@ -7,9 +7,9 @@ std::optional<Json> objectFromBase64(const Json& field) {
   if (!field.is_string()) return std::nullopt;
   const std::optional<std::string> bytes = base64::decode(field.get_ref<const std::string&>());
   if (!bytes) return std::nullopt;
-  Json parsed = Json::parse(*bytes, nullptr, /*allow_exceptions=*/false);
-  if (parsed.is_discarded() || !parsed.is_object()) return std::nullopt;
-  return parsed;
+  Result<Json> parsed = parse(*bytes);
+  if (!parsed || !parsed.value().is_object()) return std::nullopt;
+  return std::move(parsed).value();
 }
 
 std::string objectToBase64(const Json& object) {

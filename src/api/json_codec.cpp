@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "korvane/core/json_value.h"
+
 namespace korvane::json {
 namespace {
 constexpr const char* kDomain = "NSCocoaErrorDomain";
@@ -36,8 +38,8 @@ Error corrupted(const std::string& path, std::string_view why) {
 }
 
 Result<Json> parse(std::string_view text) {
-  Json value = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
-  if (value.is_discarded()) return corrupted("", "the given data was not valid JSON");
+  Result<Json> value = parseDepthLimitedJson(text);
+  if (!value) return corrupted("", value.error().description);
   return value;
 }
 

@@ -20,7 +20,8 @@ Error missingKey(const std::string& path);
 Error wrongType(const std::string& path, std::string_view expected);
 Error corrupted(const std::string& path, std::string_view why);
 
-// Parses text; malformed JSON is a decoding error, never an exception.
+// Parses text with parseDepthLimitedJson; malformed or too deeply nested JSON is a decoding
+// error, never an exception.
 Result<Json> parse(std::string_view text);
 
 std::string childPath(const std::string& parent, std::string_view key);

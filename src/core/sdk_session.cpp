@@ -25,9 +25,15 @@ bool isDailyActiveUserEvent(const std::string& name) {
 }
 
 // A payload is a JSON object; anything else is dropped with a warning rather than sent half-typed.
+// So is one nested deeper than the event file reads back, which would make the file unreadable.
 std::optional<JsonValue> objectPayload(std::optional<JsonValue> payload) {
   if (payload && !payload->is_object()) {
     KorvaneLogger::w(kTag, "Event payload is not a JSON object; sending the event without it");
+    return std::nullopt;
+  }
+  if (payload && !isWithinJsonDepth(*payload)) {
+    KorvaneLogger::w(kTag, "Event payload nests deeper than " + std::to_string(kMaxJsonDepth) +
+                               " levels; sending the event without it");
     return std::nullopt;
   }
   return payload;

@@ -16,6 +16,8 @@ struct BridgeTrust {
   std::vector<std::string> origins;
 
   bool trusts(std::string_view reportedOrigin) const;
+  // Adds an origin already in normal form, once.
+  void add(const std::string& origin);
 };
 
 // What an offerwall opened at `address` trusts: the origins the app added, the origin of the
@@ -28,6 +30,19 @@ BridgeTrust bridgeTrustForOfferwall(const std::optional<std::string>& address);
 // Messages any page or frame may send: they only act on the page that sent them ("close") or
 // reload the offerwall's own address ("retry").
 bool isHarmlessBridgeMessage(std::string_view type);
+
+// Whether the page shown at `currentUrl` may learn the advertising id: like the user's profile,
+// only a page of a trusted origin (any page with the policy off).
+bool mayLearnAdvertisingId(const BridgeTrust& trust, const std::optional<std::string>& currentUrl);
+
+// Whether a server redirect of the offerwall's own load from origin `from` to origin `to` (both in
+// normal form) stays with the same site, so that `to` is trusted as `from` is: only http upgraded
+// to https and a leading "www." added to or dropped from the same host, on default ports. An
+// explicit port other than the scheme's default is another site.
+bool redirectKeepsTrust(std::string_view from, std::string_view to);
+
+// The warning for a redirect of the offerwall's own load to an origin it does not trust.
+std::string untrustedRedirectWarning(const std::string& origin);
 
 // Nothing when a message of `type` from `sender` is honoured; otherwise the one warning to log.
 // With the policy on, only a trusted origin's main frame gets more than the harmless messages.

@@ -36,13 +36,21 @@ std::optional<BridgeMessage> parseBridgeMessage(const ScriptMessage& message, Br
                                                             : "Received webkit message: ") +
                             message.handlerName);
   KorvaneLogger::d(tag, "📨 Received message from WebView: " + message.body);
-  JsonValue json = JsonValue::parse(message.body, nullptr, false);
-  const auto type = json.is_object() ? json.find("type") : json.end();
-  if (json.is_discarded() || !json.is_object() || type == json.end() || !type->is_string()) {
+  Result<JsonValue> read = parseDepthLimitedJson(message.body);
+  if (!read && read.error().code == kJsonErrorTooDeep)
+    KorvaneLogger::e(tag,
+                     "The message nests deeper than " + std::to_string(kMaxJsonDepth) + " levels");
+  const std::optional<std::string> type =
+      read && read.value().is_object() ? textField(read.value(), "type") : std::nullopt;
+  if (!type) {
     KorvaneLogger::e(tag, "❌ Failed to parse JS message: " + message.body);
     return std::nullopt;
   }
-  BridgeMessage parsed{type->get<std::string>(), objectField(json, "data")};
+  // "data" is moved out, not copied: nothing is copied before the sender is checked.
+  BridgeMessage parsed{*type};
+  JsonValue& object = read.value();
+  if (const auto data = object.find("data"); data != object.end() && data->is_object())
+    parsed.data = std::move(*data);
   KorvaneLogger::d(tag, [&] {
     return "✅ Parsed message - type: '" + parsed.type + "', data: " + json::dump(parsed.data);
   });
@@ -53,7 +61,8 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
                                    std::weak_ptr<BridgeHost> host,
                                    std::shared_ptr<MainThread> mainThread,
                                    std::shared_ptr<UrlOpener> urlOpener,
-                                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust)
+                                   std::shared_ptr<PlacementMessages> placements,
+                                   std::shared_ptr<const BridgeTrust> trust)
     : kind_(kind),
       tag_(std::move(tag)),
       host_(std::move(host)),
@@ -65,7 +74,7 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
 void BridgeDispatcher::receive(const ScriptMessage& message) {
   std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_);
   if (!parsed) return;
-  if (std::optional<std::string> refusal = bridgeRefusal(trust_, parsed->type, message))
+  if (std::optional<std::string> refusal = bridgeRefusal(*trust_, parsed->type, message))
     return KorvaneLogger::w(tag_, *refusal);
   dispatch(*parsed);
 }

@@ -66,10 +66,11 @@ class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
  public:
   BridgeDispatcher(BridgeHostKind kind, std::string tag, std::weak_ptr<BridgeHost> host,
                    std::shared_ptr<MainThread> mainThread, std::shared_ptr<UrlOpener> urlOpener,
-                   std::shared_ptr<PlacementMessages> placements, BridgeTrust trust);
+                   std::shared_ptr<PlacementMessages> placements,
+                   std::shared_ptr<const BridgeTrust> trust);
 
   void receive(const ScriptMessage& message);
-  const BridgeTrust& trust() const { return trust_; }
+  const BridgeTrust& trust() const { return *trust_; }
   void dispatch(const BridgeMessage& message);
 
   // How long checkAppInstalled waits for the system before answering "not installed".
@@ -97,7 +98,8 @@ class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
   std::shared_ptr<MainThread> mainThread_;
   std::shared_ptr<UrlOpener> urlOpener_;
   std::shared_ptr<PlacementMessages> placements_;
-  BridgeTrust trust_;
+  // The page's, which grows when a redirect of the offerwall's own load stays with its site.
+  std::shared_ptr<const BridgeTrust> trust_;
 };
 
 // A field of a message's data as text; nothing when absent or not text.

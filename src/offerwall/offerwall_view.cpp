@@ -43,8 +43,8 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
   };
   std::vector<Page> stack;
   std::map<const EmbeddedPage*, double> scrollPositions;
-  // Every page of the stack trusts what the loaded offerwall address gives.
-  BridgeTrust trust;
+  // Every page of the stack trusts what the loaded offerwall address gives (one set for all).
+  std::shared_ptr<BridgeTrust> trust = std::make_shared<BridgeTrust>();
 
  private:
   Page makePage(Screen* over);
@@ -59,9 +59,10 @@ class EmbeddedPage final : public PageHost, public BridgeHost {
       : PageHost(BridgeHostKind::embeddedView, std::string(kTag)), view_(std::move(view)) {}
   ~EmbeddedPage() override { detach(); }
 
-  void start(WebView& webView, const BridgeTrust& trust) {
+  void start(WebView& webView, std::shared_ptr<BridgeTrust> trust) {
     std::shared_ptr<SdkSession> session = SdkInternals::session();
     attach(webView, session);
+    setTrust(trust);
     const PlatformServices& platform = session->environment().platform;
     dispatcher_ = std::make_shared<BridgeDispatcher>(
         BridgeHostKind::embeddedView, std::string(kTag),
@@ -129,8 +130,8 @@ std::string hashOf(const void* page) {
 // A script's answer as text: a JSON string's content, anything else as its JSON.
 std::string answerText(const Result<std::string>& answer) {
   if (!answer) return answer.error().description;
-  const JsonValue value = JsonValue::parse(answer.value(), nullptr, false);
-  return value.is_string() ? value.get<std::string>() : answer.value();
+  const Result<JsonValue> value = parseDepthLimitedJson(answer.value());
+  return value && value.value().is_string() ? value.value().get<std::string>() : answer.value();
 }
 
 }  // namespace
@@ -161,7 +162,7 @@ void OfferwallViewImpl::load(OfferwallPage page) {
   }
   hasClosed = false;
   tearDown();
-  trust = bridgeTrustForOfferwall(page.baseUrl);
+  trust = std::make_shared<BridgeTrust>(bridgeTrustForOfferwall(page.baseUrl));
   Page first = makePage(nullptr);
   if (!first.screen) return reportError("Failed to load offerwall: the view is gone");
   stack.push_back(std::move(first));

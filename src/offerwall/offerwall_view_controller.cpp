@@ -186,10 +186,11 @@ void OfferwallControllerImpl::viewDidLoad() {
   const PlatformServices& platform = session->environment().platform;
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
-  dispatcher_ = std::make_shared<BridgeDispatcher>(
-      BridgeHostKind::controller, std::string(kTag), weak, platform.mainThread, platform.urlOpener,
-      placementMessages(),
-      inheritedTrust_ ? *inheritedTrust_ : bridgeTrustForOfferwall(self->baseUrl));
+  setTrust(std::make_shared<BridgeTrust>(inheritedTrust_ ? *inheritedTrust_
+                                                         : bridgeTrustForOfferwall(self->baseUrl)));
+  dispatcher_ = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, std::string(kTag),
+                                                   weak, platform.mainThread, platform.urlOpener,
+                                                   placementMessages(), trust());
   screen_->setCloseHandler([weak] {
     if (auto alive = weak.lock()) alive->closeProcedure();
   });
@@ -312,7 +313,7 @@ void OfferwallControllerImpl::openPage(const std::string& url) {
   auto sub = KorvaneOfferwallViewController::create();
   sub->baseUrl = url;
   sub->isSubWebView = true;
-  sub->impl_->inheritedTrust_ = dispatcher_->trust();
+  sub->impl_->inheritedTrust_ = *trust();
   sub->impl_->openingGeneration_ = openingGeneration_;
   if (std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser())
     sub->userId = user->userId();
@@ -343,7 +344,7 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
       });
   child->impl_->container_ = weak;
   child->impl_->openingGeneration_ = openingGeneration_;
-  child->impl_->inheritedTrust_ = dispatcher_->trust();
+  child->impl_->inheritedTrust_ = *trust();
   child->impl_->adoptScreen(std::move(childScreen));
   child_ = child;
 }

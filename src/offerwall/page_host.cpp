@@ -3,6 +3,7 @@
 #include "api/url_text.h"
 #include "core/sdk_session.h"
 #include "korvane/core/logger.h"
+#include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/outside_opening.h"
@@ -88,6 +89,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
 void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
   identificationInFlight_ = false;
+  ownLoadOrigin_.reset();
   webView_->load(plainRequest(url));
 }
 
@@ -97,6 +99,7 @@ void PageHost::showOfflinePage() {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
     self->identificationInFlight_ = false;
+    self->ownLoadOrigin_.reset();
     self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
   });
 }
@@ -116,6 +119,8 @@ void PageHost::retryLoad() {
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
     self->identificationInFlight_ = false;
     self->webView_->load(plainRequest(*base));
+    // The offerwall's own address again: its redirects are judged as the first load's are.
+    self->ownLoadOrigin_ = url::origin(*base).value_or("");
   });
 }
 
@@ -145,10 +150,7 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
   switch (decideNavigation(url)) {
     case NavigationDecision::allow:
-      if (!action.mainFrame || !identificationInFlight_ ||
-          url::origin(url).value_or("") == identifiedOrigin_)
-        return NavigationPolicy::allow;
-      return loadWithoutIdentification(url);
+      return action.mainFrame ? followOwnLoad(url) : NavigationPolicy::allow;
     case NavigationDecision::closeOfferwall:
       platform().mainThread->post([weak = weak_from_this()] {
         if (auto self = weak.lock()) self->closeFromPage();
@@ -182,7 +184,35 @@ void PageHost::requestNewWindow(const NavigationAction& action) {
     return;
   }
   KorvaneLogger::d(tag_, "Loading a new window's address in the page: " + url);
-  if (webView_) webView_->load(plainRequest(url));
+  if (!webView_) return;
+  identificationInFlight_ = false;
+  ownLoadOrigin_.reset();
+  webView_->load(plainRequest(url));
+}
+
+NavigationPolicy PageHost::followOwnLoad(const std::string& url) {
+  const std::string to = url::origin(url).value_or("");
+  if (identificationInFlight_) {
+    if (to == identifiedOrigin_) return NavigationPolicy::allow;
+    judgeRedirect(identifiedOrigin_, to);
+    return loadWithoutIdentification(url);
+  }
+  if (ownLoadOrigin_ && to != *ownLoadOrigin_) {
+    judgeRedirect(*ownLoadOrigin_, to);
+    ownLoadOrigin_ = to;
+  }
+  return NavigationPolicy::allow;
+}
+
+void PageHost::judgeRedirect(const std::string& from, const std::string& to) {
+  if (!trust_->policyEnabled || to.empty() || trust_->trusts(to)) return;
+  if (trust_->trusts(from) && redirectKeepsTrust(from, to)) {
+    trust_->add(to);
+    KorvaneLogger::i(tag_, "Offerwall address redirected to " + to + " on the same site as " +
+                               from + ": its pages keep the bridge");
+    return;
+  }
+  KorvaneLogger::w(tag_, untrustedRedirectWarning(to));
 }
 
 NavigationPolicy PageHost::loadWithoutIdentification(const std::string& url) {
@@ -193,7 +223,10 @@ NavigationPolicy PageHost::loadWithoutIdentification(const std::string& url) {
                        url);
   platform().mainThread->post([weak = weak_from_this(), url] {
     auto self = weak.lock();
-    if (self && self->webView_) self->webView_->load(plainRequest(url));
+    if (!self || !self->webView_) return;
+    self->webView_->load(plainRequest(url));
+    // Still the offerwall's own load: its further redirects are judged as well.
+    self->ownLoadOrigin_ = url::origin(url).value_or("");
   });
   return NavigationPolicy::cancel;
 }
@@ -216,6 +249,7 @@ void PageHost::openOutside(const std::string& url, OutsideOpening purpose,
 void PageHost::didFinishNavigation() {
   KorvaneLogger::d(tag_, "Page loaded successfully");
   identificationInFlight_ = false;
+  ownLoadOrigin_.reset();
   if (!webView_) return;
   webView_->evaluateJavaScript(korvaneBridgeScript(), [tag = tag_](Result<std::string> outcome) {
     if (outcome) {
@@ -224,13 +258,17 @@ void PageHost::didFinishNavigation() {
       KorvaneLogger::e(tag, "Failed to inject JavaScript bridge: " + outcome.error().description);
     }
   });
-  if (advertisingIdKnown_)
+  // The identifier is for the offerwall's own pages, not for whatever the web view came to show
+  // (a link followed, a new window's address, a redirect elsewhere).
+  if (advertisingIdKnown_ && mayLearnAdvertisingId(*trust_, webView_->currentUrl()))
     webView_->evaluateJavaScript(advertisingIdScript(page_.advertisingId), nullptr);
   afterPageLoaded();
 }
 
 void PageHost::didFailNavigation(const Error& error, bool provisional) {
   identificationInFlight_ = false;
+  // A cancelled navigation (the redirect stopped above among them) does not end the own load.
+  if (respondToLoadFailure(error.code) != LoadFailureResponse::ignore) ownLoadOrigin_.reset();
   KorvaneLogger::e(tag_,
                    (provisional ? "WebView provisional navigation error: " : "WebView error: ") +
                        error.description);

@@ -28,6 +28,9 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   OfferwallPage& page() { return page_; }
   const OfferwallPage& page() const { return page_; }
   WebView* webView() const { return webView_; }
+  // The origins this page trusts with the bridge and the advertising id; shared with its bridge.
+  const std::shared_ptr<BridgeTrust>& trust() const { return trust_; }
+  void setTrust(std::shared_ptr<BridgeTrust> trust) { trust_ = std::move(trust); }
 
   // Makes this the web view's delegate, registers "korvaneNative" and the polyfill.
   void attach(WebView& webView, std::shared_ptr<SdkSession> session);
@@ -77,6 +80,10 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // for the offerwall address's origin only, so a redirect elsewhere is stopped and its target
   // loaded again without them.
   NavigationPolicy loadWithoutIdentification(const std::string& url);
+  // A main-frame navigation while the offerwall's own load is under way is its server's redirect.
+  NavigationPolicy followOwnLoad(const std::string& url);
+  // A redirect of the offerwall's own load that stays with a trusted site keeps the bridge.
+  void judgeRedirect(const std::string& from, const std::string& to);
 
   BridgeHostKind kind_;
   std::string tag_;
@@ -87,6 +94,10 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // The composed address's load with its identification headers, until it finishes or fails.
   bool identificationInFlight_ = false;
   std::string identifiedOrigin_;
+  // Where the offerwall's own load went once a redirect took it to another origin (it goes on
+  // without the headers), until it finishes or fails.
+  std::optional<std::string> ownLoadOrigin_;
+  std::shared_ptr<BridgeTrust> trust_ = std::make_shared<BridgeTrust>();
 };
 
 }  // namespace korvane

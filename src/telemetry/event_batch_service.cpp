@@ -102,7 +102,8 @@ bool EventBatchService::shouldFlush() const {
 
 void EventBatchService::loadPersistedEvents() {
   // Read and removed in one step: nothing written in between is removed unread.
-  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents();
+  // Only what the queue has room for: the rest stays in the file for a later load.
+  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents(deps_.queue->room());
   if (!loaded) {
     KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
     return;
@@ -113,7 +114,14 @@ void EventBatchService::loadPersistedEvents() {
     return;
   }
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
-  for (Event& event : loaded.value()) deps_.queue->enqueue(std::move(event));
+  std::size_t pushedOut = 0;  // by events tracked since the room was measured
+  for (Event& event : loaded.value()) {
+    pushedOut += deps_.queue->room() == 0 ? 1 : 0;
+    deps_.queue->enqueue(std::move(event));
+  }
+  if (pushedOut > 0)
+    KorvaneLogger::w(kTag, "Dropped the " + std::to_string(pushedOut) +
+                               " oldest queued events to make room for persisted ones");
   accepted_ += count;
   KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
 }

@@ -1,10 +1,12 @@
 #include "telemetry/event_codec.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "api/json_writer.h"
 #include "api/record_codec.h"
 #include "core/base64.h"
+#include "korvane/core/json_value.h"
 
 namespace korvane {
 
@@ -79,12 +81,13 @@ Result<std::vector<Event>> decodeEventFile(std::string_view text) {
 
 namespace {
 
-// Checks an event file as it streams past, with the same rules as decoding but without building
-// anything: a file is read whole before every single-event save.
+// Checks an event file as it streams past, with the same rules as decoding (the nesting limit
+// included) but without building anything: a file is read whole before every single-event save.
 class EventFileValidator final : public nlohmann::json_sax<Json> {
  public:
   std::size_t events = 0;
   double oldestTimestamp = std::numeric_limits<double>::infinity();
+  std::optional<Error> failure;  // why the file was refused, once it was
 
   bool null() override { return scalar(Kind::null); }
   bool boolean(bool) override { return scalar(Kind::other); }
@@ -97,7 +100,8 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
   bool number_float(number_float_t value, const string_t&) override { return number(value); }
   bool binary(binary_t&) override { return scalar(Kind::other); }
   bool string(string_t& value) override {
-    if (depth_ != 2) return depth_ > 2;
+    if (depth_ == 1) return refuse(json::wrongType(element(), "an object"));
+    if (depth_ != 2) return true;
     return set(key_, value);
   }
   bool start_object(std::size_t) override {
@@ -106,9 +110,8 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     else if (depth_ == 2)
       scalar(Kind::other);  // a nested value under an event key
     else if (depth_ == 0)
-      return false;
-    ++depth_;
-    return true;
+      return refuse(json::wrongType("", "an array"));
+    return enter();
   }
   bool key(string_t& name) override {
     if (depth_ == 2) key_ = name;
@@ -116,22 +119,29 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
   }
   bool end_object() override {
     if (--depth_ != 1) return true;
-    ++events;
     const Fields& f = fields_;
-    return f.eventId && f.type && f.timestamp && f.category && f.nameOk && f.payloadOk;
+    const char* wrong = !f.eventId     ? "eventId"
+                        : !f.type      ? "type"
+                        : !f.timestamp ? "timestamp"
+                        : !f.category  ? "category"
+                        : !f.nameOk    ? "customEventName"
+                        : !f.payloadOk ? "payload"
+                                       : nullptr;
+    if (wrong) return refuse(json::corrupted(json::childPath(element(), wrong), "no valid value"));
+    ++events;
+    return true;
   }
   bool start_array(std::size_t) override {
-    if (depth_ == 1) return false;  // only objects stand in the top array
+    if (depth_ == 1) return refuse(json::wrongType(element(), "an object"));
     if (depth_ == 2) scalar(Kind::other);
-    ++depth_;
-    return true;
+    return enter();
   }
   bool end_array() override {
     --depth_;
     return true;
   }
   bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-    return false;
+    return refuse(json::corrupted("", "the given data was not valid JSON"));
   }
 
  private:
@@ -148,9 +158,23 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     return scalar(Kind::number);
   }
 
+  bool refuse(Error why) {
+    if (!failure) failure = std::move(why);
+    return false;
+  }
+  bool enter() {
+    if (depth_ == kMaxJsonDepth)
+      return refuse(json::corrupted(
+          "", "the given data nests deeper than " + std::to_string(kMaxJsonDepth) + " levels"));
+    ++depth_;
+    return true;
+  }
+  // The path of the event being read, as decoding names it.
+  std::string element() const { return "[" + std::to_string(events) + "]"; }
+
   // A non-string value; the last value of a repeated key is the one that counts.
   bool scalar(Kind kind) {
-    if (depth_ == 1) return false;
+    if (depth_ == 1) return refuse(json::wrongType(element(), "an object"));
     if (depth_ != 2) return true;
     if (key_ == "eventId")
       fields_.eventId = false;
@@ -183,11 +207,14 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     return true;
   }
 
+  // What json::objectFromBase64 accepts: a leading byte-order mark, then an object.
   static bool isBase64Object(const std::string& text) {
     const std::optional<std::string> bytes = base64::decode(text);
     if (!bytes) return false;
-    const std::size_t first = bytes->find_first_not_of(" \t\r\n");
-    return first != std::string::npos && (*bytes)[first] == '{' && Json::accept(*bytes);
+    std::string_view json = *bytes;
+    if (json.starts_with("\xEF\xBB\xBF")) json.remove_prefix(3);
+    const std::size_t first = json.find_first_not_of(" \t\r\n");
+    return first != std::string_view::npos && json[first] == '{' && isDepthLimitedJson(*bytes);
   }
 
   int depth_ = 0;
@@ -197,22 +224,24 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
 
 }  // namespace
 
-std::optional<EventFileSummary> summarizeEventFile(std::string_view text) {
+Result<EventFileSummary> summarizeEventFile(std::string_view text) {
   EventFileValidator validator;
   // Decoding skips a leading UTF-8 byte-order mark; so must this, or a save would discard a file
   // that loads.
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos ||
-      text[text.find_first_not_of(" \t\r\n")] != '[')
-    return std::nullopt;
-  if (!Json::sax_parse(text.begin(), text.end(), &validator)) return std::nullopt;
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos)
+    return json::corrupted("", "the given data was not valid JSON");
+  if (text[first] != '[') return json::wrongType("", "an array");
+  if (!Json::sax_parse(text.begin(), text.end(), &validator))
+    return validator.failure.value_or(json::corrupted("", "the given data was not valid JSON"));
   return EventFileSummary{validator.events, validator.oldestTimestamp};
 }
 
 std::optional<std::size_t> validEventCount(std::string_view text) {
-  const std::optional<EventFileSummary> summary = summarizeEventFile(text);
+  const Result<EventFileSummary> summary = summarizeEventFile(text);
   if (!summary) return std::nullopt;
-  return summary->events;
+  return summary.value().events;
 }
 
 }  // namespace korvane

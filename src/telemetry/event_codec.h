@@ -29,7 +29,8 @@ struct EventFileSummary {
   std::size_t events = 0;
   double oldestTimestamp = std::numeric_limits<double>::infinity();  // of all events
 };
-// validEventCount with the oldest timestamp in the file as well.
-std::optional<EventFileSummary> summarizeEventFile(std::string_view text);
+// validEventCount with the oldest timestamp in the file as well; for a file decoding would refuse,
+// the reason.
+Result<EventFileSummary> summarizeEventFile(std::string_view text);
 
 }  // namespace korvane

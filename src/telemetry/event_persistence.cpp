@@ -169,10 +169,15 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   Result<std::string> path = fileLocation();
   if (!path) return path.error();
   std::optional<std::string> text = readWhole(path.value());
-  const std::optional<EventFileSummary> existing = text ? summarizeEventFile(*text) : std::nullopt;
-  if (text && !existing) {
-    noteReplacedDamage(decodeEventFile(*text).error());
-    text.reset();
+  std::optional<EventFileSummary> existing;
+  if (text) {
+    Result<EventFileSummary> summary = summarizeEventFile(*text);
+    if (summary) {
+      existing = summary.value();
+    } else {
+      noteReplacedDamage(summary.error());
+      text.reset();
+    }
   }
   const std::string added = encodeEvent(event);
   const std::size_t count = existing ? existing->events : 0;
@@ -181,7 +186,13 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
       isYoung(event.timestamp) && fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
   if (!withinLimits) {
     std::vector<Event> events;
-    if (text) events = decodeEventFile(*text).value();
+    if (text) {
+      Result<std::vector<Event>> decoded = decodeEventFile(*text);
+      if (decoded)
+        events = std::move(decoded).value();
+      else
+        noteReplacedDamage(decoded.error());  // the check above and decoding disagree
+    }
     events.push_back(event);
     if (count >= kTrimTrigger)
       events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
@@ -285,16 +296,31 @@ Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
   return writeLocked(loaded.value().path, remaining, loaded.value().agedOut);
 }
 
-Result<std::vector<Event>> EventPersistenceManager::takeEvents() {
+Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCount) {
   FileLock lock(*this);
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
   if (loaded.value().damage) return *loaded.value().damage;
   if (!loaded.value().exists) return std::vector<Event>();
-  if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
-  noteDropped(loaded.value().agedOut, 0);
-  return std::move(loaded.value().young);
+  std::vector<Event>& young = loaded.value().young;
+  if (young.size() <= maxCount) {
+    if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+    noteDropped(loaded.value().agedOut, 0);
+    return std::move(young);
+  }
+  // The newer events wait in the file rather than push older ones out of a full queue.
+  const auto firstLeft = young.begin() + static_cast<std::ptrdiff_t>(maxCount);
+  const std::vector<Event> left(std::make_move_iterator(firstLeft),
+                                std::make_move_iterator(young.end()));
+  young.erase(firstLeft, young.end());
+  if (Status kept = writeLocked(loaded.value().path, left, loaded.value().agedOut); !kept)
+    return kept.error();
+  KorvaneLogger::i(kTag, "Took " + std::to_string(maxCount) + " of " +
+                             std::to_string(maxCount + left.size()) +
+                             " events from the event file, leaving " + std::to_string(left.size()) +
+                             " for a later load");
+  return std::move(young);
 }
 
 void EventPersistenceManager::cleanupOldEvents() {

@@ -1,5 +1,6 @@
 #include "korvane/telemetry/event_queue.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace korvane {
@@ -29,6 +30,10 @@ std::vector<Event> EventQueueManager::dequeue(std::size_t maxCount) {
 
 std::size_t EventQueueManager::count() const {
   return size_.load(std::memory_order_acquire);
+}
+
+std::size_t EventQueueManager::room() const {
+  return maxQueueSize_ - std::min(count(), maxQueueSize_);
 }
 
 std::vector<Event> EventQueueManager::snapshot() const {

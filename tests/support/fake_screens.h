@@ -18,6 +18,7 @@ class FakeWebView final : public WebView {
   std::vector<WebRequest> loads;
   std::vector<std::string> htmlLoads;
   std::vector<std::string> scripts;
+  std::optional<std::string> followed;  // where the page went after its last load
   int reloads = 0;
   bool stopped = false;
   std::function<Result<std::string>(const std::string&)> answer = [](const std::string&) {
@@ -28,7 +29,10 @@ class FakeWebView final : public WebView {
   void addUserScript(const std::string& script) override { userScripts.push_back(script); }
   void addScriptMessageHandler(const std::string& name) override { handlers.push_back(name); }
   void removeScriptMessageHandler(const std::string& name) override { std::erase(handlers, name); }
-  void load(const WebRequest& request) override { loads.push_back(request); }
+  void load(const WebRequest& request) override {
+    loads.push_back(request);
+    followed.reset();
+  }
   void loadHtml(const std::string& html, const std::optional<std::string>&) override {
     htmlLoads.push_back(html);
   }
@@ -42,13 +46,24 @@ class FakeWebView final : public WebView {
   bool canGoBack() const override { return false; }
   void goBack() override {}
   std::optional<std::string> currentUrl() const override {
+    if (followed) return followed;
     return loads.empty() ? std::nullopt : std::optional<std::string>(loads.back().url);
   }
 
-  // What the page would post: from the main frame of the page loaded last (an opaque origin
-  // when only HTML was loaded), or from the frame given.
+  // The main frame goes to `url` by itself (a link, a server redirect): the delegate decides, and
+  // an address it allows becomes the page's.
+  NavigationPolicy follow(const std::string& url) {
+    auto d = delegate.lock();
+    const NavigationPolicy policy = d ? d->decidePolicy({url, true}) : NavigationPolicy::cancel;
+    if (policy == NavigationPolicy::allow) followed = url;
+    return policy;
+  }
+
+  // What the page would post: from the main frame of the page shown (an opaque origin when only
+  // HTML was loaded), or from the frame given.
   void post(const std::string& body) {
-    postFrom(body, true, loads.empty() ? "" : url::origin(loads.back().url).value_or(""));
+    const std::optional<std::string> shown = currentUrl();
+    postFrom(body, true, shown ? url::origin(*shown).value_or("") : "");
   }
   void postFrom(const std::string& body, bool mainFrame, const std::string& frameOrigin) {
     if (auto d = delegate.lock())

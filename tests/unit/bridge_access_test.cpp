@@ -319,6 +319,132 @@ TEST_F(BridgeAccessTest, IdentificationHeadersStayWithTheOfferwallsOrigin) {
       << "a later navigation carries no headers";
 }
 
+// The advertising id goes only into a page whose address is of an origin the offerwall trusts,
+// however the web view came to show it.
+TEST_F(BridgeAccessTest, OnlyPagesOfATrustedOriginLearnTheAdvertisingId) {
+  using Step = std::function<void(testing::FakeWebView&)>;
+  const struct {
+    const char* name;
+    Step step;  // after the offerwall's own page has finished
+    bool learns;
+  } cases[] = {
+      {"the offerwall's own page", [](auto&) {}, true},
+      {"a page of its origin it links to",
+       [](auto& view) { view.follow("https://partner.example/next"); }, true},
+      {"the hub it links to", [](auto& view) { view.follow("https://hub.example/"); }, true},
+      {"another origin it links to", [](auto& view) { view.follow("https://ads.example/landing"); },
+       false},
+      {"a _blank link or window.open to another origin",
+       [](auto& view) {
+         view.delegate.lock()->requestNewWindow({"https://ads.example/blank", true});
+       },
+       false},
+      {"a _blank link or window.open to its own origin",
+       [](auto& view) {
+         view.delegate.lock()->requestNewWindow({"https://partner.example/blank", true});
+       },
+       true},
+  };
+  const auto learned = [](const testing::FakeWebView& view, std::size_t from) {
+    for (std::size_t i = from; i < view.scripts.size(); ++i)
+      if (view.scripts[i].find("KorvaneConfig.ifa") != std::string::npos) return true;
+    return false;
+  };
+  for (const auto& c : cases) {
+    auto root = present("https://partner.example/wall");
+    testing::FakeWebView& view = screen(0).view;
+    view.delegate.lock()->didFinishNavigation();
+    ASSERT_TRUE(learned(view, 0)) << c.name;
+    const std::size_t before = view.scripts.size();
+    c.step(view);
+    settle();
+    view.delegate.lock()->didFinishNavigation();
+    EXPECT_EQ(learned(view, before), c.learns) << c.name;
+    root->closeOfferwall();
+    settle();
+  }
+
+  // The offerwall's own load, redirected by its server to another origin before it finished.
+  auto root = present("https://partner.example/wall");
+  testing::FakeWebView& view = screen(0).view;
+  view.follow("https://clicks.example/r");
+  settle();
+  ASSERT_EQ(view.currentUrl(), "https://clicks.example/r");
+  view.delegate.lock()->didFinishNavigation();
+  EXPECT_FALSE(learned(view, 0));
+}
+
+// A server redirect of the offerwall's own load keeps the bridge when it stays with the same
+// site: http upgraded to https, a leading "www." added or dropped, default ports only. Anything
+// else stays untrusted, with one warning naming the origin and how an app trusts it.
+TEST_F(BridgeAccessTest, RedirectsOfTheOfferwallsOwnLoadToTheSameSiteKeepTheBridge) {
+  const struct {
+    const char* address;
+    std::vector<const char*> hops;  // the server's redirects, in order
+    bool trusted;                   // the last hop's origin
+  } cases[] = {
+      {"http://partner.example/wall", {"https://partner.example/wall"}, true},
+      {"http://partner.example:80/wall", {"https://partner.example:443/wall"}, true},
+      {"https://partner.example/wall", {"https://www.partner.example/wall"}, true},
+      {"https://www.partner.example/wall", {"https://partner.example/wall"}, true},
+      {"http://partner.example/wall", {"https://www.partner.example/"}, true},
+      {"http://partner.example/wall",
+       {"https://partner.example/wall", "https://www.partner.example/wall"},
+       true},
+      {"http://www.partner.example/wall", {"http://partner.example/wall"}, true},
+      {"https://partner.example/wall", {"http://partner.example/wall"}, false},
+      {"https://partner.example/wall", {"https://clicks.example/r"}, false},
+      {"https://partner.example/wall", {"https://api.partner.example/"}, false},
+      {"https://partner.example/wall", {"https://www.www.partner.example/"}, false},
+      {"https://partner.example/wall", {"https://wwwpartner.example/"}, false},
+      {"https://www.partner.example/wall", {"https://www.example/"}, false},
+      {"https://partner.example/wall", {"https://partner.example:8443/"}, false},
+      {"http://partner.example:8080/wall", {"https://partner.example:8080/"}, false},
+      {"http://partner.example:8080/wall", {"https://partner.example/"}, false},
+      {"https://partner.example/wall",
+       {"https://clicks.example/r", "https://www.clicks.example/r"},
+       false},
+  };
+  for (const auto& c : cases) {
+    const std::string target = c.hops.back();
+    const std::string origin = *url::origin(target);
+    SCOPED_TRACE(std::string(c.address) + " -> " + target);
+    auto root = present(c.address);
+    testing::FakeWebView& view = screen(0).view;
+    log_.clear();
+    for (const char* hop : c.hops) {
+      view.follow(hop);
+      settle();
+    }
+    ASSERT_EQ(url::origin(*view.currentUrl()), origin);
+    EXPECT_EQ(log_.contains("[W/KorvaneOfferwallViewController] 🚫 Offerwall address redirected "
+                            "to origin " +
+                            origin +
+                            ", which is not trusted: its pages get only \"close\" and \"retry\" "
+                            "from the bridge. An app that trusts it adds it with "
+                            "KorvaneSdkConfig::Builder::addTrustedOrigin(\"" +
+                            origin + "\") (-addTrustedOrigin: in Objective-C)"),
+              !c.trusted);
+    view.delegate.lock()->didFinishNavigation();
+    EXPECT_EQ(honoured(screen(0), R"({"type":"getUserInfo"})", true, origin), c.trusted);
+    EXPECT_TRUE(honoured(screen(0), R"({"type":"getUserInfo"})", true, *url::origin(c.address)))
+        << "the address it left stays trusted";
+    root->closeOfferwall();
+    settle();
+  }
+
+  // Only the offerwall's own load: a page it opens, redirected the same way, gains nothing.
+  auto root = present("https://partner.example/wall");
+  screen(0).view.delegate.lock()->didFinishNavigation();
+  screen(0).view.post(R"({"type":"openWebView","data":{"url":"http://shop.partner.example/"}})");
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 2u);
+  screen(1).view.follow("https://shop.partner.example/");
+  settle();
+  EXPECT_FALSE(
+      honoured(screen(1), R"({"type":"getUserInfo"})", true, "https://shop.partner.example"));
+}
+
 // Inner pages, replacements and the embedded view's stack trust what their offerwall trusts:
 // a page-given address brings no trust of its own.
 TEST_F(BridgeAccessTest, PagesAnOfferwallOpensInheritItsTrust) {

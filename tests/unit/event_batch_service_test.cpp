@@ -1,11 +1,15 @@
 // The batch service with a manual clock, main thread, executor and a scripted backend.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <set>
 
 #include "fake_platform.h"
+#include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/error_telemetry.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "log_capture.h"
@@ -48,7 +52,13 @@ class MemoryPersistence final : public EventPersistenceProtocol {
     });
     return okStatus();
   }
-  Result<std::vector<Event>> takeEvents() override { return std::exchange(file, {}); }
+  Result<std::vector<Event>> takeEvents(std::size_t maxCount) override {
+    const auto firstLeft =
+        file.begin() + static_cast<std::ptrdiff_t>(std::min(maxCount, file.size()));
+    std::vector<Event> taken(file.begin(), firstLeft);
+    file.erase(file.begin(), firstLeft);
+    return taken;
+  }
 };
 
 // Background time that counts the grants begun and those still held.
@@ -274,6 +284,54 @@ TEST_F(BatchServiceTest, BackgroundPersistsTheQueueAndForegroundBringsItBack) {
   EXPECT_EQ(queue_->count(), 7u) << "termination writes the queue and leaves it";
 }
 
+// A file holding more than the queue has room for gives the queue what fits, oldest first, and
+// keeps the rest for the next load instead of letting the queue push it out.
+TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNextLoad) {
+  const std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("korvane-room-" + std::to_string(::getpid()));
+  std::filesystem::remove_all(dir);
+  auto file = std::make_shared<EventPersistenceManager>(
+      std::make_shared<linux_host::FixedDocumentsDirectory>(dir), platform_.clock);
+  std::vector<Event> persisted;
+  for (int i = 0; i < 700; ++i) persisted.push_back(event());
+  ASSERT_TRUE(file->saveEvents(persisted).ok());
+  for (int i = 0; i < 100; ++i) queue_->enqueue(event());  // room for 400
+
+  testing::LogCapture log;
+  BatchServiceDependencies deps;
+  deps.queue = queue_;
+  deps.persistence = file;
+  deps.api = [this]() -> Result<std::shared_ptr<ApiService>> {
+    return std::shared_ptr<ApiService>(api_);
+  };
+  deps.context = [] { return SendContext{}; };
+  deps.mainThread = platform_.mainThread;
+  deps.clock = platform_.clock;
+  deps.random = platform_.random;
+  deps.lifecycle = platform_.lifecycle;
+  deps.executor = executor_;
+  auto service = EventBatchService::create(std::move(deps));
+
+  EXPECT_EQ(queue_->count(), 500u);
+  EXPECT_EQ(queue_->droppedCount(), 0u) << "nothing was pushed out of the queue";
+  EXPECT_EQ(queue_->snapshot().back().eventId, "E399");
+  const Result<std::vector<Event>> left = file->loadEvents();
+  ASSERT_TRUE(left.ok());
+  ASSERT_EQ(left.value().size(), 300u) << "the rest stays in the file";
+  EXPECT_EQ(left.value().front().eventId, "E400");
+  EXPECT_TRUE(
+      log.contains("[I/EventBatchService] Took 400 of 700 events from the event file, "
+                   "leaving 300 for a later load"));
+
+  queue_->dequeue(500);
+  platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+  EXPECT_EQ(queue_->count(), 300u) << "the next load brings the rest";
+  EXPECT_EQ(queue_->snapshot().front().eventId, "E400");
+  EXPECT_FALSE(std::filesystem::exists(dir / "korvane_events.json"));
+  service.reset();
+  std::filesystem::remove_all(dir);
+}
+
 TEST_F(BatchServiceTest, ABatchFailingAfterBackgroundingKeepsWhatBackgroundingWrote) {
   api_->holdBatches = true;
   auto service = makeService(2);
@@ -454,6 +512,7 @@ class ComplainingQueue final : public EventQueueProtocol {
   }
   std::vector<Event> dequeue(std::size_t n) override { return inner.dequeue(n); }
   std::size_t count() const override { return inner.count(); }
+  std::size_t room() const override { return inner.room(); }
   std::vector<Event> snapshot() const override { return inner.snapshot(); }
 };
 

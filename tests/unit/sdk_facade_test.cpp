@@ -403,6 +403,27 @@ TEST_F(FacadeTest, TrackCustomEventNamesThePayloadAndKeepsOtherKeys) {
   EXPECT_TRUE(events[1].parameters.empty()) << "a payload that is not an object is dropped";
 }
 
+// A payload nested deeper than the event file reads back is left out, so it cannot make the file
+// unreadable; the event still goes.
+TEST_F(FacadeTest, PayloadsNestedDeeperThanSixtyFourLevelsAreLeftOut) {
+  reach(Stage::initialized);
+  for (const std::size_t depth : {64u, 65u, 100000u}) {
+    const std::string inner = std::string(depth - 1, '[') + std::string(depth - 1, ']');
+    sdk_.trackEvent(EventType::quizClicked, "quiz", JsonValue::parse(R"({"k":)" + inner + "}"));
+  }
+  sdk_.flushEvents();
+  settle();
+  const std::vector<EventBatch> batches = api_->batches();
+  ASSERT_EQ(batches.size(), 1u);
+  const auto& events = batches[0].events;
+  ASSERT_EQ(events.size(), 3u);
+  EXPECT_EQ(events[0].parameters.size(), 1u) << "64 levels are kept";
+  EXPECT_TRUE(events[1].parameters.empty());
+  EXPECT_TRUE(events[2].parameters.empty());
+  EXPECT_EQ(log_.count("Event payload nests deeper than 64 levels; sending the event without it"),
+            2u);
+}
+
 TEST_F(FacadeTest, AdvertisingIdIsZeroUntilTrackingAllowsIt) {
   std::string id;
   sdk_.getAdvertisingId([&](std::string value) { id = std::move(value); });

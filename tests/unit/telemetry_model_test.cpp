@@ -9,10 +9,10 @@
 #include <functional>
 
 #include "api/record_codec.h"
+#include "core/base64.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/event_persistence.h"
 #include "korvane/telemetry/event_queue.h"
-#include "telemetry/event_codec.h"
 #include "log_capture.h"
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
@@ -343,6 +343,40 @@ TEST_F(EventFileTest, AByteOrderMarkedFileKeepsItsEventsThroughASave) {
   std::vector<std::string> ids;
   for (const Event& e : loaded.value()) ids.push_back(e.eventId);
   EXPECT_EQ(ids, (std::vector<std::string>{"a", "b", "c"}));
+}
+
+// A payload is read alike by the check that runs before each save and by decoding, whatever
+// stands before its object; a save never throws, and a refused file is reported with the
+// check's own reason.
+TEST_F(EventFileTest, ThePayloadCheckAndDecodingAgree) {
+  const struct {
+    std::string payload;
+    bool valid;
+  } cases[] = {
+      {"77u/e30=", true},                                    // byte-order mark, {}
+      {base64::encode("\xEF\xBB\xBF \n{\"k\":[1]}"), true},  // mark, white space, object
+      {base64::encode(" \xEF\xBB\xBF{}"), false},            // a mark after white space
+      {base64::encode("\xEF\xBB\xBF[]"), false},             // marked, not an object
+      {base64::encode("\xEF\xBB{}"), false},                 // part of a mark
+  };
+  auto store = manager();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.payload);
+    const std::string text = R"([{"eventId":"a","type":"custom","timestamp":)" +
+                             std::to_string(static_cast<long long>(now())) +
+                             R"(,"category":"c","payload":")" + c.payload + R"("}])";
+    EXPECT_EQ(validEventCount(text).has_value(), c.valid);
+    EXPECT_EQ(decodeEventFile(text).ok(), c.valid);
+    fs::create_directories(dir_);
+    std::ofstream(file(), std::ios::binary) << text;
+    testing::LogCapture capture;
+    Status saved = okStatus();
+    ASSERT_NO_THROW(saved = store.saveEvent(eventAt(now(), "new")));
+    EXPECT_TRUE(saved.ok());
+    EXPECT_EQ(store.loadEvents().value().size(), c.valid ? 2u : 1u);
+    EXPECT_EQ(capture.count("The event file was damaged and is started afresh: "),
+              c.valid ? 0u : 1u);
+  }
 }
 
 // A write that fails part-way (here a file-size limit, as a full disk would) leaves the old file

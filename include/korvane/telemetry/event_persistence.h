@@ -41,9 +41,10 @@ class EventPersistenceProtocol {
   virtual Status mergeEvents(const std::vector<Event>& events) = 0;
   // Removes these events (by identifier); the file goes when nothing is left in it.
   virtual Status forgetEvents(const std::vector<Event>& events) = 0;
-  // The file's events younger than the maximum age, and the file removed; a file that cannot
-  // be read is an error and stays.
-  virtual Result<std::vector<Event>> takeEvents() = 0;
+  // The file's oldest `maxCount` events younger than the maximum age, taken out of it: the rest
+  // stay for a later call, and the file goes when nothing is left. A file that cannot be read is
+  // an error and stays.
+  virtual Result<std::vector<Event>> takeEvents(std::size_t maxCount) = 0;
 };
 
 // The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
@@ -65,7 +66,7 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   void cleanupOldEvents() override;
   Status mergeEvents(const std::vector<Event>& events) override;
   Status forgetEvents(const std::vector<Event>& events) override;
-  Result<std::vector<Event>> takeEvents() override;
+  Result<std::vector<Event>> takeEvents(std::size_t maxCount) override;
 
   std::int64_t maxFileSize() const { return maxFileSize_; }
   // How many events the size and age limits have pushed out of the file so far.

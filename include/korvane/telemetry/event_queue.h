@@ -19,6 +19,8 @@ class EventQueueProtocol {
   // Removes and returns up to maxCount events from the head, in order.
   virtual std::vector<Event> dequeue(std::size_t maxCount) = 0;
   virtual std::size_t count() const = 0;
+  // How many events fit before enqueueing drops the oldest.
+  virtual std::size_t room() const = 0;
   // The queued events, oldest first, left in place.
   virtual std::vector<Event> snapshot() const = 0;
 };
@@ -30,6 +32,7 @@ class EventQueueManager final : public EventQueueProtocol {
   void enqueue(Event event) override;
   std::vector<Event> dequeue(std::size_t maxCount) override;
   std::size_t count() const override;
+  std::size_t room() const override;
   std::vector<Event> snapshot() const override;
   // How many events the bound has pushed out since construction.
   std::size_t droppedCount() const { return dropped_.load(); }

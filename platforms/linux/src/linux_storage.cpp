@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "korvane/core/json_value.h"
 #include "korvane/core/logger.h"
 
 namespace korvane::linux_host {
@@ -28,12 +29,13 @@ FileKeyValueStore::FileKeyValueStore(std::filesystem::path file) : file_(std::mo
   if (!in) return;
   std::stringstream text;
   text << in.rdbuf();
-  const auto json = nlohmann::json::parse(text.str(), nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object()) {
-    KorvaneLogger::w(kTag, "Ignoring unreadable settings file " + file_.string());
+  const Result<JsonValue> json = parseDepthLimitedJson(text.str());
+  if (!json || !json.value().is_object()) {
+    KorvaneLogger::w(kTag, "Ignoring unreadable settings file " + file_.string() +
+                               (json ? "" : ": " + json.error().description));
     return;
   }
-  for (const auto& [key, value] : json.items())
+  for (const auto& [key, value] : json.value().items())
     if (value.is_string()) values_[key] = value.get<std::string>();
 }
 
