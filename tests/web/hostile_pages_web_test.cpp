@@ -338,6 +338,10 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
               residentBefore, residentAfter,
               static_cast<long>(residentAfter) - static_cast<long>(residentBefore));
 
+  // The host's own memory (page scripts live in WebKit's web processes): the 64 MiB messages
+  // pass through it, but nothing of them stays. Measured growth: at most about 180 MiB.
+  EXPECT_LT(residentAfter, residentBefore + 512u * 1024u);
+
   // Nothing that identifies the user or the device reached the attacker's origin.
   const std::string saw = attackerSaw();
   for (const std::string& secret : secrets())
@@ -351,7 +355,7 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
   EXPECT_TRUE(events_->dataRequests.empty());
   EXPECT_EQ(screens_->presented, 1) << "no page, adjoe or window of its own";
   EXPECT_TRUE(callback_->heard.empty() || callback_->heard == std::vector<std::string>{"opened"});
-  EXPECT_GT(log_.count("🚫 Bridge message 'getUserInfo' refused"), 0u);
+  EXPECT_GE(log_.count("🚫 Bridge message '"), 10000u) << "the flood reached native, refused";
   EXPECT_EQ(log_.count("Event tracked from WebView"), 0u);
   EXPECT_EQ(log_.count("Mission 완료 알림"), 0u);
   EXPECT_EQ(log_.count("Quiz 완료 알림"), 0u);
@@ -383,6 +387,19 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
     ASSERT_FALSE(screens_->live.empty());
     expectTrustedRoundTrip(top());
   }
+}
+
+// Opening apps, the App Store and the outside browser without a user gesture: by navigation,
+// window.open, a scripted click, a frame and the bridge. Disabled until navigations carry whether
+// a person started them: today a scripted link click, a frame's address and a location change to
+// an app scheme all reach the URL opener, from any origin and from frames (window.open and the
+// bridge are already refused).
+TEST_P(HostilePages, DISABLED_NoAppOrBrowserOpensWithoutAGesture) {
+  const Stage& stage = GetParam();
+  bringIn(stage.entry, attackUrl(stage.name, /*launch=*/true));
+  ASSERT_TRUE(pumpUntil([&] { return !reports(stage.name, "done").empty(); }, 60s));
+  pumpFor(500ms);
+  EXPECT_EQ(opener_->opened, std::vector<std::string>{});
 }
 
 INSTANTIATE_TEST_SUITE_P(Entries, HostilePages,
