@@ -356,6 +356,7 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
   EXPECT_EQ(screens_->presented, 1) << "no page, adjoe or window of its own";
   EXPECT_TRUE(callback_->heard.empty() || callback_->heard == std::vector<std::string>{"opened"});
   EXPECT_GE(log_.count("🚫 Bridge message '"), 10000u) << "the flood reached native, refused";
+  EXPECT_GE(log_.count("nests deeper than"), 3u) << "the deep messages reached native, refused";
   EXPECT_EQ(log_.count("Event tracked from WebView"), 0u);
   EXPECT_EQ(log_.count("Mission 완료 알림"), 0u);
   EXPECT_EQ(log_.count("Quiz 완료 알림"), 0u);
