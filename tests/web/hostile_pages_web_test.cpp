@@ -30,6 +30,11 @@ using namespace std::chrono_literals;
 
 constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
 constexpr const char* kUserId = "hostile-harness-user-7Q";
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::size_t kResidentGrowthBoundKiB = 1024u * 1024u;
+#else
+constexpr std::size_t kResidentGrowthBoundKiB = 512u * 1024u;
+#endif
 
 // Log lines as a host that writes them out would hold them: each cut to 1 KiB (a page can make
 // the SDK log its 64 MiB message, which is the log's size, not the SDK's memory).
@@ -339,8 +344,9 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
               static_cast<long>(residentAfter) - static_cast<long>(residentBefore));
 
   // The host's own memory (page scripts live in WebKit's web processes): the 64 MiB messages
-  // pass through it, but nothing of them stays. Measured growth: at most about 180 MiB.
-  EXPECT_LT(residentAfter, residentBefore + 512u * 1024u);
+  // pass through it, but nothing of them stays. Measured growth in one attack: at most about
+  // 180 MiB, and about 480 MiB under AddressSanitizer, whose quarantine keeps freed memory.
+  EXPECT_LT(residentAfter, residentBefore + kResidentGrowthBoundKiB);
 
   // Nothing that identifies the user or the device reached the attacker's origin.
   const std::string saw = attackerSaw();
