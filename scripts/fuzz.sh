@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets and runs each for the given number of seconds (default 60),
-# starting from its seed corpus. Any crash or sanitizer report fails the run.
+# starting from its seed corpus (and fuzz/<name>.dict, if there is one). Any crash or sanitizer
+# report fails the run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -13,7 +14,10 @@ for target in build/fuzz/fuzz/fuzz_*; do
   mkdir -p "$work"
   echo "-- $name for ${seconds}s"
   log="build/fuzz/$name.log"
-  if ! "$target" -max_total_time="$seconds" -print_final_stats=1 -close_fd_mask=3 "$work" "$seeds" >"$log" 2>&1; then
+  options=(-max_total_time="$seconds" -print_final_stats=1 -close_fd_mask=3)
+  dictionary="fuzz/${name#fuzz_}.dict"  # the format's tokens, where a target has them
+  [[ -f $dictionary ]] && options+=(-dict="$dictionary")
+  if ! "$target" "${options[@]}" "$work" "$seeds" >"$log" 2>&1; then
     tail -n 40 "$log"
     echo "$name failed" >&2
     exit 1

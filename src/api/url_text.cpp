@@ -19,6 +19,57 @@ bool isUrlChar(unsigned char c) {
   return isUnreserved(c) || kAllowed.find(static_cast<char>(c)) != std::string_view::npos;
 }
 
+// A dotted IPv4 address: four decimal octets up to 255, without leading zeros.
+bool isIpv4Address(std::string_view text) {
+  for (int octet = 0; octet < 4; ++octet) {
+    const std::size_t end = std::min(text.find('.'), text.size());
+    const std::string_view digits = text.substr(0, end);
+    if (digits.empty() || digits.size() > 3 || (digits.size() > 1 && digits[0] == '0'))
+      return false;
+    int value = 0;
+    for (const char c : digits) {
+      if (!std::isdigit(static_cast<unsigned char>(c))) return false;
+      value = value * 10 + (c - '0');
+    }
+    if (value > 255 || (octet < 3) == (end == text.size())) return false;
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return true;
+}
+
+// An IPv6 address as a URL writes it between brackets: eight groups of one to four hex digits,
+// or fewer around one "::", the last two groups possibly written as an IPv4 address.
+bool isIpv6Address(std::string_view text) {
+  std::size_t groups = 0;
+  bool compressed = text.starts_with("::");
+  std::size_t i = compressed ? 2 : 0;
+  while (i < text.size()) {
+    const std::size_t end = std::min(text.find(':', i), text.size());
+    const std::string_view piece = text.substr(i, end - i);
+    if (piece.find('.') != std::string_view::npos) {
+      if (end != text.size() || !isIpv4Address(piece)) return false;
+      groups += 2;
+      break;
+    }
+    if (piece.empty() || piece.size() > 4 || !std::all_of(piece.begin(), piece.end(), [](char c) {
+          return isHex(static_cast<unsigned char>(c));
+        }))
+      return false;
+    ++groups;
+    if (end == text.size()) break;
+    if (text.substr(end, 2) == "::") {
+      if (compressed) return false;
+      compressed = true;
+      i = end + 2;
+    } else if (end + 1 == text.size()) {
+      return false;  // a lone colon at the end
+    } else {
+      i = end + 1;
+    }
+  }
+  return compressed ? groups <= 7 : groups == 8;
+}
+
 }  // namespace
 
 bool isValid(std::string_view text) {
@@ -62,11 +113,8 @@ std::optional<std::string> origin(std::string_view text) {
   std::size_t end = 0;
   if (!authority.empty() && authority[0] == '[') {
     end = authority.find(']');
-    if (end == std::string_view::npos || end == 1) return std::nullopt;
-    for (std::size_t i = 1; i < end; ++i) {
-      const auto c = static_cast<unsigned char>(authority[i]);
-      if (!isHex(c) && c != ':' && c != '.') return std::nullopt;
-    }
+    if (end == std::string_view::npos || !isIpv6Address(authority.substr(1, end - 1)))
+      return std::nullopt;
     ++end;
   } else {
     while (end < authority.size() && authority[end] != ':') {

@@ -17,7 +17,8 @@ bool isValid(std::string_view text);
 // default port dropped (80 for http and ws, 443 for https and wss), nothing after the host. Nothing
 // for opaque origins ("null", about:, data:, file: and every other address without a host) and
 // for anything a strict reading doubts: credentials, backslashes, percent escapes or other
-// characters outside letters, digits, "-", "." and "_" in the host, a port beyond 65535.
+// characters outside letters, digits, "-", "." and "_" in the host, brackets around anything but
+// an IPv6 address, a port beyond 65535. An IPv6 address is kept as written (only lower-cased).
 std::optional<std::string> origin(std::string_view text);
 
 // Percent-encodes a query item's name or value the way URL components do: letters, digits and

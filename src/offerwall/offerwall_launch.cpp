@@ -1,4 +1,6 @@
 // The facade's offerwall entry points.
+#include "offerwall/offerwall_launch.h"
+
 #include "api/url_text.h"
 #include "core/sdk_session.h"
 #include "korvane/core/korvane_sdk.h"
@@ -78,11 +80,12 @@ void KorvaneSdk::openOfferwall(PresentationAnchor* presenting, const std::string
       callback->onError("Offerwall URL not available. Please check your app configuration.");
     return;
   }
-  if (!placements::presentOpening(makeController(app->korvaneHubUrl, placementId),
-                                  openingCallbacks(callback, std::move(eventCallback)), presenting))
-    return;
-  trackEvent(EventType::offerwallOpened, "offerwall",
-             JsonValue{{"source", "sdk_api"}, {"placementId", placementId}});
+  placements::presentOpening(
+      makeController(app->korvaneHubUrl, placementId),
+      openingCallbacks(callback, std::move(eventCallback)), presenting, false, [this, placementId] {
+        trackEvent(EventType::offerwallOpened, "offerwall",
+                   JsonValue{{"source", "sdk_api"}, {"placementId", placementId}});
+      });
 }
 
 void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string& placementId,
@@ -96,23 +99,33 @@ void KorvaneSdk::openOfferwallWithUrl(const std::string& url, const std::string&
                              showNavigationBar, useNativeNavigationBar);
       }))
     return;
-  if (!preconditionsHold(*this, false, callback)) return;
+  launch::openOfferwallWithUrl(url, placementId, presenting,
+                               openingCallbacks(std::move(callback), std::move(eventCallback)),
+                               showNavigationBar, useNativeNavigationBar);
+}
+
+void launch::openOfferwallWithUrl(const std::string& url, const std::string& placementId,
+                                  PresentationAnchor* presenting,
+                                  const placements::OpeningCallbacks& callbacks,
+                                  bool showNavigationBar, bool useNativeNavigationBar) {
+  KorvaneSdk& sdk = KorvaneSdk::shared();
+  if (!preconditionsHold(sdk, false, callbacks.callback)) return;
   if (url.empty()) {
     KorvaneLogger::w(kTag, "URL is empty");
-    if (callback) callback->onError("URL cannot be empty");
+    if (callbacks.callback) callbacks.callback->onError("URL cannot be empty");
     return;
   }
   auto controller = makeController(url, placementId);
   controller->showNavigationBar = showNavigationBar;
   controller->useNativeNavigationBar = useNativeNavigationBar;
-  if (!placements::presentOpening(controller, openingCallbacks(callback, std::move(eventCallback)),
-                                  presenting, useNativeNavigationBar))
-    return;
-  trackEvent(EventType::custom, "offerwall",
-             JsonValue{{"event_name", "custom_offerwall_opened"},
-                       {"source", "sdk_api"},
-                       {"url", url},
-                       {"placementId", placementId}});
+  placements::presentOpening(
+      controller, callbacks, presenting, useNativeNavigationBar, [url, placementId] {
+        KorvaneSdk::shared().trackEvent(EventType::custom, "offerwall",
+                                        JsonValue{{"event_name", "custom_offerwall_opened"},
+                                                  {"source", "sdk_api"},
+                                                  {"url", url},
+                                                  {"placementId", placementId}});
+      });
 }
 
 void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,

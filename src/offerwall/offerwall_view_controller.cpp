@@ -10,6 +10,7 @@
 #include "offerwall/bridge_dispatcher.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
+#include "offerwall/offerwall_openings.h"
 #include "offerwall/offerwall_url.h"
 #include "offerwall/page_host.h"
 
@@ -24,13 +25,18 @@ constexpr const char* kBackButtonTitle = "< 뒤로";
 struct TypeWideState {
   std::shared_ptr<OfferwallCallback> offerwallCallback;
   // Counts the openings, so that one ending late (its dismissal still fading) leaves a newer
-  // opening's callback alone.
+  // opening's callback alone; `currentOpening` is the one whose callbacks are installed.
   std::uint64_t openings = 0;
+  std::uint64_t currentOpening = 0;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
   bool hasFiredOnClosed = false;
   std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers;
   // Presented controllers stay alive until they are dismissed.
   std::vector<std::shared_ptr<KorvaneOfferwallViewController>> presented;
+  // Pages closing (from the start of their close until they have left the screen), and the
+  // openings waiting for them to be gone.
+  std::vector<std::weak_ptr<OfferwallControllerImpl>> closing;
+  std::vector<std::function<void()>> afterClosing;
 };
 
 TypeWideState& typeWide() {
@@ -60,7 +66,10 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   explicit OfferwallControllerImpl(std::weak_ptr<KorvaneOfferwallViewController> owner)
       : PageHost(BridgeHostKind::controller, std::string(kTag)), owner_(std::move(owner)) {}
   // The web view belongs to the screen, so let go of it before the screen goes.
-  ~OfferwallControllerImpl() override { detach(); }
+  ~OfferwallControllerImpl() override {
+    detach();
+    if (closing_) releaseWaitingOpenings();
+  }
 
   bool present(PresentationAnchor* over, bool inNavigationContainer);
   void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);
@@ -105,6 +114,10 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
 
   bool isPresented() const { return screen_ != nullptr && !dismissing_; }
   Screen* screen() const { return screen_.get(); }
+  static void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller,
+                                      OfferwallOpening opener) {
+    controller.impl_->opener_ = std::move(opener);
+  }
 
  private:
   std::shared_ptr<KorvaneOfferwallViewController> owner() const { return owner_.lock(); }
@@ -115,6 +128,12 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void finishDismissal();
   // No newer opening has started since this page's: the callbacks set now are its own.
   bool ownsCallback() const;
+  // From the moment its close starts (before onClosed) until it has left the screen, the page
+  // holds back new openings (see whenNoOfferwallIsClosing).
+  void beginClosing();
+  void endClosing();
+  // The openings that waited run once no page is closing any more.
+  static void releaseWaitingOpenings();
 
   std::weak_ptr<KorvaneOfferwallViewController> owner_;
   std::shared_ptr<BridgeDispatcher> dispatcher_;
@@ -131,6 +150,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::optional<BridgeTrust> inheritedTrust_;
   // Which opening this page belongs to; inner pages share their first page's.
   std::uint64_t openingGeneration_ = 0;
+  // The opening a page's request replaced, put back when this first page's opening ends.
+  std::optional<OfferwallOpening> opener_;
+  bool closing_ = false;
 };
 
 ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer) const {
@@ -201,7 +223,7 @@ void OfferwallControllerImpl::viewDidLoad() {
     if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
   if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
-  if (!self->isSubWebView) openingGeneration_ = ++typeWide().openings;
+  if (!self->isSubWebView) openingGeneration_ = typeWide().currentOpening = ++typeWide().openings;
   attach(screen_->webView(), session);
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
@@ -213,6 +235,7 @@ void OfferwallControllerImpl::viewDidLoad() {
 
   if (!self->baseUrl || self->baseUrl->empty()) {
     KorvaneLogger::e(kTag, "No base URL provided");
+    beginClosing();
     if (!self->isSubWebView && typeWide().offerwallCallback)
       typeWide().offerwallCallback->onError("Failed to load offerwall: No URL provided");
     return dismiss(true);
@@ -222,7 +245,36 @@ void OfferwallControllerImpl::viewDidLoad() {
 }
 
 bool OfferwallControllerImpl::ownsCallback() const {
-  return openingGeneration_ == typeWide().openings;
+  return openingGeneration_ == typeWide().currentOpening;
+}
+
+void OfferwallControllerImpl::beginClosing() {
+  if (closing_) return;
+  closing_ = true;
+  typeWide().closing.push_back(
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this()));
+}
+
+void OfferwallControllerImpl::endClosing() {
+  if (!closing_) return;
+  closing_ = false;
+  std::erase_if(typeWide().closing, [this](const std::weak_ptr<OfferwallControllerImpl>& page) {
+    auto alive = page.lock();
+    return !alive || alive.get() == this;
+  });
+  releaseWaitingOpenings();
+}
+
+void OfferwallControllerImpl::releaseWaitingOpenings() {
+  TypeWideState& state = typeWide();
+  std::erase_if(state.closing, [](const auto& page) { return page.expired(); });
+  if (!state.closing.empty() || state.afterClosing.empty()) return;
+  // From the next turn: the platform is still ending the dismissal that brought us here.
+  SdkInternals::session()->environment().platform.mainThread->post(
+      [waiting = std::move(state.afterClosing)] {
+        for (const std::function<void()>& opening : waiting) opening();
+      });
+  state.afterClosing.clear();
 }
 
 void OfferwallControllerImpl::fireOnClosedOnce() {
@@ -241,6 +293,7 @@ void OfferwallControllerImpl::closeProcedure() {
   if (auto container = container_.lock()) return container->closeProcedure();
   KorvaneLogger::d(kTag, "Closing offerwall");
   if (isSubPage()) return dismiss(true);
+  beginClosing();
   auto subs = std::move(typeWide().activeSubControllers);
   typeWide().activeSubControllers.clear();
   for (auto it = subs.rbegin(); it != subs.rend(); ++it)
@@ -255,6 +308,7 @@ void OfferwallControllerImpl::closeProcedure() {
 void OfferwallControllerImpl::dismissedBySystem() {
   if (!screen_ || dismissing_) return;
   dismissing_ = true;
+  beginClosing();
   if (!isSubPage()) {
     fireOnClosedOnce();
     KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
@@ -264,14 +318,19 @@ void OfferwallControllerImpl::dismissedBySystem() {
 
 void OfferwallControllerImpl::closePage() {
   if (auto container = container_.lock()) return container->closePage();
-  if (!isSubPage()) fireOnClosedOnce();
+  if (!isSubPage()) {
+    beginClosing();
+    fireOnClosedOnce();
+  }
   dismiss(true);
 }
 
 // The page counts as leaving only once the platform has taken the dismissal on: one asked for
 // during a transition (the page still being presented) is asked again when that has ended.
 void OfferwallControllerImpl::dismiss(bool animated) {
-  if (!screen_ || dismissing_ || dismissWaiting_) return;
+  if (!screen_) return endClosing();
+  if (dismissing_ || dismissWaiting_) return;
+  beginClosing();
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
   dismissing_ = true;
@@ -300,13 +359,20 @@ void OfferwallControllerImpl::finishDismissal() {
       return !alive || alive == self;
     });
   } else if (ownsCallback()) {
-    state.offerwallCallback = nullptr;
+    // An opening a page asked for hands the callbacks back to the offerwall under it.
+    if (opener_) {
+      restoreOfferwallOpening(*opener_);
+    } else {
+      state.offerwallCallback = nullptr;
+    }
   }
+  opener_.reset();
   detach();
   if (child_) child_->impl_->dismiss(false);
   child_.reset();
   screen_.reset();
   std::erase(state.presented, self);
+  endClosing();
 }
 
 void OfferwallControllerImpl::openPage(const std::string& url) {
@@ -352,6 +418,32 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
 void OfferwallControllerImpl::openAdjoeOfferwall(const std::string& placementId,
                                                  std::shared_ptr<OfferwallCallback> callback) {
   openAdjoeFromPage(placementId, std::move(callback), screen_.get());
+}
+
+OfferwallOpening currentOfferwallOpening() {
+  const TypeWideState& state = typeWide();
+  return {state.offerwallCallback, state.eventCallback, state.hasFiredOnClosed,
+          state.currentOpening};
+}
+
+void restoreOfferwallOpening(const OfferwallOpening& opening) {
+  TypeWideState& state = typeWide();
+  state.offerwallCallback = opening.callback;
+  state.eventCallback = opening.eventCallback;
+  state.hasFiredOnClosed = opening.hasFiredOnClosed;
+  state.currentOpening = opening.generation;
+}
+
+void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller, OfferwallOpening opener) {
+  OfferwallControllerImpl::returnToOpenerWhenEnded(controller, std::move(opener));
+}
+
+void whenNoOfferwallIsClosing(std::function<void()> then) {
+  TypeWideState& state = typeWide();
+  std::erase_if(state.closing, [](const auto& page) { return page.expired(); });
+  if (state.closing.empty()) return then();
+  KorvaneLogger::d(kTag, "Opening the offerwall once the closing one has left the screen");
+  state.afterClosing.push_back(std::move(then));
 }
 
 std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create() {

@@ -7,6 +7,7 @@
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/outside_opening.h"
+#include "placements/adjoe_manager.h"
 #include "placements/placement_registry.h"
 
 namespace korvane {
@@ -139,7 +140,7 @@ void PageHost::evaluateInPage(const std::string& script,
 void PageHost::openAdjoeFromPage(const std::string& placementId,
                                  std::shared_ptr<OfferwallCallback> callback,
                                  PresentationAnchor* over) {
-  KorvaneSdk::shared().openAdjoeOfferwall(over, placementId, std::move(callback));
+  KorvaneAdjoeManager::openOfferwall(over, placementId, std::move(callback), AdjoeOpener::page);
 }
 
 std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {

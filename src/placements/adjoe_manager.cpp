@@ -8,6 +8,7 @@
 #include "korvane/api/device_utils.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
+#include "offerwall/offerwall_launch.h"
 #include "placements/placement_support.h"
 
 namespace korvane {
@@ -62,7 +63,7 @@ std::optional<std::string> KorvaneAdjoeManager::buildPlaytimeWebUrl(
 }
 
 void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
-                               std::shared_ptr<OfferwallCallback> callback) {
+                               std::shared_ptr<OfferwallCallback> callback, AdjoeOpener opener) {
   const auto orNil = [](const auto& value) -> std::string {
     if (!value) return "nil";
     if constexpr (std::is_same_v<std::decay_t<decltype(*value)>, std::string>) {
@@ -98,13 +99,27 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
           KorvaneLogger::w(kTag, "Failed to track adjoe event: " + sent.error().description);
         }
       });
-  KorvaneSdk::shared().openOfferwallWithUrl(url, inputs.placement.value_or(""), presenting,
-                                            std::move(callback), nullptr, false, true);
+  // No event callback of its own; the callbacks it replaces come back when a page opened it.
+  const bool restart = callback != nullptr;
+  launch::openOfferwallWithUrl(url, inputs.placement.value_or(""), presenting,
+                               {std::move(callback), std::shared_ptr<OfferwallEventCallback>(),
+                                restart, opener == AdjoeOpener::page},
+                               false, true);
 }
 
 void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                                     std::shared_ptr<OfferwallCallback> callback) {
-  std::shared_ptr<MainThread> mainThread = session()->environment().platform.mainThread;
+  KorvaneAdjoeManager::openOfferwall(presenting, placementId, std::move(callback),
+                                     AdjoeOpener::app);
+}
+
+void KorvaneAdjoeManager::openOfferwall(PresentationAnchor* presenting,
+                                        const std::string& placementId,
+                                        std::shared_ptr<OfferwallCallback> callback,
+                                        AdjoeOpener opener) {
+  KorvaneSdk& sdk = KorvaneSdk::shared();
+  std::shared_ptr<SdkSession> session = SdkInternals::session();
+  std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
   // Offerwall callbacks run on the main thread, refusals included, whatever thread called.
   const auto refuse = [&callback, &mainThread](const char* logged, const char* reported) {
     KorvaneLogger::w(kTag, logged);
@@ -115,12 +130,12 @@ void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::s
       callback->onError(reported);
     }
   };
-  if (!isInitialized())
+  if (!sdk.isInitialized())
     return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");
-  std::optional<KorvaneSdkUser> user = getCurrentUser();
+  std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
   if (!user) return refuse("User not logged in", "User not logged in. Please login first.");
-  std::optional<AppData> app = validatedAppData();
-  std::optional<KorvaneSdkConfig> config = getConfig();
+  std::optional<AppData> app = sdk.validatedAppData();
+  std::optional<KorvaneSdkConfig> config = sdk.getConfig();
   // The server's word wins over the host's configuration, both ways.
   const bool enabled =
       app && app->adjoeEnabled ? *app->adjoeEnabled : config && config->adjoeEnabled();
@@ -131,9 +146,9 @@ void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::s
     return refuse("Adjoe offerwall URL not available",
                   "Adjoe offerwall URL not available. Please check server configuration.");
 
-  std::shared_ptr<SdkSession> session = this->session();
   session->environment().tasks->submit([session, held = HeldAnchor(presenting), placementId,
-                                        callback, baseUrl = *app->adjoeOfferwallUrl, user = *user] {
+                                        callback, baseUrl = *app->adjoeOfferwallUrl, user = *user,
+                                        opener] {
     session->environment().platform.mainThread->post([=] {
       if (placements::presentingScreenLost(held, kTag, callback)) return;
       PlaytimeWebInputs inputs;
@@ -147,7 +162,7 @@ void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::s
         inputs.age = std::int64_t{localYear(session->environment().platform.clock->now())} -
                      *user.birthYear();
       }
-      KorvaneAdjoeManager::open(held.get(), inputs, callback);
+      KorvaneAdjoeManager::open(held.get(), inputs, callback, opener);
       KorvaneSdk::shared().trackEvent(EventType::custom, "adjoe",
                                       JsonValue{{"event_name", "adjoe_offerwall_opened"},
                                                 {"source", "sdk_api_web"},

@@ -21,16 +21,24 @@ struct PlaytimeWebInputs {
   std::optional<std::int64_t> age;
 };
 
+// Who asked for adjoe: the app, or an offerwall page, whose offerwall stays on screen under adjoe
+// and gets its callbacks back when adjoe ends.
+enum class AdjoeOpener { app, page };
+
 // Builds adjoe's PlaytimeWeb address and opens it in the SDK's offerwall.
 class KorvaneAdjoeManager {
  public:
+  // KorvaneSdk::openAdjoeOfferwall: the checks, then the opening on the main thread.
+  static void openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
+                            std::shared_ptr<OfferwallCallback> callback, AdjoeOpener opener);
   // The base address with its query replaced by user_id, idfa, placement, gender and age (each
   // only when given); nothing when the base does not parse.
   static std::optional<std::string> buildPlaytimeWebUrl(const PlaytimeWebInputs& inputs);
   // Logs the inputs and the address, sends "adjoe_webview_opened" at once, then opens the
   // address as the facade's openOfferwallWithUrl does, with the native bar.
   static void open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
-                   std::shared_ptr<OfferwallCallback> callback);
+                   std::shared_ptr<OfferwallCallback> callback,
+                   AdjoeOpener opener = AdjoeOpener::app);
 };
 
 }  // namespace korvane

@@ -1,6 +1,7 @@
 #include "placements/placement_support.h"
 
 #include "core/sdk_session.h"
+#include "offerwall/offerwall_openings.h"
 
 namespace korvane::placements {
 
@@ -50,32 +51,44 @@ std::shared_ptr<KorvaneOfferwallViewController> offerwallFor(const std::string& 
   return controller;
 }
 
-bool presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
-                    const OpeningCallbacks& callbacks, PresentationAnchor* from,
-                    bool inNavigationContainer) {
+namespace {
+
+void presentNow(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                const OpeningCallbacks& callbacks, PresentationAnchor* from,
+                bool inNavigationContainer, const std::function<void()>& presented) {
   using Controller = KorvaneOfferwallViewController;
-  const std::shared_ptr<OfferwallCallback> previousCallback = Controller::offerwallCallback();
-  const std::shared_ptr<OfferwallEventCallback> previousEvents = Controller::eventCallback();
-  const bool previousFired = Controller::hasFiredOnClosed();
+  const OfferwallOpening previous = currentOfferwallOpening();
   if (callbacks.restartOnClosed) Controller::setHasFiredOnClosed(false);
   Controller::setOfferwallCallback(callbacks.callback);
   if (callbacks.eventCallback) Controller::setEventCallback(*callbacks.eventCallback);
+  if (callbacks.returnsToOpener) returnToOpenerWhenEnded(*controller, previous);
   if (!controller->present(from, inNavigationContainer)) {
-    Controller::setOfferwallCallback(previousCallback);
-    Controller::setEventCallback(previousEvents);
-    Controller::setHasFiredOnClosed(previousFired);
+    restoreOfferwallOpening(previous);
     if (callbacks.callback)
       callbacks.callback->onError("Failed to open offerwall: it could not be presented");
-    return false;
+    return;
   }
   if (callbacks.callback) callbacks.callback->onOpened();
-  return true;
+  if (presented) presented();
 }
 
-bool presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+}  // namespace
+
+void presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+                    const OpeningCallbacks& callbacks, PresentationAnchor* from,
+                    bool inNavigationContainer, std::function<void()> presented) {
+  // A page presented over one that is closing would be taken down with it.
+  whenNoOfferwallIsClosing([controller, callbacks, held = HeldAnchor(from), inNavigationContainer,
+                            presented = std::move(presented)] {
+    if (presentingScreenLost(held, "KorvaneOfferwallViewController", callbacks.callback)) return;
+    presentNow(controller, callbacks, held.get(), inNavigationContainer, presented);
+  });
+}
+
+void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        PresentationAnchor* from) {
-  return presentOpening(controller, {callback, std::nullopt, true}, from);
+  presentOpening(controller, {callback, std::nullopt, true}, from);
 }
 
 }  // namespace korvane::placements

@@ -39,15 +39,18 @@ struct OpeningCallbacks {
   std::shared_ptr<OfferwallCallback> callback;
   std::optional<std::shared_ptr<OfferwallEventCallback>> eventCallback;
   bool restartOnClosed = true;  // a new once-only onClosed
+  // An offerwall page asked for it: the callbacks it replaces go back when it ends.
+  bool returnsToOpener = false;
 };
-// Makes the opening's callbacks the offerwall's, presents the controller full screen over `from`
-// and reports onOpened. When the platform refuses it, the callbacks in place before stay (they
-// belong to the page still shown) and the opening's own callback hears onError instead.
-bool presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+// Makes the opening's callbacks the offerwall's, presents the controller full screen over `from`,
+// reports onOpened and runs `presented`. When the platform refuses it, the callbacks in place
+// before stay (they belong to the page still shown) and the opening's own callback hears onError
+// instead. While an offerwall page is closing, all of this waits until it has left the screen.
+void presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                     const OpeningCallbacks& callbacks, PresentationAnchor* from,
-                    bool inNavigationContainer = false);
+                    bool inNavigationContainer = false, std::function<void()> presented = {});
 // presentOpening with `callback` alone.
-bool presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
+void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        PresentationAnchor* from);
 

@@ -217,7 +217,7 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     return first != std::string_view::npos && json[first] == '{' && isDepthLimitedJson(*bytes);
   }
 
-  int depth_ = 0;
+  std::size_t depth_ = 0;
   std::string key_;
   Fields fields_;
 };

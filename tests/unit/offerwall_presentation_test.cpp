@@ -133,28 +133,82 @@ TEST_F(OfferwallPresentationTest, RefusedOpeningsReportAnErrorAndLeaveTheShownOn
   EXPECT_EQ(second->heard, std::vector<std::string>{kRefused}) << "not the first one's closing";
   EXPECT_EQ(eventsNamed("offerwall_opened"), 1u);
 
-  // Opened while the last opening's dismissal still animates; then again once it is over.
+  // Opened while the last opening's dismissal still animates: it waits for that page to go.
   auto third = open();
   settleScreens();
   page(0).close();
   settle();
   ASSERT_TRUE(uikit_->inTransition());
   auto during = open();
-  EXPECT_EQ(during->heard, std::vector<std::string>{kRefused});
+  EXPECT_TRUE(during->heard.empty());
   settleScreens();
   EXPECT_EQ(third->heard, (std::vector<std::string>{"opened", "closed"}));
-  auto after = open();
-  settleScreens();
-  EXPECT_EQ(after->heard, std::vector<std::string>{"opened"});
+  EXPECT_EQ(during->heard, std::vector<std::string>{"opened"});
   ASSERT_EQ(uikit_->stack.size(), 1u);
   page(0).close();
   settleScreens();
+  EXPECT_EQ(during->heard, (std::vector<std::string>{"opened", "closed"}));
 
   // Every refused page went at once; every page shown is still alive or went through a close.
-  for (const char* refused : {"page0", "page2", "page4"})
+  for (const char* refused : {"page0", "page2"})
     EXPECT_EQ(count(std::string(refused) + " refused"), 1u) << refused;
-  for (const char* destroyed : {"page1", "page3"})
+  for (const char* destroyed : {"page1", "page3", "page4"})
     EXPECT_EQ(count(std::string(destroyed) + " destroyed"), 1u) << destroyed;
+}
+
+// An app that opens the offerwall again from onClosed gets a new offerwall that stays: it is
+// presented once the closing one has left the screen, however that one was closed.
+TEST_F(OfferwallPresentationTest, AnOfferwallOpenedFromOnClosedStaysOnScreen) {
+  class Reopening final : public OfferwallCallback {
+   public:
+    Reopening(KorvaneSdk& sdk, std::shared_ptr<RecordingCallback> next)
+        : sdk_(sdk), next_(std::move(next)) {}
+    void onOpened() override { heard.push_back("opened"); }
+    void onClosed() override {
+      heard.push_back("closed");
+      sdk_.openOfferwall(nullptr, "again", next_, nullptr);
+    }
+    void onError(const std::string& message) override { heard.push_back("error:" + message); }
+    void onRewardEarned(int) override {}
+    std::vector<std::string> heard;
+
+   private:
+    KorvaneSdk& sdk_;
+    std::shared_ptr<RecordingCallback> next_;
+  };
+  using Closing = std::function<void(OfferwallPresentationTest&)>;
+  const std::pair<const char*, Closing> closings[] = {
+      {"its close button", [](auto& t) { t.page(0).close(); }},
+      {"its page posts close", [](auto& t) { t.page(0).view.post(R"({"type":"close"})"); }},
+      {"its page loads korvane://close",
+       [](auto& t) { t.page(0).view.delegate.lock()->decidePolicy({"korvane://close", true}); }},
+      {"the close button over an inner page",
+       [](auto& t) {
+         t.page(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
+         t.settleScreens();
+         t.page(0).close();
+       }},
+      {"the app dismisses it", [](auto& t) { EXPECT_TRUE(t.uikit_->appDismisses(t.page(0))); }},
+  };
+  for (const auto& [name, close] : closings) {
+    SCOPED_TRACE(name);
+    auto next = std::make_shared<RecordingCallback>();
+    auto first = std::make_shared<Reopening>(sdk_, next);
+    sdk_.openOfferwall(nullptr, "home", first, nullptr);
+    settleScreens();
+    ASSERT_EQ(uikit_->stack.size(), 1u);
+    close(*this);
+    settleScreens();
+    EXPECT_EQ(first->heard, (std::vector<std::string>{"opened", "closed"}));
+    EXPECT_EQ(next->heard, std::vector<std::string>{"opened"});
+    ASSERT_EQ(uikit_->stack.size(), 1u);
+    EXPECT_EQ(KorvaneOfferwallViewController::offerwallCallback(), next);
+    page(0).close();
+    settleScreens();
+    EXPECT_TRUE(uikit_->stack.empty());
+    EXPECT_EQ(next->heard, (std::vector<std::string>{"opened", "closed"}));
+  }
+  EXPECT_EQ(eventsNamed("offerwall_opened"), 2 * std::size(closings));
 }
 
 // An inner page the page asks for while a transition runs is refused; the page keeps working.

@@ -569,5 +569,58 @@ TEST_F(AdjoeTest, OpeningCarriesTheUsersDataRecordsAtOnceAndUsesTheNativeBar) {
   EXPECT_NE(screen(2).view.loads.at(0).url.find("&placement=wall&"), std::string::npos);
 }
 
+// adjoe opened by the offerwall's own page covers it for a while. Once adjoe has gone, however
+// it ended, the offerwall under it still reports to the app: page events, data requests, load
+// errors and its own closing.
+TEST_F(AdjoeTest, TheOfferwallUnderAnAdjoeItsPageOpenedKeepsReportingToTheApp) {
+  struct Events final : OfferwallEventCallback {
+    void onCustomEvent(const std::string& type, const JsonValue&) override {
+      heard.push_back(type);
+    }
+    std::optional<JsonValue> onDataRequest(const std::string& id, const std::string&,
+                                           const JsonValue&) override {
+      heard.push_back(id);
+      return JsonValue{{"points", 1}};
+    }
+    std::vector<std::string> heard;
+  };
+  using Ending = std::function<void(testing::FakePresenter::FakeScreen&)>;
+  const std::pair<const char*, Ending> endings[] = {
+      {"its close button", [](auto& adjoe) { adjoe.close(); }},
+      {"its page posts close", [](auto& adjoe) { adjoe.view.post(R"({"type":"close"})"); }},
+      {"the app dismisses it", [](auto& adjoe) { adjoe.dismissed(); }},
+  };
+  for (const auto& [name, end] : endings) {
+    SCOPED_TRACE(name);
+    auto heard = std::make_shared<RecordingCallback>();
+    auto events = std::make_shared<Events>();
+    sdk_.openOfferwall(nullptr, "home", heard, events);
+    settle();
+    ASSERT_EQ(presenter_->live.size(), 1u);
+    testing::FakePresenter::FakeScreen& wall = screen(0);
+    wall.view.post(R"({"type":"openAdjoeOfferwall","data":{"placementId":"wall"}})");
+    settle();
+    ASSERT_EQ(presenter_->live.size(), 2u);
+    end(screen(1));
+    settle();
+    ASSERT_EQ(presenter_->live.size(), 1u);
+
+    wall.view.post(R"({"type":"customEvent","data":{"eventType":"reward"}})");
+    settle();
+    wall.view.post(R"({"type":"dataRequest","data":{"requestId":"req_1_a","requestType":"t"}})");
+    settle();
+    wall.view.delegate.lock()->didFailNavigation(
+        Error{Error::kUrlLoadingDomain, -1004, "Could not connect"}, false);
+    wall.close();
+    settle();
+    EXPECT_TRUE(presenter_->live.empty());
+    EXPECT_EQ(events->heard, (std::vector<std::string>{"reward", "req_1_a"}));
+    EXPECT_EQ(heard->heard,
+              (std::vector<std::string>{
+                  "opened", "error:Failed to load offerwall: Could not connect", "closed"}));
+    EXPECT_FALSE(KorvaneOfferwallViewController::offerwallCallback()) << "cleared as it left";
+  }
+}
+
 }  // namespace
 }  // namespace korvane

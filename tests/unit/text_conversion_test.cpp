@@ -10,6 +10,7 @@
 #include <cmath>
 #include <random>
 
+#include "api/url_text.h"
 #include "core/double_text.h"
 #include "korvane/core/control_labels.h"
 #include "korvane/core/text.h"
@@ -138,6 +139,42 @@ TEST(ControlLabels, BackLabelIsTheTitlesWordsWithoutItsGlyphs) {
     EXPECT_EQ(labels.back, c.back);
     EXPECT_EQ(labels.close, "닫기");
     EXPECT_EQ(labels.reload, "새로고침");
+  }
+}
+
+// A bracketed host is an origin only when it is an IPv6 address (kept as written), as a URL
+// parser reads it; anything else in brackets is no origin at all.
+TEST(WebOrigin, BracketedHostsAreIpv6Addresses) {
+  const std::pair<const char*, bool> hosts[] = {
+      {"[::1]", true},
+      {"[::]", true},
+      {"[1:2:3:4:5:6:7:8]", true},
+      {"[FE80::1]", true},
+      {"[1::]", true},
+      {"[::ffff:192.0.2.1]", true},
+      {"[1:2:3:4:5:6:1.2.3.4]", true},
+      {"[.]", false},
+      {"[:]", false},
+      {"[:::]", false},
+      {"[1:2]", false},
+      {"[::1.]", false},
+      {"[1::2::3]", false},
+      {"[1:2:3:4:5:6:7:8:9]", false},
+      {"[12345::]", false},
+      {"[1:]", false},
+      {"[:1]", false},
+      {"[::1.2.3]", false},
+      {"[::1.2.3.256]", false},
+      {"[::01.2.3.4]", false},
+      {"[1.2.3.4]", false},
+      {"[::1.2.3.4:1]", false},
+      {"[1:2:3:4:5:6:7::8]", false},
+  };
+  for (const auto& [host, address] : hosts) {
+    std::string text = "http://" + std::string(host) + ":81/";
+    std::string expected = "http://";
+    for (const char c : std::string(host)) expected += static_cast<char>(std::tolower(c));
+    EXPECT_EQ(url::origin(text), address ? std::optional(expected + ":81") : std::nullopt) << host;
   }
 }
 

@@ -468,12 +468,16 @@ TEST_F(OfferwallWeb, InjectedNamesDoNotRun) {
 
 // WebKitGTK carries a request's headers along its redirects; the identification headers must
 // not reach another origin that way, while a redirect within the offerwall's origin keeps them.
+// Nor does the advertising id: a page of the other origin never learns it, one of the
+// offerwall's origin does.
 TEST_F(OfferwallWeb, IdentificationHeadersDoNotFollowARedirectToAnotherOrigin) {
+  const std::string withConfig = "<script>window.KorvaneConfig = {};</script>";
   devserver::DevServer other;
   ASSERT_NE(other.start(), 0);
-  other.setPage("/pages/landing.html", page("Landing"));
+  other.setPage("/pages/landing.html", page("Landing", withConfig));
+  server_.setPage("/pages/configured.html", page("Configured", withConfig));
   server_.setRedirect("/pages/away.html", other.baseUrl() + "/pages/landing.html");
-  server_.setRedirect("/pages/around.html", "/pages/root.html");
+  server_.setRedirect("/pages/around.html", "/pages/configured.html");
 
   auto away = openRoot("/pages/away.html");
   ASSERT_TRUE(pumpUntil([&] {
@@ -489,12 +493,23 @@ TEST_F(OfferwallWeb, IdentificationHeadersDoNotFollowARedirectToAnotherOrigin) {
       EXPECT_FALSE(request.header(name)) << name << " reached " << other.baseUrl();
   }
   EXPECT_TRUE(callback_->heard.empty()) << "the stopped redirect is no load failure";
+  pumpFor(200ms);
+  EXPECT_EQ(evaluate(screen(0), "typeof window.KorvaneConfig.ifa"), "\"undefined\"");
+  EXPECT_TRUE(
+      log_.mentions("[W/KorvaneOfferwallViewController] 🚫 Offerwall address redirected "
+                    "to origin " +
+                    other.baseUrl() + ", which is not trusted"));
   screen(0).close();
   ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
 
   auto around = openRoot("/pages/around.html");
-  ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/root.html").empty(); }));
-  EXPECT_EQ(server_.requestsTo("/pages/root.html")[0].header("x-korvane-app-key"), "demo-app-key");
+  ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/configured.html").empty(); }));
+  EXPECT_EQ(server_.requestsTo("/pages/configured.html")[0].header("x-korvane-app-key"),
+            "demo-app-key");
+  EXPECT_TRUE(pumpUntil([&] {
+    return evaluate(screen(0), "window.KorvaneConfig && window.KorvaneConfig.ifa") ==
+           "\"" + std::string(kIdfa) + "\"";
+  }));
 }
 
 // The embedded view's stack: a push covers the page, a pop fades back to it with its inner

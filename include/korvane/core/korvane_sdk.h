@@ -80,7 +80,9 @@ class KorvaneSdk {
   // line and the callback's onError; then installs the callbacks (a given callback restarts the
   // once-only onClosed), presents the offerwall over `presenting` (an offerwall page, a screen the
   // platform knows, or the host's top screen when null), calls onOpened and records the opening.
-  // Call them on the main thread; from another thread they move there.
+  // Asked while an offerwall is closing (from its onClosed, say), all of that happens once the
+  // closing one has left the screen. Call them on the main thread; from another thread they move
+  // there.
   void openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                      std::shared_ptr<OfferwallCallback> callback = nullptr,
                      std::shared_ptr<OfferwallEventCallback> eventCallback = nullptr);
