@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "api/record_codec.h"
+#include "core/base64.h"
 #include "webapp_assets.h"
 
 namespace korvane::devserver {
@@ -183,6 +184,131 @@ std::string contentType(std::string_view name) {
   return "text/html";
 }
 
+// Arrays nested `depth` deep: "[[[...]]]".
+std::string nestedArrays(int depth) {
+  return std::string(static_cast<std::size_t>(depth), '[') +
+         std::string(static_cast<std::size_t>(depth), ']');
+}
+
+// Objects nested `depth` deep: {"a":{"a":...{}}}.
+std::string nestedObjects(int depth) {
+  std::string text;
+  text.reserve(static_cast<std::size_t>(depth) * 6 + 2);
+  for (int i = 0; i < depth; ++i) text += "{\"a\":";
+  text += "{}";
+  text.append(static_cast<std::size_t>(depth), '}');
+  return text;
+}
+
+// A content type the HTTP layer leaves alone: it compresses "application/json" bodies by itself,
+// which would hide what these answers put on the wire.
+constexpr const char* kRawJson = "application/json; charset=utf-8";
+constexpr std::size_t kHugeBodyBytes = 100u * 1024u * 1024u;
+// Endless answers stop here all the same, so that a client without a limit of its own fails a
+// test instead of taking the machine's memory.
+constexpr std::size_t kEndlessSafetyStop = 256u * 1024u * 1024u;
+constexpr std::size_t kChunk = 64u * 1024u;
+
+// 100 MiB of JSON: {"success":true,"message":"xxx...x"}, made piece by piece.
+void answerHugeBody(httplib::Response& res) {
+  static const std::string head = R"({"success":true,"message":")";
+  static const std::string tail = R"("})";
+  res.set_content_provider(kHugeBodyBytes, kRawJson,
+                           [](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                             std::string piece(std::min(length, kChunk), 'x');
+                             for (std::size_t i = 0; i < piece.size(); ++i) {
+                               const std::size_t at = offset + i;
+                               if (at < head.size()) piece[i] = head[at];
+                               if (at >= kHugeBodyBytes - tail.size())
+                                 piece[i] = tail[at - (kHugeBodyBytes - tail.size())];
+                             }
+                             return sink.write(piece.data(), piece.size());
+                           });
+}
+
+// A JSON string that never closes, sent as long as the client reads.
+void answerEndlessBody(httplib::Response& res) {
+  auto sent = std::make_shared<std::size_t>(0);
+  res.set_chunked_content_provider(kRawJson, [sent](std::size_t, httplib::DataSink& sink) {
+    const std::string piece = *sent == 0
+                                  ? R"({"success":true,"message":")" + std::string(kChunk, 'x')
+                                  : std::string(kChunk, 'x');
+    if (!sink.write(piece.data(), piece.size())) return false;
+    *sent += piece.size();
+    if (*sent >= kEndlessSafetyStop) sink.done();
+    return true;
+  });
+}
+
+// gzip of zeros made as it is sent: about a kilobyte on the wire for every MiB it inflates to.
+void answerGzipBomb(httplib::Response& res) {
+  struct Deflater {
+    z_stream stream{};
+    std::size_t inflated = 0;
+    bool ready = deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY) == Z_OK;
+    ~Deflater() { deflateEnd(&stream); }
+  };
+  auto deflater = std::make_shared<Deflater>();
+  res.set_header("Content-Encoding", "gzip");
+  res.set_chunked_content_provider(kRawJson, [deflater](std::size_t, httplib::DataSink& sink) {
+    if (!deflater->ready) return false;
+    static const std::string zeros(1024u * 1024u, '0');
+    const bool last = deflater->inflated + zeros.size() >= kEndlessSafetyStop;
+    z_stream& z = deflater->stream;
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.data()));
+    z.avail_in = static_cast<uInt>(zeros.size());
+    char out[16384];
+    int status = Z_OK;
+    do {
+      z.next_out = reinterpret_cast<Bytef*>(out);
+      z.avail_out = sizeof out;
+      status = deflate(&z, last ? Z_FINISH : Z_SYNC_FLUSH);
+      const std::size_t produced = sizeof out - z.avail_out;
+      if (produced > 0 && !sink.write(out, produced)) return false;
+    } while (z.avail_out == 0 || (last && status != Z_STREAM_END));
+    deflater->inflated += zeros.size();
+    if (last) sink.done();
+    return true;
+  });
+}
+
+// Replaces an endpoint's answer (`body`, already made) with the hostile one.
+void answerHostile(HostileAnswer mode, Json body, httplib::Response& res) {
+  switch (mode) {
+    case HostileAnswer::none:
+      break;
+    case HostileAnswer::deepJson: {
+      const std::string deep = nestedArrays(kHostileNesting);
+      res.set_content(R"({"success":true,"message":"nested","app":)" + deep + R"(,"user":)" + deep +
+                          R"(,"events":)" + deep + "}",
+                      kRawJson);
+      return;
+    }
+    case HostileAnswer::deepConfig:
+      // Only records with an app carry a configuration; the others answer as usual.
+      if (body.contains("app") && body["app"].is_object())
+        body["app"]["config"] = base64::encode(nestedObjects(kHostileNesting));
+      break;
+    case HostileAnswer::hugeBody:
+      return answerHugeBody(res);
+    case HostileAnswer::endlessBody:
+      return answerEndlessBody(res);
+    case HostileAnswer::wrongContentType:
+      res.set_content("<!doctype html><html><body><h1>502 Bad Gateway</h1></body></html>",
+                      "text/html");
+      return;
+    case HostileAnswer::invalidUtf8:
+      res.set_content(
+          "{\"success\":true,\"message\":\"\xff\xfe\xc3\x28\xed\xa0\x80\","
+          "\"app\":{\"appKey\":\"\xc0\xaf\",\"appName\":\"\x80\"}}",
+          kRawJson);
+      return;
+    case HostileAnswer::gzipBomb:
+      return answerGzipBomb(res);
+  }
+  res.set_content(json::dump(body), "application/json");
+}
+
 }  // namespace
 
 std::optional<std::string> RecordedRequest::header(std::string_view name) const {
@@ -201,6 +327,7 @@ struct DevServer::State {
   std::vector<App> apps;
   std::map<std::string, Fault> faults;
   bool undecodableRefusals = false;
+  HostileAnswer hostile = HostileAnswer::none;
   std::vector<RecordedRequest> requests;
   std::vector<TrackEventRequest> events;
   std::map<std::string, std::string> pages;
@@ -321,6 +448,11 @@ void DevServer::clearFaults() {
 void DevServer::setUndecodableRefusals(bool undecodable) {
   std::lock_guard lock(state_->mutex);
   state_->undecodableRefusals = undecodable;
+}
+
+void DevServer::setHostileAnswer(HostileAnswer answer) {
+  std::lock_guard lock(state_->mutex);
+  state_->hostile = answer;
 }
 
 void DevServer::setPage(const std::string& path, std::string html) {
@@ -449,7 +581,17 @@ void DevServer::installRoutes() {
         return finish();
       }
       int status = 200;
-      const Json body = handle(record, *app, status);
+      Json body = handle(record, *app, status);
+      HostileAnswer hostile = HostileAnswer::none;
+      {
+        std::lock_guard lock(state->mutex);
+        hostile = state->hostile;
+      }
+      if (hostile != HostileAnswer::none) {
+        record.status = res.status = 200;
+        answerHostile(hostile, std::move(body), res);
+        return finish();
+      }
       answer(status, json::dump(body));
       finish();
     };
@@ -593,6 +735,33 @@ void DevServer::installRoutes() {
     res.status = 404;
     res.set_content("not found", "text/plain");
     for (const WebAsset& asset : bridgeKitAssets()) {
+      if (asset.name != name) continue;
+      record.status = 200;
+      res.status = 200;
+      res.set_content(std::string(asset.content), contentType(name) + "; charset=utf-8");
+    }
+    std::lock_guard lock(state->mutex);
+    state->requests.push_back(std::move(record));
+  });
+
+  // What the attacker pages send home, with its body.
+  server_->Post("/hostile/report", [state](const httplib::Request& req, httplib::Response& res) {
+    RecordedRequest record = recordOfPageRequest(req);
+    record.rawBody = record.body = req.body;
+    record.status = 204;
+    res.status = 204;
+    std::lock_guard lock(state->mutex);
+    state->requests.push_back(std::move(record));
+  });
+
+  // The attacker pages, on every origin the server has.
+  server_->Get(R"(/hostile/(.+))", [state](const httplib::Request& req, httplib::Response& res) {
+    RecordedRequest record = recordOfPageRequest(req);
+    const std::string name = req.matches[1].str();
+    record.status = 404;
+    res.status = 404;
+    res.set_content("not found", "text/plain");
+    for (const WebAsset& asset : hostileAssets()) {
       if (asset.name != name) continue;
       record.status = 200;
       res.status = 200;

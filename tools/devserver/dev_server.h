@@ -56,6 +56,19 @@ struct Fault {
   int times = -1;
 };
 
+// What a hostile or broken backend answers every SDK endpoint with, instead of its record.
+enum class HostileAnswer {
+  none,              // the endpoint's own answer
+  deepJson,          // arrays nested 100,000 deep under "app", "user" and "events"
+  deepConfig,        // validate and login: an app whose base64 "config" nests 100,000 deep
+  hugeBody,          // 100 MiB of JSON text
+  endlessBody,       // a chunked body that goes on until the client stops reading
+  wrongContentType,  // an HTML error page as text/html, as a captive portal or proxy answers
+  invalidUtf8,       // JSON whose strings hold bytes that are not UTF-8
+  gzipBomb,          // Content-Encoding: gzip that inflates without end
+};
+inline constexpr int kHostileNesting = 100000;
+
 struct Options {
   std::string host = "127.0.0.1";
   int port = 0;                   // 0: any free port
@@ -84,12 +97,16 @@ class DevServer {
   void clearFaults();
   // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.
   void setUndecodableRefusals(bool undecodable);
+  // Every SDK endpoint answers this way until set back to HostileAnswer::none.
+  void setHostileAnswer(HostileAnswer answer);
 
   // Serves `html` at `path`, which starts with "/pages/"; a path ending in ".js" is served as a
   // script (module scripts need that type).
   void setPage(const std::string& path, std::string html);
   // Answers requests for `path` (under "/pages/") with a 302 to `location`.
   void setRedirect(const std::string& path, std::string location);
+  // Every origin also serves the attacker pages of tools/devserver/hostile at "/hostile/<name>";
+  // what they send to "/hostile/report" (query and body) is recorded like any request.
 
   std::vector<RecordedRequest> requests() const;
   std::vector<RecordedRequest> requestsTo(const std::string& path) const;

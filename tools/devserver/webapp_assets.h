@@ -17,4 +17,7 @@ const std::vector<WebAsset>& webAssets();
 // page author's README), served at /bridge-kit/<name>.
 const std::vector<WebAsset>& bridgeKitAssets();
 
+// The attacker pages of tools/devserver/hostile, served at /hostile/<name> on every origin.
+const std::vector<WebAsset>& hostileAssets();
+
 }  // namespace korvane::devserver

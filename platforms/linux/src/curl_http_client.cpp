@@ -7,6 +7,8 @@
 #include <map>
 #include <mutex>
 
+#include "korvane/core/logger.h"
+
 namespace korvane::linux_host {
 
 struct CurlHttpClient::Transfer {
@@ -16,6 +18,7 @@ struct CurlHttpClient::Transfer {
   curl_slist* headers = nullptr;
   HttpHeaders responseHeaders;
   std::string responseBody;
+  bool bodyTooLarge = false;  // the body passed the limit and the transfer was ended
   char errorText[CURL_ERROR_SIZE] = {};
 
   ~Transfer() {
@@ -26,9 +29,19 @@ struct CurlHttpClient::Transfer {
 
 namespace {
 
+constexpr std::string_view kTag = "HttpClient";
+
+// libcurl hands over the body already inflated (it asks for gzip), so the limit counts the bytes
+// the host would keep, not the bytes on the wire: a small compressed body cannot grow past it.
 std::size_t onBody(char* data, std::size_t size, std::size_t count, void* user) {
-  static_cast<CurlHttpClient::Transfer*>(user)->responseBody.append(data, size * count);
-  return size * count;
+  auto* transfer = static_cast<CurlHttpClient::Transfer*>(user);
+  const std::size_t length = size * count;
+  if (length > kMaxResponseBodyBytes - transfer->responseBody.size()) {
+    transfer->bodyTooLarge = true;
+    return CURL_WRITEFUNC_ERROR;  // ends the transfer with CURLE_WRITE_ERROR
+  }
+  transfer->responseBody.append(data, length);
+  return length;
 }
 
 std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user) {
@@ -160,6 +173,11 @@ struct CurlHttpClient::Engine {
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
         transfer->completion(HttpResponse{static_cast<int>(status), std::move(transfer->responseHeaders),
                                           std::move(transfer->responseBody)});
+      } else if (transfer->bodyTooLarge) {
+        KorvaneLogger::e(kTag, responseTooLargeMessage() + ": " + transfer->request.method + " " +
+                                   transfer->request.url);
+        transfer->completion(TransportError{TransportErrorKind::other, static_cast<long>(code),
+                                            responseTooLargeMessage()});
       } else {
         long osErrno = 0;
         curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
