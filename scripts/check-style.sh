@@ -33,8 +33,8 @@ tool() { command -v "$1" >/dev/null || { echo "check-style: $1 is not installed"
 if ((${#c_files[@]})); then
   tool clang-format-19
   if ((fix)); then
-    clang-format-19 --style=file:.clang-format -i "${c_files[@]}"
-  elif ! clang-format-19 --style=file:.clang-format --dry-run -Werror "${c_files[@]}"; then
+    clang-format-19 --style=file -i "${c_files[@]}"
+  elif ! clang-format-19 --style=file --dry-run -Werror "${c_files[@]}"; then
     echo "check-style: clang-format-19 would change the files above" >&2
     failed=1
   fi

@@ -5,6 +5,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+cp "$root/.clang-format" "$work/"  # clang-format reads the settings beside the file
 
 cat >"$work/good.cpp" <<'CPP'
 int twice(int value) {
