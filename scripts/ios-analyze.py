@@ -27,21 +27,33 @@ def analyzer_command(entry):
         if arg in DROP:
             continue
         kept.append(arg)
-    return kept + ["--analyze", "-Xclang", "-analyzer-werror", "-Xanalyzer", "-analyzer-output=text",
-                   "-o", "/dev/null"]
+    return kept + [
+        "--analyze",
+        "-Xclang",
+        "-analyzer-werror",
+        "-Xanalyzer",
+        "-analyzer-output=text",
+        "-o",
+        "/dev/null",
+    ]
 
 
 def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__)
     build, prefix = Path(sys.argv[1]), str(Path(sys.argv[2]).resolve())
-    entries = [e for e in json.loads((build / "compile_commands.json").read_text())
-               if str(Path(e["file"]).resolve()).startswith(prefix) and e["file"].endswith((".mm", ".m"))]
+    entries = [
+        e
+        for e in json.loads((build / "compile_commands.json").read_text())
+        if str(Path(e["file"]).resolve()).startswith(prefix) and e["file"].endswith((".mm", ".m"))
+    ]
     if not entries:
         sys.exit(f"no Objective-C files under {prefix} in {build}/compile_commands.json")
 
     def run(entry):
-        done = subprocess.run(analyzer_command(entry), cwd=entry["directory"], capture_output=True, text=True)
+        done = subprocess.run(
+            analyzer_command(entry), cwd=entry["directory"], capture_output=True, text=True
+        )
         return entry["file"], done.returncode, done.stdout + done.stderr
 
     with ThreadPoolExecutor(max_workers=2) as pool:

@@ -55,7 +55,7 @@ def parse_tree(lines):
     for line in lines:
         prefix = re.match(r"^[ |`\-]*", line).group(0)
         depth = len(prefix) // 2
-        node = Node(depth, line[len(prefix):])
+        node = Node(depth, line[len(prefix) :])
         while stack and stack[-1].depth >= depth:
             stack.pop()
         (stack[-1].children if stack else roots).append(node)
@@ -69,11 +69,27 @@ def dump_blocks(framework, sdk):
     blocks = []
     for name_filter in NAME_FILTERS:
         done = subprocess.run(
-            ["clang", f"--target={TARGET}", "-isysroot", sdk, "-iframework", f"{sdk}/System/Library/SubFrameworks",
-             "-fobjc-arc", "-F", str(Path(framework).parent),
-             "-fsyntax-only", "-fno-color-diagnostics", "-Xclang", "-ast-dump", "-Xclang",
-             f"-ast-dump-filter={name_filter}", str(source)],
-            capture_output=True, text=True)
+            [
+                "clang",
+                f"--target={TARGET}",
+                "-isysroot",
+                sdk,
+                "-iframework",
+                f"{sdk}/System/Library/SubFrameworks",
+                "-fobjc-arc",
+                "-F",
+                str(Path(framework).parent),
+                "-fsyntax-only",
+                "-fno-color-diagnostics",
+                "-Xclang",
+                "-ast-dump",
+                "-Xclang",
+                f"-ast-dump-filter={name_filter}",
+                str(source),
+            ],
+            capture_output=True,
+            text=True,
+        )
         if done.returncode != 0:
             sys.exit(f"clang could not read the public headers:\n{done.stderr}")
         current = None
@@ -101,14 +117,16 @@ def after_range(text):
     for index in range(start, len(text)):
         depth += {"<": 1, ">": -1}.get(text[index], 0)
         if depth == 0:
-            return text[index + 1:]
+            return text[index + 1 :]
     return ""
 
 
 def decl_name(node):
     # After the range: a location (col:12, line:9:35 or path:37:26), then flags, then the name.
-    found = re.match(r"\s*\S+:\d+(?::\d+)? (?:(?:referenced|used|implicit|invalid) )*([A-Za-z_]\w*)",
-                     after_range(node.text))
+    found = re.match(
+        r"\s*\S+:\d+(?::\d+)? (?:(?:referenced|used|implicit|invalid) )*([A-Za-z_]\w*)",
+        after_range(node.text),
+    )
     return found.group(1) if found else None
 
 
@@ -121,7 +139,7 @@ def clean_type(text):
 def lower_first(word):
     match = re.match(r"^([A-Z]+)(?=[A-Z][a-z]|$)", word)
     if match and len(match.group(1)) > 1:
-        return match.group(1).lower() + word[len(match.group(1)):]
+        return match.group(1).lower() + word[len(match.group(1)) :]
     return word[:1].lower() + word[1:]
 
 
@@ -139,7 +157,9 @@ def method_line(owner, node, problems):
     init = re.match(r"^initWith(\w)(\w*):(.*)$", selector)
     if swift is None and init:
         # Swift's rule for initialisers: initWithNibName:bundle: is init(nibName:bundle:).
-        labels = [init.group(1).lower() + init.group(2)] + [p for p in init.group(3).split(":") if p]
+        labels = [init.group(1).lower() + init.group(2)] + [
+            p for p in init.group(3).split(":") if p
+        ]
         swift = f"init({''.join(label + ':' for label in labels)})"
     if swift is None:
         colons = selector.count(":")
@@ -148,7 +168,9 @@ def method_line(owner, node, problems):
         elif colons == 1:
             swift = f"{selector[:-1]}(_:)"
         else:
-            problems.append(f"{sign}[{owner} {selector}] takes several arguments and has no NS_SWIFT_NAME")
+            problems.append(
+                f"{sign}[{owner} {selector}] takes several arguments and has no NS_SWIFT_NAME"
+            )
             swift = "?"
     if not node.child_kinds("SwiftNameAttr"):
         swift = node.swift_name(swift)
@@ -163,14 +185,20 @@ def property_line(node):
         return None
     name, declared, attributes = found.groups()
     # Only what a caller sees: access, memory semantics that matter, class or instance.
-    shown = [a for a in attributes.split() if a in ("readonly", "copy", "weak", "class") or a.startswith("getter=")]
+    shown = [
+        a
+        for a in attributes.split()
+        if a in ("readonly", "copy", "weak", "class") or a.startswith("getter=")
+    ]
     swift = node.swift_name(name)
     return f"  property {name} : {clean_type(declared)}{' (' + ' '.join(shown) + ')' if shown else ''} => {swift}"
 
 
 def is_forward_declaration(node):
     return node.kind == "ObjCInterfaceDecl" and not any(
-        c.kind in ("ObjCMethodDecl", "ObjCPropertyDecl", "SwiftNameAttr", "VisibilityAttr") for c in node.children)
+        c.kind in ("ObjCMethodDecl", "ObjCPropertyDecl", "SwiftNameAttr", "VisibilityAttr")
+        for c in node.children
+    )
 
 
 def error_domain(attribute):
@@ -186,37 +214,64 @@ def listing(roots):
     for node in roots:
         kind, name = node.kind, decl_name(node)
         if kind == "ObjCInterfaceDecl":
-            superclass = re.search(r"super ObjCInterface \S+ '(\w+)'", "\n".join(c.text for c in node.children))
-            adopted = [c.quoted() or re.search(r"'(\w+)'", c.text).group(1) for c in node.child_kinds("ObjCProtocol")]
+            superclass = re.search(
+                r"super ObjCInterface \S+ '(\w+)'", "\n".join(c.text for c in node.children)
+            )
+            adopted = [
+                c.quoted() or re.search(r"'(\w+)'", c.text).group(1)
+                for c in node.child_kinds("ObjCProtocol")
+            ]
             conforms = f" <{', '.join(adopted)}>" if adopted else ""
-            lines.append(f"class {name} : {superclass.group(1) if superclass else '?'}{conforms} => "
-                         f"{node.swift_name(name)}")
+            lines.append(
+                f"class {name} : {superclass.group(1) if superclass else '?'}{conforms} => "
+                f"{node.swift_name(name)}"
+            )
             for child in node.children:
-                line = (method_line(name, child, problems) if child.kind == "ObjCMethodDecl"
-                        else property_line(child) if child.kind == "ObjCPropertyDecl" else None)
+                line = (
+                    method_line(name, child, problems)
+                    if child.kind == "ObjCMethodDecl"
+                    else property_line(child)
+                    if child.kind == "ObjCPropertyDecl"
+                    else None
+                )
                 if line:
                     lines.append(line)
         elif kind == "ObjCProtocolDecl":
-            adopted = [re.search(r"'(\w+)'", c.text).group(1) for c in node.child_kinds("ObjCProtocol")]
+            adopted = [
+                re.search(r"'(\w+)'", c.text).group(1) for c in node.child_kinds("ObjCProtocol")
+            ]
             lines.append(f"protocol {name} <{', '.join(adopted)}> => {node.swift_name(name)}")
             for child in node.children:
-                line = (method_line(name, child, problems) if child.kind == "ObjCMethodDecl"
-                        else property_line(child) if child.kind == "ObjCPropertyDecl" else None)
+                line = (
+                    method_line(name, child, problems)
+                    if child.kind == "ObjCMethodDecl"
+                    else property_line(child)
+                    if child.kind == "ObjCPropertyDecl"
+                    else None
+                )
                 if line:
                     lines.append(line)
         elif kind == "EnumDecl" and node.child_kinds("EnumConstantDecl"):
             if name in enums_seen:
                 continue
             enums_seen.add(name)
-            flavour = ("error domain " + error_domain(node.child_kinds("NSErrorDomainAttr")[0].text)
-                       if node.child_kinds("NSErrorDomainAttr") else
-                       "closed" if any("Closed" in c.text for c in node.child_kinds("EnumExtensibilityAttr")) else "open")
+            flavour = (
+                "error domain " + error_domain(node.child_kinds("NSErrorDomainAttr")[0].text)
+                if node.child_kinds("NSErrorDomainAttr")
+                else "closed"
+                if any("Closed" in c.text for c in node.child_kinds("EnumExtensibilityAttr"))
+                else "open"
+            )
             lines.append(f"enum {name} ({flavour}) => {node.swift_name(name)}")
             for case in node.child_kinds("EnumConstantDecl"):
                 case_name = decl_name(case)
-                values = re.findall(r"(?:value: Int|IntegerLiteral \S+ <[^>]*> '[^']*') (-?\d+)",
-                                    "\n".join(descendant_texts(case)))
-                swift = case.swift_name(lower_first(case_name[len(name):] if case_name.startswith(name) else case_name))
+                values = re.findall(
+                    r"(?:value: Int|IntegerLiteral \S+ <[^>]*> '[^']*') (-?\d+)",
+                    "\n".join(descendant_texts(case)),
+                )
+                swift = case.swift_name(
+                    lower_first(case_name[len(name) :] if case_name.startswith(name) else case_name)
+                )
                 lines.append(f"  case {case_name} = {values[0] if values else '?'} => {swift}")
         elif kind == "TypedefDecl" and node.child_kinds("SwiftNewTypeAttr"):
             swift = node.swift_name(name)
@@ -227,12 +282,17 @@ def listing(roots):
             swift = node.swift_name()
             if swift is None and declared in typed_enums and name.startswith(declared):
                 swift = f"{typed_enums[declared]}.{lower_first(name[len(declared):])}"
-            lines.append(f"  constant {name} : {declared} => {swift or name}" if declared in typed_enums
-                         else f"constant {name} : {declared} => {swift or name}")
+            lines.append(
+                f"  constant {name} : {declared} => {swift or name}"
+                if declared in typed_enums
+                else f"constant {name} : {declared} => {swift or name}"
+            )
         elif kind == "FunctionDecl":
             params = [qual_type(p.text) for p in node.child_kinds("ParmVarDecl")]
             returns = qual_type(node.text).split("(")[0].strip()
-            lines.append(f"function {name}({', '.join(params)}) -> {returns} => {node.swift_name(name)}")
+            lines.append(
+                f"function {name}({', '.join(params)}) -> {returns} => {node.swift_name(name)}"
+            )
     return lines, problems
 
 
@@ -278,7 +338,8 @@ def runtime_names(framework):
     names = {}
     for header in Path(framework, "Headers").glob("*.h"):
         for runtime, source in re.findall(
-                r'objc_runtime_name\("(\w+)"\)\)\)\s*(?:\w+\s*)?@interface (\w+)', header.read_text()):
+            r'objc_runtime_name\("(\w+)"\)\)\)\s*(?:\w+\s*)?@interface (\w+)', header.read_text()
+        ):
             names[source] = runtime
     return names
 
@@ -286,10 +347,13 @@ def runtime_names(framework):
 def check_binary(framework, lines):
     binary = str(Path(framework, "KorvaneSDK"))
     renamed = runtime_names(framework)
-    metadata = subprocess.run(["llvm-objdump", "--macho", "--objc-meta-data", binary],
-                              capture_output=True, text=True).stdout
+    metadata = subprocess.run(
+        ["llvm-objdump", "--macho", "--objc-meta-data", binary], capture_output=True, text=True
+    ).stdout
     implemented = implemented_methods(metadata)
-    trie = subprocess.run(["llvm-objdump", "--macho", "--exports-trie", binary], capture_output=True, text=True).stdout
+    trie = subprocess.run(
+        ["llvm-objdump", "--macho", "--exports-trie", binary], capture_output=True, text=True
+    ).stdout
     exported = set(re.findall(r"_OBJC_CLASS_\$_(\w+)", trie))
     failures, owner, checked = [], None, 0
     for line in lines:
@@ -316,7 +380,9 @@ def check_binary(framework, lines):
         for sign, selector in wanted:
             checked += 1
             if (sign, owner, selector) not in implemented:
-                failures.append(f"{sign}[{owner} {selector}] is not in the binary's Objective-C metadata")
+                failures.append(
+                    f"{sign}[{owner} {selector}] is not in the binary's Objective-C metadata"
+                )
     return failures, checked
 
 
@@ -326,9 +392,13 @@ def main():
     mode, framework, listing_path = sys.argv[1], sys.argv[2], Path(sys.argv[3])
     sdk = os.environ.get("IOS_SDK") or sys.exit("set IOS_SDK")
     lines, problems = listing(dump_blocks(framework, sdk))
-    listed = {line.split()[1] for line in lines if line.startswith(("class ", "protocol ", "enum "))}
-    problems += [f"{name} is declared in the headers but missing from the listing"
-                 for name in sorted(declared_names(framework) - listed)]
+    listed = {
+        line.split()[1] for line in lines if line.startswith(("class ", "protocol ", "enum "))
+    }
+    problems += [
+        f"{name} is declared in the headers but missing from the listing"
+        for name in sorted(declared_names(framework) - listed)
+    ]
     if problems:
         sys.exit("\n".join("API listing: " + p for p in problems))
     text = "\n".join(lines) + "\n"
@@ -338,18 +408,27 @@ def main():
         return
     expected = listing_path.read_text() if listing_path.exists() else ""
     if text != expected:
-        diff = difflib.unified_diff(expected.splitlines(), text.splitlines(), str(listing_path), "public headers",
-                                    lineterm="")
+        diff = difflib.unified_diff(
+            expected.splitlines(),
+            text.splitlines(),
+            str(listing_path),
+            "public headers",
+            lineterm="",
+        )
         # The command names this clang: another one (Swift's, say) prints the headers' macros differently.
         clang_dir = os.path.dirname(shutil.which("clang") or "clang")
-        sys.exit("API listing: the public headers differ from the checked-in listing (if the change is "
-                 f"intended: IOS_SDK={sdk} PATH={clang_dir}:$PATH python3 scripts/ios-api-listing.py generate "
-                 f"{framework} {listing_path}):\n" + "\n".join(diff))
+        sys.exit(
+            "API listing: the public headers differ from the checked-in listing (if the change is "
+            f"intended: IOS_SDK={sdk} PATH={clang_dir}:$PATH python3 scripts/ios-api-listing.py generate "
+            f"{framework} {listing_path}):\n" + "\n".join(diff)
+        )
     failures, checked = check_binary(framework, lines)
     if failures:
         sys.exit("\n".join("API listing: " + f for f in failures))
-    print(f"API listing: {len(lines)} lines match the headers; {checked} methods and accessors found in the "
-          f"binary's Objective-C metadata")
+    print(
+        f"API listing: {len(lines)} lines match the headers; {checked} methods and accessors found in the "
+        f"binary's Objective-C metadata"
+    )
 
 
 if __name__ == "__main__":

@@ -139,7 +139,7 @@ if [[ -n "$found" ]]; then
   exit 1
 fi
 files=$(find "$root/platforms/ios/src" -name '*.mm' -o -name '*.h' | wc -l | tr -d ' ')
-lines=$(find "$root/platforms/ios/src" -name '*.mm' -o -name '*.h' | xargs cat | grep -cvE '^\s*(//.*)?$')
+lines=$(find "$root/platforms/ios/src" \( -name '*.mm' -o -name '*.h' \) -exec cat {} + | grep -cvE '^\s*(//.*)?$')
 echo "iOS layer: $files Objective-C++ files, $lines code lines, no product rule or text in them"
 
 check_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK" ios

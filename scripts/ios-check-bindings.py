@@ -18,8 +18,11 @@ import sys
 
 KEY = re.compile(r"^(\s*)(?:-\s+)?([a-z][a-z-]*):\s*(.*)$")
 EXPORT_KEYS = {"symbols", "weak-symbols", "weak-def-symbols", "thread-local-symbols"}
-OBJC_KEYS = {"objc-classes": ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"),
-             "objc-eh-types": ("_OBJC_EHTYPE_$_",), "objc-ivars": ("_OBJC_IVAR_$_",)}
+OBJC_KEYS = {
+    "objc-classes": ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"),
+    "objc-eh-types": ("_OBJC_EHTYPE_$_",),
+    "objc-ivars": ("_OBJC_IVAR_$_",),
+}
 REEXPORT_KEYS = {"re-exports", "libraries"}
 
 
@@ -66,8 +69,9 @@ def parse_document(text: str) -> Library:
         elif key in EXPORT_KEYS:
             library.symbols.update(s for s in items(value) if not s.startswith("$ld$"))
         elif key in OBJC_KEYS:
-            library.symbols.update(prefix + name for name in items(value)
-                                   for prefix in OBJC_KEYS[key])
+            library.symbols.update(
+                prefix + name for name in items(value) for prefix in OBJC_KEYS[key]
+            )
         elif key in REEXPORT_KEYS:
             library.reexports.extend(items(value))
     return library
@@ -100,12 +104,14 @@ class Sdk:
             return False
         seen.add(install_name)
         return symbol in library.symbols or any(
-            self.exports(child, symbol, seen) for child in library.reexports)
+            self.exports(child, symbol, seen) for child in library.reexports
+        )
 
 
 def objdump(*args: str) -> str:
-    return subprocess.run(["llvm-objdump", "--macho", *args], check=True, capture_output=True,
-                          text=True).stdout
+    return subprocess.run(
+        ["llvm-objdump", "--macho", *args], check=True, capture_output=True, text=True
+    ).stdout
 
 
 def short_name(install_name: str) -> str:
@@ -122,8 +128,9 @@ def main() -> int:
     binary, sdk = sys.argv[1], Sdk(pathlib.Path(sys.argv[2]))
     faults, libraries = [], {}
     headers = objdump("--private-headers", binary)
-    for kind, name in re.findall(r"cmd (LC_LOAD_DYLIB|LC_LOAD_WEAK_DYLIB)\n.*\n\s+name (\S+)",
-                                 headers):
+    for kind, name in re.findall(
+        r"cmd (LC_LOAD_DYLIB|LC_LOAD_WEAK_DYLIB)\n.*\n\s+name (\S+)", headers
+    ):
         libraries[short_name(name)] = name
         if kind == "LC_LOAD_DYLIB" and not name.startswith("@") and sdk.library(name) is None:
             faults.append(f"{name}: not in {sdk.root.name}, and loaded without weak linking")

@@ -37,16 +37,22 @@ def check_binary(path, minimum_os, platform, classes):
     if binary.install_name != "@rpath/KorvaneSDK.framework/KorvaneSDK":
         fail(f"install name is {binary.install_name!r}, not @rpath/KorvaneSDK.framework/KorvaneSDK")
     if (binary.platform, binary.minimum_os) != (platform, minimum_os):
-        fail(f"built for {binary.platform or 'no platform'} {binary.minimum_os}, not {platform} {minimum_os}")
+        fail(
+            f"built for {binary.platform or 'no platform'} {binary.minimum_os}, not {platform} {minimum_os}"
+        )
     if not binary.uuid:
         fail("no LC_UUID: crash reports could not be matched to a dSYM")
     # Swift symbols are the Swift layer's: each names the module (10KorvaneSDK), or is an
     # extension of its Objective-C classes, whose mangling abbreviates the module as 0A3SDK.
-    allowed = re.compile(r"^(_OBJC_(META)?CLASS_\$_\w+|_Korvane\w+|_\$s\S*(10KorvaneSDK|0A3SDK)\S*)$")
+    allowed = re.compile(
+        r"^(_OBJC_(META)?CLASS_\$_\w+|_Korvane\w+|_\$s\S*(10KorvaneSDK|0A3SDK)\S*)$"
+    )
     stray = [name for name in exported if not allowed.match(name)]
     if stray:
-        fail("exported symbols beyond the Objective-C API and its Swift layer: "
-             + ", ".join(sorted(stray)[:20]))
+        fail(
+            "exported symbols beyond the Objective-C API and its Swift layer: "
+            + ", ".join(sorted(stray)[:20])
+        )
     missing = sorted(set(classes) - set(binary.exported_classes()))
     if missing:
         fail("classes not exported: " + ", ".join(missing))
@@ -80,7 +86,9 @@ def check_bundle(framework, version, minimum_os, platform, exported):
         triple = "arm64-apple-ios" + ("-simulator" if platform == "iossimulator" else "")
         for suffix in ("swiftinterface", "private.swiftinterface", "swiftdoc"):
             if not (swiftmodule / f"{triple}.{suffix}").is_file():
-                fail(f"the binary has a Swift layer but Modules/KorvaneSDK.swiftmodule has no {triple}.{suffix}")
+                fail(
+                    f"the binary has a Swift layer but Modules/KorvaneSDK.swiftmodule has no {triple}.{suffix}"
+                )
     elif swiftmodule.exists():
         fail("Modules/KorvaneSDK.swiftmodule ships without a Swift layer in the binary")
 
@@ -94,9 +102,16 @@ def check_bundle(framework, version, minimum_os, platform, exported):
     else:
         names = [h.name.lower() for h in headers.glob("*.h")]
         if len(names) != len(set(names)):
-            fail("public headers whose names differ only in case (one file on macOS): " + ", ".join(names))
+            fail(
+                "public headers whose names differ only in case (one file on macOS): "
+                + ", ".join(names)
+            )
         imported = set(re.findall(r"#import <KorvaneSDK/([^>]+)>", umbrella.read_text()))
-        loose = sorted(h.name for h in headers.glob("*.h") if h.name != "KorvaneSDK.h" and h.name not in imported)
+        loose = sorted(
+            h.name
+            for h in headers.glob("*.h")
+            if h.name != "KorvaneSDK.h" and h.name not in imported
+        )
         if loose:
             fail("public headers the umbrella does not import: " + ", ".join(loose))
 
@@ -123,9 +138,11 @@ def main():
         sys.exit(1)
     classes_out = sum(1 for name in exported if name.startswith("_OBJC_CLASS_$_"))
     swift_out = sum(1 for name in exported if name.startswith("_$s"))
-    print(f"{framework}: arm64 {platform} {minimum_os} dylib, {classes_out} Objective-C classes, "
-          f"{len(exported) - 2 * classes_out - swift_out} C symbols and {swift_out} Swift symbols "
-          f"exported, bundle complete")
+    print(
+        f"{framework}: arm64 {platform} {minimum_os} dylib, {classes_out} Objective-C classes, "
+        f"{len(exported) - 2 * classes_out - swift_out} C symbols and {swift_out} Swift symbols "
+        f"exported, bundle complete"
+    )
 
 
 if __name__ == "__main__":

@@ -44,33 +44,58 @@ def check_slice(root, entry):
         fail(f"{identifier}: {error}")
         return []
     platform = entry.get("SupportedPlatform", "") + (
-        entry["SupportedPlatformVariant"] if entry.get("SupportedPlatformVariant") == "simulator" else "")
+        entry["SupportedPlatformVariant"]
+        if entry.get("SupportedPlatformVariant") == "simulator"
+        else ""
+    )
     if binary.platform != platform:
-        fail(f"{identifier}: the binary is for {binary.platform or 'no platform'}, Info.plist says {platform}")
+        fail(
+            f"{identifier}: the binary is for {binary.platform or 'no platform'}, Info.plist says {platform}"
+        )
     if entry.get("SupportedArchitectures") != [binary.arch]:
-        fail(f"{identifier}: the binary is {binary.arch}, Info.plist says {entry.get('SupportedArchitectures')}")
+        fail(
+            f"{identifier}: the binary is {binary.arch}, Info.plist says {entry.get('SupportedArchitectures')}"
+        )
     if binary.filetype != "DYLIB":
         fail(f"{identifier}: the binary is a {binary.filetype}, not a dynamic library")
-    expected_id = "-".join(filter(None, ["ios", binary.arch, "simulator" if platform == "iossimulator" else None]))
+    expected_id = "-".join(
+        filter(None, ["ios", binary.arch, "simulator" if platform == "iossimulator" else None])
+    )
     if identifier != expected_id:
         fail(f"{identifier}: a {binary.arch} {platform} slice is named {expected_id} by Xcode")
     try:
         bundle = plistlib.loads((framework / "Info.plist").read_bytes())
         if bundle.get("CFBundleSupportedPlatforms") != [BUNDLE_PLATFORMS.get(binary.platform)]:
-            fail(f"{identifier}: the framework's Info.plist names {bundle.get('CFBundleSupportedPlatforms')}")
+            fail(
+                f"{identifier}: the framework's Info.plist names {bundle.get('CFBundleSupportedPlatforms')}"
+            )
     except (OSError, plistlib.InvalidFileException) as error:
         fail(f"{identifier}: framework Info.plist: {error}")
 
-    symbols = subprocess.run(["llvm-nm", "-a", str(binary_path)], capture_output=True, text=True).stdout
+    symbols = subprocess.run(
+        ["llvm-nm", "-a", str(binary_path)], capture_output=True, text=True
+    ).stdout
     if re.search(r"^\s*\S*\s+- ", symbols, re.M):
         fail(f"{identifier}: the binary still carries its debug map (not stripped)")
-    dwarf = (root / identifier / entry.get("DebugSymbolsPath", "dSYMs") / f"{NAME}.framework.dSYM" /
-             "Contents" / "Resources" / "DWARF" / NAME)
+    dwarf = (
+        root
+        / identifier
+        / entry.get("DebugSymbolsPath", "dSYMs")
+        / f"{NAME}.framework.dSYM"
+        / "Contents"
+        / "Resources"
+        / "DWARF"
+        / NAME
+    )
     try:
         dsym = read(dwarf)
         if dsym.uuid != binary.uuid or not binary.uuid:
-            fail(f"{identifier}: dSYM UUID {dsym.uuid or 'none'} does not match the binary's {binary.uuid or 'none'}")
-        sizes = subprocess.run(["llvm-size", "-m", str(dwarf)], capture_output=True, text=True).stdout
+            fail(
+                f"{identifier}: dSYM UUID {dsym.uuid or 'none'} does not match the binary's {binary.uuid or 'none'}"
+            )
+        sizes = subprocess.run(
+            ["llvm-size", "-m", str(dwarf)], capture_output=True, text=True
+        ).stdout
         debug_info = re.search(r"Section __debug_info: (\d+)", sizes)
         if not debug_info or int(debug_info.group(1)) == 0:
             fail(f"{identifier}: the dSYM has no debug information")
@@ -94,8 +119,10 @@ def check_xcframework(root):
     exported = {entry.get("LibraryIdentifier"): check_slice(root, entry) for entry in libraries}
     class_sets = {tuple(classes) for classes in exported.values()}
     if len(class_sets) > 1:
-        fail("the slices export different Objective-C classes: " +
-             "; ".join(f"{k}: {len(v)}" for k, v in exported.items()))
+        fail(
+            "the slices export different Objective-C classes: "
+            + "; ".join(f"{k}: {len(v)}" for k, v in exported.items())
+        )
     elif class_sets and not next(iter(class_sets)):
         fail("the slices export no Objective-C class")
     # A Swift app builds against each slice in turn: both carry the Swift layer's interface, for
@@ -108,8 +135,10 @@ def check_xcframework(root):
         if module.exists() and not interfaces[identifier]:
             fail(f"{identifier}: {NAME}.swiftmodule has no {triple}.swiftinterface")
     if len(set(interfaces.values())) > 1:
-        fail("only some slices carry the Swift interface: " +
-             ", ".join(sorted(k for k, v in interfaces.items() if v)))
+        fail(
+            "only some slices carry the Swift interface: "
+            + ", ".join(sorted(k for k, v in interfaces.items() if v))
+        )
     return exported
 
 
@@ -119,7 +148,11 @@ def check_manifests(release, archive, checksum):
     url = re.search(r'url: "([^"]+)"', package)
     if not re.search(rf'checksum: "{checksum}"', package) or not url:
         fail("Package.swift: no binary target with the zip's url and checksum")
-    if not url or f":http => '{url.group(1)}'" not in podspec or f":sha256 => '{checksum}'" not in podspec:
+    if (
+        not url
+        or f":http => '{url.group(1)}'" not in podspec
+        or f":sha256 => '{checksum}'" not in podspec
+    ):
         fail("podspec: its source is not the zip Package.swift names, with the same checksum")
     if "path:" in package or "build/" in podspec:
         fail("a manifest names a local path")
@@ -129,7 +162,11 @@ def check_manifests(release, archive, checksum):
 
 def swift_tool():
     found = shutil.which("swift")
-    if found and "swift" in subprocess.run([found, "--version"], capture_output=True, text=True).stdout.lower():
+    if (
+        found
+        and "swift"
+        in subprocess.run([found, "--version"], capture_output=True, text=True).stdout.lower()
+    ):
         return found
     return "/opt/swift/usr/bin/swift" if os.access("/opt/swift/usr/bin/swift", os.X_OK) else None
 
@@ -139,15 +176,22 @@ def check_with_swift(release, archive, checksum):
     if not swift:
         print("release check: no Swift toolchain, so the package manager's part is skipped")
         return
-    computed = subprocess.run([swift, "package", "compute-checksum", str(archive)],
-                              capture_output=True, text=True, cwd=release)
+    computed = subprocess.run(
+        [swift, "package", "compute-checksum", str(archive)],
+        capture_output=True,
+        text=True,
+        cwd=release,
+    )
     if computed.returncode != 0 or computed.stdout.strip() != checksum:
-        fail(f"swift package compute-checksum: {computed.stdout.strip() or computed.stderr.strip()}")
+        fail(
+            f"swift package compute-checksum: {computed.stdout.strip() or computed.stderr.strip()}"
+        )
     with tempfile.TemporaryDirectory() as scratch:
         consumer = Path(scratch, "Consumer")
         (consumer / "Sources" / "Consumer").mkdir(parents=True)
         (consumer / "Sources" / "Consumer" / "Consumer.swift").write_text("import KorvaneSDK\n")
-        (consumer / "Package.swift").write_text(f"""// swift-tools-version:5.3
+        (consumer / "Package.swift").write_text(
+            f"""// swift-tools-version:5.3
 import PackageDescription
 
 let package = Package(
@@ -156,10 +200,16 @@ let package = Package(
   dependencies: [.package(name: "{NAME}", path: "{release}")],
   targets: [.target(name: "Consumer", dependencies: [.product(name: "{NAME}", package: "{NAME}")])]
 )
-""")
+"""
+        )
         for folder in (release, consumer):
-            dumped = subprocess.run([swift, "package", "dump-package"], capture_output=True, text=True,
-                                    cwd=folder, env={**os.environ, "HOME": scratch})
+            dumped = subprocess.run(
+                [swift, "package", "dump-package"],
+                capture_output=True,
+                text=True,
+                cwd=folder,
+                env={**os.environ, "HOME": scratch},
+            )
             if dumped.returncode != 0:
                 fail(f"swift package dump-package in {folder.name}: {dumped.stderr.strip()[-800:]}")
     print("release check: the package manager computes the same checksum and reads both manifests")
@@ -187,8 +237,10 @@ def main():
         print("\n".join("release check: " + f for f in failures), file=sys.stderr)
         sys.exit(1)
     classes = len(next(iter(exported.values()), []))
-    print(f"release check: {archive.name} unpacks to slices {', '.join(sorted(exported))}, each exporting "
-          f"the same {classes} Objective-C classes, stripped, with matching dSYMs; manifests name sha256 {checksum}")
+    print(
+        f"release check: {archive.name} unpacks to slices {', '.join(sorted(exported))}, each exporting "
+        f"the same {classes} Objective-C classes, stripped, with matching dSYMs; manifests name sha256 {checksum}"
+    )
 
 
 if __name__ == "__main__":

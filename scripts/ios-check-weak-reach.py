@@ -27,7 +27,8 @@ AVAILABLE = re.compile(r"@available\(\s*iOS\s+(\d+)")
 DECLARATION = re.compile(
     r"^\s*(?:(?:@\w+(?:\([^)]*\))?|public|internal|private|fileprivate|open|final|static|class|"
     r"nonisolated|override|@objc|convenience|required|mutating)\s+)*"
-    r"(class|struct|enum|actor|protocol|extension|func|init)\b\s*([\w.]*)")
+    r"(class|struct|enum|actor|protocol|extension|func|init)\b\s*([\w.]*)"
+)
 # A parameter's argument label: its first name, before an optional second name and the colon.
 LABEL = re.compile(r"^(`?\w+`?)(?:\s+`?\w+`?)?\s*:")
 REFERENCE = re.compile(r"; (?:symbol stub for|literal pool symbol address): (\S+)")
@@ -38,15 +39,18 @@ HELPER = re.compile(r"^(_OUTLINED_FUNCTION_\d+|_\$s.*(Tm|Wl))$")
 
 
 def objdump(*args: str) -> str:
-    return subprocess.run(["llvm-objdump", "--macho", *args], check=True, capture_output=True,
-                          text=True).stdout
+    return subprocess.run(
+        ["llvm-objdump", "--macho", *args], check=True, capture_output=True, text=True
+    ).stdout
 
 
 def weak_symbols(binary: str) -> dict[str, str]:
     """Symbol -> library, for every symbol bound to a library loaded with weak linking."""
     headers = objdump("--private-headers", binary)
-    weak = {re.sub(r"(\.dylib|\.[A-Z0-9])$", "", name.rsplit("/", 1)[-1])
-            for name in re.findall(r"cmd LC_LOAD_WEAK_DYLIB\n.*\n\s+name (\S+)", headers)}
+    weak = {
+        re.sub(r"(\.dylib|\.[A-Z0-9])$", "", name.rsplit("/", 1)[-1])
+        for name in re.findall(r"cmd LC_LOAD_WEAK_DYLIB\n.*\n\s+name (\S+)", headers)
+    }
     symbols = {}
     for line in objdump("--bind", "--lazy-bind", binary).splitlines():
         fields = line.replace("(weak_import)", "").split()
@@ -72,7 +76,9 @@ def functions(binary: str) -> dict[str, tuple[set[str], set[str]]]:
     return result
 
 
-def reaching(graph: dict[str, tuple[set[str], set[str]]], targets: dict[str, str]) -> dict[str, set[str]]:
+def reaching(
+    graph: dict[str, tuple[set[str], set[str]]], targets: dict[str, str]
+) -> dict[str, set[str]]:
     """Function -> the weak symbols it reaches, through calls to compiler-shared bodies."""
     reached = {name: {s for s in refs if s in targets} for name, (refs, _) in graph.items()}
     changed = True
@@ -136,13 +142,13 @@ def joined_lines(text: str) -> list[str]:
 
 
 def function_key(outer: str, line: str, kind: str) -> str:
-    """"Type.name(label:label:)" of a Swift declaration line."""
+    """ "Type.name(label:label:)" of a Swift declaration line."""
     if kind == "init":
-        name, rest = "init", line[line.index("init") + 4:]
+        name, rest = "init", line[line.index("init") + 4 :]
     else:
         match = re.search(r"func\s+(`?\w+`?)", line)
-        name, rest = match.group(1), line[match.end():]
-    params = rest[rest.index("(") + 1:] if "(" in rest else ""
+        name, rest = match.group(1), line[match.end() :]
+    params = rest[rest.index("(") + 1 :] if "(" in rest else ""
     labels = [m.group(1) for part in split_top(params) if (m := LABEL.match(part.strip()))]
     return f"{outer}.{name}({''.join(label + ':' for label in labels)})".lstrip(".")
 
@@ -166,11 +172,14 @@ def split_top(text: str) -> list[str]:
 
 
 def demangled_keys(text: str) -> set[str]:
-    """"Type.name(label:)" of every function named in a demangled symbol."""
+    """ "Type.name(label:)" of every function named in a demangled symbol."""
     keys = set()
     for match in re.finditer(r"([\w.]+)\(", text):
-        labels = [m.group(1) for part in split_top(text[match.end():])
-                  if (m := re.match(r"\s*(\w+)\s*:", part))]
+        labels = [
+            m.group(1)
+            for part in split_top(text[match.end() :])
+            if (m := re.match(r"\s*(\w+)\s*:", part))
+        ]
         keys.add(f"{match.group(1)}({''.join(label + ':' for label in labels)})")
     return keys
 
@@ -188,10 +197,12 @@ def is_gated(text: str, types: set[str], funcs: set[str]) -> bool:
 
 
 def demangler() -> str:
-    for candidate in (os.environ.get("SWIFT_DEMANGLE"),
-                      str(pathlib.Path(os.environ.get("SWIFTC", "/nonexistent")).parent /
-                          "swift-demangle"),
-                      "/opt/swift/usr/bin/swift-demangle", shutil.which("swift-demangle")):
+    for candidate in (
+        os.environ.get("SWIFT_DEMANGLE"),
+        str(pathlib.Path(os.environ.get("SWIFTC", "/nonexistent")).parent / "swift-demangle"),
+        "/opt/swift/usr/bin/swift-demangle",
+        shutil.which("swift-demangle"),
+    ):
         if candidate and os.access(candidate, os.X_OK):
             return candidate
     sys.exit("ios-check-weak-reach: no swift-demangle (set SWIFT_DEMANGLE)")
@@ -206,23 +217,35 @@ def main() -> int:
     reached = reaching(functions(binary), targets)
     # Shared bodies are judged through the functions that call them.
     entries = sorted(name for name in reached if not HELPER.match(name))
-    names = subprocess.run([demangler(), "--compact"], input="\n".join(entries), check=True,
-                           capture_output=True, text=True).stdout.splitlines()
+    names = subprocess.run(
+        [demangler(), "--compact"],
+        input="\n".join(entries),
+        check=True,
+        capture_output=True,
+        text=True,
+    ).stdout.splitlines()
     types, funcs = gates(sources)
     faults = []
     for symbol, text in zip(entries, names):
         if not is_gated(normalised(text, "KorvaneSDK"), types, funcs):
             weak = ", ".join(sorted(reached[symbol]))
-            faults.append(f"{text}\n    ({symbol}) reaches {weak}, but can run before iOS "
-                          f"{MINIMUM_MAJOR}: make it async or @available(iOS {MINIMUM_MAJOR}.0, *)")
+            faults.append(
+                f"{text}\n    ({symbol}) reaches {weak}, but can run before iOS "
+                f"{MINIMUM_MAJOR}: make it async or @available(iOS {MINIMUM_MAJOR}.0, *)"
+            )
     for fault in faults:
         print(fault, file=sys.stderr)
     if faults:
-        print(f"{binary}: {len(faults)} of {len(entries)} functions reaching weakly linked "
-              f"libraries can run before iOS {MINIMUM_MAJOR}", file=sys.stderr)
+        print(
+            f"{binary}: {len(faults)} of {len(entries)} functions reaching weakly linked "
+            f"libraries can run before iOS {MINIMUM_MAJOR}",
+            file=sys.stderr,
+        )
         return 1
-    print(f"{binary}: {len(entries)} functions reach {len(set(targets.values()))} weakly linked "
-          f"libraries ({len(targets)} symbols), each async or for iOS {MINIMUM_MAJOR} and later")
+    print(
+        f"{binary}: {len(entries)} functions reach {len(set(targets.values()))} weakly linked "
+        f"libraries ({len(targets)} symbols), each async or for iOS {MINIMUM_MAJOR} and later"
+    )
     return 0
 
 

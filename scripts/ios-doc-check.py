@@ -15,10 +15,12 @@ import sys
 
 DECLARATION = re.compile(
     r"^\s*(@interface|@protocol\s+\w+\s*<|[-+]\s*\(|@property|typedef\b|KORVANE_EXTERN\b"
-    r"|Korvane\w+\s*=\s*-?\d+\s*,)")
+    r"|Korvane\w+\s*=\s*-?\d+\s*,)"
+)
 # Lines that decorate the declaration below them rather than being one.
 ATTRIBUTE = re.compile(
-    r"^\s*((KORVANE_EXPORT|NS_SWIFT_NAME\([^)]*\)|NS_\w+(\([^)]*\))?|__attribute__.*)\s*)+$")
+    r"^\s*((KORVANE_EXPORT|NS_SWIFT_NAME\([^)]*\)|NS_\w+(\([^)]*\))?|__attribute__.*)\s*)+$"
+)
 DOC = re.compile(r"^\s*(///|//!)")
 
 

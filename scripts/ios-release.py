@@ -91,7 +91,9 @@ def main():
     fields = {"name": NAME, "version": version, "url": url, "checksum": checksum}
     (out / "Package.swift").write_text(PACKAGE.format(**fields))
     (out / f"{NAME}.podspec").write_text(PODSPEC.format(**fields))
-    print(f"release {version}: {archive} ({archive.stat().st_size / 1024:.0f} KiB), sha256 {checksum}")
+    print(
+        f"release {version}: {archive} ({archive.stat().st_size / 1024:.0f} KiB), sha256 {checksum}"
+    )
 
 
 if __name__ == "__main__":

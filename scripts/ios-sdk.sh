@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034  # sourced; the scripts that source it read its variables
 # Sourced by the iOS scripts: finds the iPhoneOS SDK and the simulator SDK beside it, and the tools
 # that build against them. `korvane_ios_sdk` sets IOS_SDK and IOS_SIMULATOR_SDK and returns 0, or
 # says why there is none and returns 1.

@@ -32,17 +32,24 @@ def readtapi():
         found = shutil.which(candidate)
         if found:
             return found
-    sys.exit("llvm-readtapi (LLVM 19) is needed to retarget the SDK's stubs: apt-get install llvm-19")
+    sys.exit(
+        "llvm-readtapi (LLVM 19) is needed to retarget the SDK's stubs: apt-get install llvm-19"
+    )
 
 
 def retarget_targets(node):
     """Swaps the device target for the simulator's wherever a v5 document names targets."""
     if isinstance(node, dict):
-        return {key: (SIMULATOR_TARGET if key == "target" and value == DEVICE_TARGET
-                      else [SIMULATOR_TARGET if t == DEVICE_TARGET else t for t in value]
-                      if key == "targets" and isinstance(value, list)
-                      else retarget_targets(value))
-                for key, value in node.items()}
+        return {
+            key: (
+                SIMULATOR_TARGET
+                if key == "target" and value == DEVICE_TARGET
+                else [SIMULATOR_TARGET if t == DEVICE_TARGET else t for t in value]
+                if key == "targets" and isinstance(value, list)
+                else retarget_targets(value)
+            )
+            for key, value in node.items()
+        }
     if isinstance(node, list):
         return [retarget_targets(item) for item in node]
     return node
@@ -60,8 +67,11 @@ def retarget_stub(tool, stub):
             stub.symlink_to(target)
             return None
     converted = stub.with_name(stub.name + ".v5")
-    done = subprocess.run([tool, "-extract", "--arch=arm64", "--filetype=tbd-v5", str(stub), "-o",
-                           str(converted)], capture_output=True, text=True)
+    done = subprocess.run(
+        [tool, "-extract", "--arch=arm64", "--filetype=tbd-v5", str(stub), "-o", str(converted)],
+        capture_output=True,
+        text=True,
+    )
     stub.unlink()
     if done.returncode != 0:
         converted.unlink(missing_ok=True)
@@ -79,8 +89,11 @@ def simulator_interfaces(sdk):
     count as the SDK's: dsymutil leaves them out of dSYMs as it does any SDK module."""
     written = 0
     for interface in sdk.rglob("*.swiftmodule/arm64e-apple-ios.swiftinterface"):
-        text = re.sub(r"-target arm64e-apple-ios([0-9.]+)", r"-target arm64-apple-ios\1-simulator",
-                      interface.read_text())
+        text = re.sub(
+            r"-target arm64e-apple-ios([0-9.]+)",
+            r"-target arm64-apple-ios\1-simulator",
+            interface.read_text(),
+        )
         interface.with_name("arm64-apple-ios-simulator.swiftinterface").write_text(text)
         written += 1
     return written
@@ -139,8 +152,10 @@ def main():
     (partial / STAMP).write_text(stamp_text)
     shutil.rmtree(simulator, ignore_errors=True)
     partial.rename(simulator)
-    print(f"retargeted {len(stubs)} stubs and {interfaces} Swift interfaces for {SIMULATOR_TARGET}",
-          file=sys.stderr)
+    print(
+        f"retargeted {len(stubs)} stubs and {interfaces} Swift interfaces for {SIMULATOR_TARGET}",
+        file=sys.stderr,
+    )
     print(simulator)
 
 

@@ -29,7 +29,8 @@ def code_by_origin(map_path):
             elif mode == "sections" and len(parts := line.split()) >= 4:
                 sections.append((int(parts[0], 16), int(parts[1], 16), parts[3]))
             elif mode == "symbols" and (
-                m := re.match(r"0x([0-9A-Fa-f]+)\s+(?:0x[0-9A-Fa-f]+\s+)?\[\s*(\d+)\]", line)):
+                m := re.match(r"0x([0-9A-Fa-f]+)\s+(?:0x[0-9A-Fa-f]+\s+)?\[\s*(\d+)\]", line)
+            ):
                 symbols.append((int(m.group(1), 16), int(m.group(2))))
     start, size = next((a, s) for a, s, name in sections if name == "__text")
     starts = sorted({a: f for a, f in reversed(symbols) if start <= a < start + size}.items())
@@ -37,9 +38,15 @@ def code_by_origin(map_path):
     for index, (address, file) in enumerate(starts):
         end = starts[index + 1][0] if index + 1 < len(starts) else start + size
         name = files.get(file, "")
-        kind = ("Swift layer" if name.endswith("KorvaneSDK-Swift.o") else
-                "iOS layer" if "platforms/ios" in name else
-                "core" if name.endswith(".cpp.o") or "korvane_core" in name else "other")
+        kind = (
+            "Swift layer"
+            if name.endswith("KorvaneSDK-Swift.o")
+            else "iOS layer"
+            if "platforms/ios" in name
+            else "core"
+            if name.endswith(".cpp.o") or "korvane_core" in name
+            else "other"
+        )
         origin[kind] += end - address
     return size, origin
 
@@ -52,18 +59,35 @@ def main():
         stripped = Path(scratch, "stripped")
         subprocess.run(["llvm-strip", "-x", "-o", str(stripped), binary], check=True)
         stripped_size = stripped.stat().st_size
-        layout = subprocess.run(["llvm-size", "-m", str(stripped)], capture_output=True, text=True).stdout
+        layout = subprocess.run(
+            ["llvm-size", "-m", str(stripped)], capture_output=True, text=True
+        ).stdout
     sections = dict(re.findall(r"Section (__\w+): (\d+)", layout))
     text, origin = code_by_origin(link_map)
     kib = lambda n: f"{int(n) / 1024:.0f} KiB"
-    print(f"KorvaneSDK binary: {kib(Path(binary).stat().st_size)}, stripped {kib(stripped_size)} "
-          f"({stripped_size} bytes)")
-    print(f"  code {kib(text)}: core {kib(origin['core'])}, iOS layer {kib(origin['iOS layer'])}"
-          + (f", Swift layer {kib(origin['Swift layer'])}" if origin["Swift layer"] else "")
-          + (f", other {kib(origin['other'])}" if origin["other"] else ""))
-    print("  " + ", ".join(f"{name} {kib(sections[name])}" for name in
-                           ("__cstring", "__const", "__gcc_except_tab", "__unwind_info", "__objc_const")
-                           if name in sections))
+    print(
+        f"KorvaneSDK binary: {kib(Path(binary).stat().st_size)}, stripped {kib(stripped_size)} "
+        f"({stripped_size} bytes)"
+    )
+    print(
+        f"  code {kib(text)}: core {kib(origin['core'])}, iOS layer {kib(origin['iOS layer'])}"
+        + (f", Swift layer {kib(origin['Swift layer'])}" if origin["Swift layer"] else "")
+        + (f", other {kib(origin['other'])}" if origin["other"] else "")
+    )
+    print(
+        "  "
+        + ", ".join(
+            f"{name} {kib(sections[name])}"
+            for name in (
+                "__cstring",
+                "__const",
+                "__gcc_except_tab",
+                "__unwind_info",
+                "__objc_const",
+            )
+            if name in sections
+        )
+    )
 
 
 if __name__ == "__main__":

@@ -39,15 +39,25 @@ def main() -> int:
     if current != expected:
         sys.stdout.writelines(
             line + "\n"
-            for line in difflib.unified_diff(expected, current, str(target), "built", lineterm=""))
-        print(f"Swift API listing: the framework differs from {target}; regenerate it with "
-              f"`python3 scripts/ios-swift-api-listing.py generate {framework} {target}` if meant",
-              file=sys.stderr)
+            for line in difflib.unified_diff(expected, current, str(target), "built", lineterm="")
+        )
+        print(
+            f"Swift API listing: the framework differs from {target}; regenerate it with "
+            f"`python3 scripts/ios-swift-api-listing.py generate {framework} {target}` if meant",
+            file=sys.stderr,
+        )
         return 1
-    declarations = sum(1 for line in current if line.lstrip().startswith(
-        ("public ", "case ", "@frozen public", "nonisolated public", "@_Concurrency.MainActor")))
-    print(f"Swift API listing: {len(current)} lines, {declarations} declarations, "
-          f"as in {target.name}")
+    declarations = sum(
+        1
+        for line in current
+        if line.lstrip().startswith(
+            ("public ", "case ", "@frozen public", "nonisolated public", "@_Concurrency.MainActor")
+        )
+    )
+    print(
+        f"Swift API listing: {len(current)} lines, {declarations} declarations, "
+        f"as in {target.name}"
+    )
     return 0
 
 

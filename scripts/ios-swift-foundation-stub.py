@@ -49,9 +49,11 @@ def merged_stub(overlay: str, symbols: list[str]) -> str:
         return json.dumps(document, indent=1) + "\n"
     found = re.search(r"^    symbols: +\[", overlay, re.M)
     if not found or "tapi-tbd-v3" not in overlay.split("\n", 1)[0]:
-        raise ValueError("libswiftFoundation.tbd: neither a tapi v3 stub with an export list nor JSON")
+        raise ValueError(
+            "libswiftFoundation.tbd: neither a tapi v3 stub with an export list nor JSON"
+        )
     listed = "".join(f"'{symbol}',\n                            " for symbol in symbols)
-    return overlay[:found.end()] + " " + listed + overlay[found.end():].lstrip(" ")
+    return overlay[: found.end()] + " " + listed + overlay[found.end() :].lstrip(" ")
 
 
 def main() -> int:

@@ -58,8 +58,10 @@ def main():
     for index, (first, block) in enumerate(blocks, 1):
         body = [line for line in block if not line.startswith("import ")]
         imports.update(line.strip() for line in block if line.startswith("import "))
-        method = [f"  // snippet {index}: README line {first}",
-                  f"  func snippet{index}(application: UIApplication) async throws {{"]
+        method = [
+            f"  // snippet {index}: README line {first}",
+            f"  func snippet{index}(application: UIApplication) async throws {{",
+        ]
         method += [f"    {line}" if line else "" for line in body]
         method.append("  }")
         bodies.append("\n".join(method))

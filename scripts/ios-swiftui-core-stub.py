@@ -21,17 +21,20 @@ import sys
 
 
 def swiftui_symbols(object_file: str) -> list[str]:
-    listed = subprocess.run(["llvm-nm", "-u", "-j", object_file], check=True, capture_output=True,
-                            text=True).stdout
+    listed = subprocess.run(
+        ["llvm-nm", "-u", "-j", object_file], check=True, capture_output=True, text=True
+    ).stdout
     return sorted({s for s in listed.split() if s.startswith("_$s") and "7SwiftUI" in s})
 
 
 def stub(target: str, symbols: list[str]) -> str:
     listed = ",\n                       ".join(f"'{symbol}'" for symbol in symbols)
-    return (f"--- !tapi-tbd\ntbd-version:     4\ntargets:         [ {target} ]\n"
-            "install-name:    '/System/Library/PrivateFrameworks/SwiftUICore.framework/SwiftUICore'\n"
-            "current-version: 1\nexports:\n"
-            f"  - targets:         [ {target} ]\n    symbols:         [ {listed} ]\n...\n")
+    return (
+        f"--- !tapi-tbd\ntbd-version:     4\ntargets:         [ {target} ]\n"
+        "install-name:    '/System/Library/PrivateFrameworks/SwiftUICore.framework/SwiftUICore'\n"
+        "current-version: 1\nexports:\n"
+        f"  - targets:         [ {target} ]\n    symbols:         [ {listed} ]\n...\n"
+    )
 
 
 def main() -> int:

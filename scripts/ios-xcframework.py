@@ -64,8 +64,10 @@ def main():
     (staged / "Info.plist").write_bytes(plistlib.dumps(info))
     shutil.rmtree(output, ignore_errors=True)
     staged.rename(output)
-    print(f"XCFramework: {output} ({', '.join(e['LibraryIdentifier'] for e in info['AvailableLibraries'])}, "
-          "a dSYM per slice)")
+    print(
+        f"XCFramework: {output} ({', '.join(e['LibraryIdentifier'] for e in info['AvailableLibraries'])}, "
+        "a dSYM per slice)"
+    )
 
 
 if __name__ == "__main__":

@@ -42,7 +42,9 @@ class MachO:
         return re.findall(r"^0x[0-9A-Fa-f]+\s+(?:\[[^\]]*\]\s+)?(\S+)", trie, re.M)
 
     def exported_classes(self):
-        return sorted(name.split("$_", 1)[1] for name in self.exports() if name.startswith("_OBJC_CLASS_$_"))
+        return sorted(
+            name.split("$_", 1)[1] for name in self.exports() if name.startswith("_OBJC_CLASS_$_")
+        )
 
 
 def read(path):
@@ -62,7 +64,9 @@ def read(path):
     binary.uuid = uuid.group(1).upper() if uuid else ""
     identity = re.search(r"cmd LC_ID_DYLIB.*?name (\S+)", commands, re.S)
     binary.install_name = identity.group(1) if identity else ""
-    binary.linked = re.findall(r"cmd LC_(?:LOAD|LOAD_WEAK|REEXPORT)_DYLIB.*?name (\S+)", commands, re.S)
+    binary.linked = re.findall(
+        r"cmd LC_(?:LOAD|LOAD_WEAK|REEXPORT)_DYLIB.*?name (\S+)", commands, re.S
+    )
     return binary
 
 
@@ -76,8 +80,10 @@ def main():
         sys.exit(str(error))
     wrong = []
     if (binary.arch, binary.filetype, binary.platform) != ("arm64", filetype, platform):
-        wrong.append(f"an {binary.arch} {binary.filetype} for {binary.platform or 'no platform'}, "
-                     f"not an arm64 {filetype} for {platform}")
+        wrong.append(
+            f"an {binary.arch} {binary.filetype} for {binary.platform or 'no platform'}, "
+            f"not an arm64 {filetype} for {platform}"
+        )
     if dylib and dylib[0] not in binary.linked:
         wrong.append(f"does not link {dylib[0]}")
     if wrong:

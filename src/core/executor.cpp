@@ -29,7 +29,8 @@ struct ThreadPoolExecutor::State {
 };
 
 ThreadPoolExecutor::ThreadPoolExecutor(std::size_t threads) : state_(std::make_shared<State>()) {
-  for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([state = state_] { state->run(); });
+  for (std::size_t i = 0; i < threads; ++i)
+    threads_.emplace_back([state = state_] { state->run(); });
 }
 
 ThreadPoolExecutor::~ThreadPoolExecutor() {

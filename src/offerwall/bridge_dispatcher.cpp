@@ -227,11 +227,11 @@ void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
     TaskHandle fallback = self->mainThread_->postAfter(
         kAppCheckFallback, [self, answered, callbackName, id, controller] {
           if (answered->exchange(true)) return;
-          KorvaneLogger::w(self->tag_,
-                           controller ? "⏱️ Timeout fallback triggered: completion handler not "
-                                        "called for " +
-                                            id
-                                      : "⏱️ Timeout fallback triggered for " + id);
+          KorvaneLogger::w(self->tag_, controller
+                                           ? "⏱️ Timeout fallback triggered: completion handler not "
+                                             "called for " +
+                                                 id
+                                           : "⏱️ Timeout fallback triggered for " + id);
           self->replyAppInstalled(callbackName, false, id);
         });
     self->urlOpener_->open(
@@ -336,8 +336,8 @@ void BridgeDispatcher::customEvent(const JsonValue& data) {
       tag_, "✅ Custom event parsed - type='" + *eventType + "', payload=" + json::dump(payload));
   const auto host = host_.lock();
   if (!host || !host->eventCallback()) {
-    return KorvaneLogger::w(
-        tag_, "⚠️ eventCallback is nil! Custom event will not be forwarded to app.");
+    return KorvaneLogger::w(tag_,
+                            "⚠️ eventCallback is nil! Custom event will not be forwarded to app.");
   }
   KorvaneLogger::d(tag_, "📤 Forwarding custom event to app callback...");
   onMain([tag = tag_, eventType = *eventType, payload](BridgeHost& alive) {

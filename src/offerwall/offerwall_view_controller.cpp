@@ -179,8 +179,9 @@ bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigatio
   }
   screen_ = platform.screens->presentFullScreen(over, screenOptions(inNavigationContainer));
   if (!screen_) {
-    KorvaneLogger::e(kTag, "The page could not be presented: another presentation is in progress "
-                           "or there is no screen in a window to present it from");
+    KorvaneLogger::e(kTag,
+                     "The page could not be presented: another presentation is in progress "
+                     "or there is no screen in a window to present it from");
     return false;
   }
   typeWide().presented.push_back(owner());

@@ -81,8 +81,8 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
     KorvaneLogger::v(kTag, line);
   const std::string url = buildPlaytimeWebUrl(inputs).value_or("");
   for (const std::string& line :
-       {std::string(kRule), std::string("🔗 [ADJOE] FINAL PlaytimeWeb URL"), std::string(kRule), url,
-        std::string(kRule)})
+       {std::string(kRule), std::string("🔗 [ADJOE] FINAL PlaytimeWeb URL"), std::string(kRule),
+        url, std::string(kRule)})
     KorvaneLogger::v(kTag, line);
 
   const bool idfaIncluded = present(inputs.advertisingId);

@@ -22,8 +22,11 @@ UIKIT = "System/Library/Frameworks/UIKit.framework/UIKit.tbd"
 
 
 def check(binary, sdk):
-    done = subprocess.run([sys.executable, str(SCRIPTS / "ios-check-bindings.py"), binary, str(sdk)],
-                          capture_output=True, text=True)
+    done = subprocess.run(
+        [sys.executable, str(SCRIPTS / "ios-check-bindings.py"), binary, str(sdk)],
+        capture_output=True,
+        text=True,
+    )
     return done.returncode, done.stdout + done.stderr
 
 
@@ -50,8 +53,12 @@ def without_symbol(symbol):
 
 def bound_symbol(binary, library):
     """A symbol `binary` binds to `library` (llvm-objdump's short name) without weak import."""
-    binds = subprocess.run(["llvm-objdump", "--macho", "--bind", "--lazy-bind", binary],
-                           check=True, capture_output=True, text=True).stdout
+    binds = subprocess.run(
+        ["llvm-objdump", "--macho", "--bind", "--lazy-bind", binary],
+        check=True,
+        capture_output=True,
+        text=True,
+    ).stdout
     for line in binds.splitlines():
         fields = line.split()
         if len(fields) >= 6 and fields[-2] == library and "(weak_import)" not in line:
@@ -70,22 +77,34 @@ def main():
     uikit_symbol = bound_symbol(binary, "UIKit")
     # (what is taken away, the stub changed, how, the words the failure must name)
     cases = [
-        ("a Foundation overlay symbol", FOUNDATION_OVERLAY, without_symbol(overlay_symbol),
-         overlay_symbol),
+        (
+            "a Foundation overlay symbol",
+            FOUNDATION_OVERLAY,
+            without_symbol(overlay_symbol),
+            overlay_symbol,
+        ),
         ("a UIKit symbol", UIKIT, without_symbol(uikit_symbol), uikit_symbol),
-        ("the Foundation overlay itself", FOUNDATION_OVERLAY, None,
-         "libswiftFoundation.dylib: not in"),
+        (
+            "the Foundation overlay itself",
+            FOUNDATION_OVERLAY,
+            None,
+            "libswiftFoundation.dylib: not in",
+        ),
     ]
     wrong = []
     for name, relative, change, words in cases:
         with tempfile.TemporaryDirectory() as scratch:
             code, output = check(binary, linked_copy(sdk, scratch, relative, change))
             if code == 0 or words not in output:
-                wrong.append(f"{name} taken away: exit {code}, expected a failure naming {words!r}:\n"
-                             f"{output}")
+                wrong.append(
+                    f"{name} taken away: exit {code}, expected a failure naming {words!r}:\n"
+                    f"{output}"
+                )
     if wrong:
         sys.exit("\n".join(wrong))
-    print(f"bindings check test: the framework passes; {len(cases)} damaged SDKs fail as they should")
+    print(
+        f"bindings check test: the framework passes; {len(cases)} damaged SDKs fail as they should"
+    )
 
 
 if __name__ == "__main__":

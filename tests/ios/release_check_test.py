@@ -31,12 +31,16 @@ def edit_info(root, change):
 
 
 def simulator_entry(info):
-    return next(e for e in info["AvailableLibraries"] if e["LibraryIdentifier"] == "ios-arm64-simulator")
+    return next(
+        e for e in info["AvailableLibraries"] if e["LibraryIdentifier"] == "ios-arm64-simulator"
+    )
 
 
 def swap_binaries(root):
-    shutil.copy(root / "ios-arm64" / f"{NAME}.framework" / NAME,
-                root / "ios-arm64-simulator" / f"{NAME}.framework" / NAME)
+    shutil.copy(
+        root / "ios-arm64" / f"{NAME}.framework" / NAME,
+        root / "ios-arm64-simulator" / f"{NAME}.framework" / NAME,
+    )
 
 
 def swap_dsyms(root):
@@ -45,7 +49,10 @@ def swap_dsyms(root):
 
 
 def unstripped(root, build):
-    shutil.copy(build / "iphoneos" / f"{NAME}.framework" / NAME, root / "ios-arm64" / f"{NAME}.framework" / NAME)
+    shutil.copy(
+        build / "iphoneos" / f"{NAME}.framework" / NAME,
+        root / "ios-arm64" / f"{NAME}.framework" / NAME,
+    )
 
 
 def one_slice_swift(root):
@@ -62,25 +69,45 @@ def one_slice_swift(root):
 # (what is damaged, how, the words the check must fail with). Zip cases get the unpacked
 # XCFramework to change and are zipped again.
 MANIFEST_CASES = [
-    ("checksum in Package.swift", lambda r: edit_text(r / "Package.swift", 'checksum: "', 'checksum: "0'),
-     "Package.swift"),
-    ("podspec's source", lambda r: edit_text(r / f"{NAME}.podspec", ":sha256 => '", ":sha256 => '0"), "podspec"),
+    (
+        "checksum in Package.swift",
+        lambda r: edit_text(r / "Package.swift", 'checksum: "', 'checksum: "0'),
+        "Package.swift",
+    ),
+    (
+        "podspec's source",
+        lambda r: edit_text(r / f"{NAME}.podspec", ":sha256 => '", ":sha256 => '0"),
+        "podspec",
+    ),
 ]
 ZIP_CASES = [
-    ("simulator variant dropped from Info.plist",
-     lambda x, b: edit_info(x, lambda i: simulator_entry(i).pop("SupportedPlatformVariant")), "Info.plist says ios"),
-    ("device binary in the simulator slice", lambda x, b: swap_binaries(x), "Info.plist says iossimulator"),
+    (
+        "simulator variant dropped from Info.plist",
+        lambda x, b: edit_info(x, lambda i: simulator_entry(i).pop("SupportedPlatformVariant")),
+        "Info.plist says ios",
+    ),
+    (
+        "device binary in the simulator slice",
+        lambda x, b: swap_binaries(x),
+        "Info.plist says iossimulator",
+    ),
     ("another slice's dSYM", lambda x, b: swap_dsyms(x), "dSYM UUID"),
     ("binary not stripped", lambda x, b: unstripped(x, b), "not stripped"),
     ("Swift interface in one slice only", lambda x, b: one_slice_swift(x), "only some slices"),
-    ("simulator slice missing",
-     lambda x, b: edit_info(x, lambda i: i["AvailableLibraries"].remove(simulator_entry(i))), "expected"),
+    (
+        "simulator slice missing",
+        lambda x, b: edit_info(x, lambda i: i["AvailableLibraries"].remove(simulator_entry(i))),
+        "expected",
+    ),
 ]
 
 
 def check(release):
-    done = subprocess.run([sys.executable, str(SCRIPTS / "ios-check-release.py"), str(release)],
-                          capture_output=True, text=True)
+    done = subprocess.run(
+        [sys.executable, str(SCRIPTS / "ios-check-release.py"), str(release)],
+        capture_output=True,
+        text=True,
+    )
     return done.returncode, done.stdout + done.stderr
 
 
@@ -114,7 +141,9 @@ def main():
                 wrong.append(f"{name}: exit {code}, expected a failure naming {words!r}:\n{output}")
     if wrong:
         sys.exit("\n".join(wrong))
-    print(f"release check test: the good release passes; {len(cases)} damaged ones fail as they should")
+    print(
+        f"release check test: the good release passes; {len(cases)} damaged ones fail as they should"
+    )
 
 
 if __name__ == "__main__":

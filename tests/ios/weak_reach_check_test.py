@@ -21,8 +21,9 @@ SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "ios-check-we
 
 
 def check(binary, sources):
-    done = subprocess.run([sys.executable, str(SCRIPT), binary, str(sources)], capture_output=True,
-                          text=True)
+    done = subprocess.run(
+        [sys.executable, str(SCRIPT), binary, str(sources)], capture_output=True, text=True
+    )
     return done.returncode, done.stdout + done.stderr
 
 
@@ -71,13 +72,20 @@ CASES = [
     ("KorvaneSDK.View.plain() -> ()", False),
     ("(extension in KorvaneSDK):__C.KorvaneSdk.helper(a: Swift.Int, _: Swift.Int) -> ()", True),
     ("(extension in KorvaneSDK):__C.KorvaneSdk.helper(a: Swift.Int) -> ()", False),
-    ("(extension in KorvaneSDK):__C.KorvaneSdk.later(x: Swift.Int, y: (Swift.Int) -> ()) -> ()",
-     True),
-    ("closure #1 (Swift.Result<A, B>) -> () in (extension in KorvaneSDK):__C.KorvaneSdk."
-     "getBannerInfo(placementId: Swift.String, completion: (Swift.Result<A, B>) -> ()) -> ()",
-     False),
-    ("(1) await resume partial function for (extension in KorvaneSDK):__C.KorvaneSdk."
-     "getBannerInfo(placementId: Swift.String) async throws -> A", True),
+    (
+        "(extension in KorvaneSDK):__C.KorvaneSdk.later(x: Swift.Int, y: (Swift.Int) -> ()) -> ()",
+        True,
+    ),
+    (
+        "closure #1 (Swift.Result<A, B>) -> () in (extension in KorvaneSDK):__C.KorvaneSdk."
+        "getBannerInfo(placementId: Swift.String, completion: (Swift.Result<A, B>) -> ()) -> ()",
+        False,
+    ),
+    (
+        "(1) await resume partial function for (extension in KorvaneSDK):__C.KorvaneSdk."
+        "getBannerInfo(placementId: Swift.String) async throws -> A",
+        True,
+    ),
     ("@objc KorvaneSDK.Older.call() -> ()", False),
     ("@objc KorvaneSDK.ViewCoordinator.onOpened() -> ()", False),
 ]
@@ -93,8 +101,10 @@ def gate_cases():
         types, funcs = module.gates(pathlib.Path(scratch))
     for text, expected in CASES:
         if module.is_gated(module.normalised(text, "KorvaneSDK"), types, funcs) != expected:
-            wrong.append(f"{text}: expected {'gated' if expected else 'not gated'} "
-                         f"(gated types {sorted(types)}, functions {sorted(funcs)})")
+            wrong.append(
+                f"{text}: expected {'gated' if expected else 'not gated'} "
+                f"(gated types {sorted(types)}, functions {sorted(funcs)})"
+            )
     return wrong
 
 
@@ -109,12 +119,16 @@ def main():
     with tempfile.TemporaryDirectory() as scratch:
         code, output = check(binary, ungated_copy(sources, scratch))
         if code == 0 or "LoginContinuation" not in output:
-            wrong.append(f"sources without their iOS 15 gates: exit {code}, expected a failure "
-                         f"naming LoginContinuation:\n{output}")
+            wrong.append(
+                f"sources without their iOS 15 gates: exit {code}, expected a failure "
+                f"naming LoginContinuation:\n{output}"
+            )
     if wrong:
         sys.exit("\n".join(wrong))
-    print(f"weak reach check test: the framework passes; {len(CASES)} gate cases and the ungated "
-          f"sources give what they should")
+    print(
+        f"weak reach check test: the framework passes; {len(CASES)} gate cases and the ungated "
+        f"sources give what they should"
+    )
 
 
 if __name__ == "__main__":

@@ -131,8 +131,8 @@ class UIKitRulesPresenter final : public ScreenPresenter {
       journal.push_back(page.name() + " dismissal dropped: a transition is in progress");
       return false;
     }
-    Transition leaving{Transition::dismissing, std::vector<Page*>(at, stack.end()),
-                       std::move(done), byApp};
+    Transition leaving{Transition::dismissing, std::vector<Page*>(at, stack.end()), std::move(done),
+                       byApp};
     journal.push_back(page.name() + (byApp ? " dismissed by the app" : " dismissing"));
     if (animated) {
       transition_ = std::move(leaving);

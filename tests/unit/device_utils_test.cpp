@@ -1,14 +1,14 @@
 // Device identity, model names, install source, the advertising-identifier flow, login assembly.
 #include <gtest/gtest.h>
 
-#include "korvane/platform/auth_interceptor_rules.h"
 #include "api/record_codec.h"
 #include "fake_platform.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/api/network_manager.h"
 #include "korvane/core/sdk_defaults.h"
-#include "memory_key_value_store.h"
+#include "korvane/platform/auth_interceptor_rules.h"
 #include "log_capture.h"
+#include "memory_key_value_store.h"
 #include "scripted_api.h"
 
 namespace korvane {
@@ -185,8 +185,8 @@ TEST(DeviceUtils, APromptTheSystemSuppressedIsAskedAgainAtTheNextActivation) {
   ASSERT_EQ(platform.tracking->prompts, 1);
   platform.tracking->answer(tracking_status::kNotDetermined);
   platform.mainThread->runUntilIdle();
-  EXPECT_TRUE(
-      capture.contains("[I/DeviceUtils] [ATT] Prompt not shown, will retry when app becomes active"));
+  EXPECT_TRUE(capture.contains(
+      "[I/DeviceUtils] [ATT] Prompt not shown, will retry when app becomes active"));
   EXPECT_EQ(platform.tracking->prompts, 1) << "not while the app stays active";
 
   for (int activation = 1; activation <= 2; ++activation) {
@@ -221,7 +221,8 @@ TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
 
   auto api = std::make_shared<testing::ScriptedApi>();
   manager.initialize(api);
-  manager.initialize(std::make_shared<testing::ScriptedApi>());  // a second initialisation changes nothing
+  manager.initialize(
+      std::make_shared<testing::ScriptedApi>());  // a second initialisation changes nothing
   bool answered = false;
   manager.login("u1", "user_login", "F", 1990, "authentication", JsonValue{{"user_id", "u1"}},
                 *device, *platform.clock, [&](auto r) { answered = r.ok(); });
@@ -319,8 +320,8 @@ TEST(SdkDefaultsStore, DeviceIdSurvivesTheMoveAndNewOnesStayOutOfTheAppsDefaults
   auto app = std::make_shared<testing::MemoryKeyValueStore>();
   app->setString("device_id", kRealId);
   PlatformServices updated = platform.services();
-  updated.userDefaults = std::make_shared<SdkDefaultsStore>(
-      std::make_shared<testing::MemoryKeyValueStore>(), app);
+  updated.userDefaults =
+      std::make_shared<SdkDefaultsStore>(std::make_shared<testing::MemoryKeyValueStore>(), app);
   EXPECT_EQ(DeviceUtils::create(updated)->getDeviceId(), kRealId);
 
   auto untouched = std::make_shared<testing::MemoryKeyValueStore>();

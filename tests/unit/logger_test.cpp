@@ -76,8 +76,7 @@ TEST(KorvaneLogger, ConsoleLinesStayOutOfStandardOutput) {
   std::fflush(stderr);
   for (int i = 0; i < 2; ++i) {
     saved[i] = ::dup(streams[i]);
-    ASSERT_TRUE(std::freopen((base + std::to_string(i)).c_str(), "w",
-                             i == 0 ? stdout : stderr));
+    ASSERT_TRUE(std::freopen((base + std::to_string(i)).c_str(), "w", i == 0 ? stdout : stderr));
   }
   KorvaneLogger::w("Console", "a warning line");
   KorvaneLogger::print("a plain line");

@@ -57,17 +57,27 @@ TEST_F(OfferwallPresentationTest, ACloseDuringThePresentationHappensWhenItEnds) 
     std::vector<std::string> heard;
   };
   const Case cases[] = {
-      {"a controller without an address", "", [](auto&, auto&) {},
+      {"a controller without an address",
+       "",
+       [](auto&, auto&) {},
        {"error:Failed to load offerwall: No URL provided"}},
-      {"the page posts close", "https://hub.example/",
+      {"the page posts close",
+       "https://hub.example/",
        [](auto&, auto& page) { page.view.post(R"({"type":"close"})"); },
        {"closed"}},
-      {"the page loads korvane://close", "https://hub.example/",
-       [](auto&, auto& page) { page.view.delegate.lock()->decidePolicy({"korvane://close", true}); },
+      {"the page loads korvane://close",
+       "https://hub.example/",
+       [](auto&, auto& page) {
+         page.view.delegate.lock()->decidePolicy({"korvane://close", true});
+       },
        {"closed"}},
-      {"the app closes it", "https://hub.example/",
-       [](auto& controller, auto&) { controller.closeOfferwall(); }, {"closed"}},
-      {"its close button", "https://hub.example/", [](auto&, auto& page) { page.close(); },
+      {"the app closes it",
+       "https://hub.example/",
+       [](auto& controller, auto&) { controller.closeOfferwall(); },
+       {"closed"}},
+      {"its close button",
+       "https://hub.example/",
+       [](auto&, auto& page) { page.close(); },
        {"closed"}},
   };
   for (const Case& c : cases) {

@@ -830,8 +830,9 @@ TEST_F(OfferwallTest, ExternalBrowserCalledOffTheMainThreadAsksTheSystemOnTheMai
     fake_.urlOpener->opened.clear();
     fake_.urlOpener->opens = c.systemOpens;
     bool accepted = false;
-    std::thread([&] { accepted = sdk_.openExternalBrowser("https://example.com/deal", "p"); })
-        .join();
+    std::thread([&] {
+      accepted = sdk_.openExternalBrowser("https://example.com/deal", "p");
+    }).join();
     EXPECT_TRUE(accepted);
     EXPECT_TRUE(fake_.urlOpener->opened.empty()) << "nothing is opened off the main thread";
     fake_.mainThread->runUntilIdle();
@@ -856,8 +857,9 @@ TEST_F(OfferwallTest, RefusalsOfOpeningsCalledOffTheMainThreadArriveOnTheMainThr
     std::thread([&] { open(callback); }).join();
     EXPECT_TRUE(callback->heard.empty()) << "nothing is reported off the main thread";
     fake_.mainThread->runUntilIdle();
-    EXPECT_EQ(callback->heard, (std::vector<std::string>{
-                                   "error:SDK not initialized. Please initialize the SDK first."}));
+    EXPECT_EQ(
+        callback->heard,
+        (std::vector<std::string>{"error:SDK not initialized. Please initialize the SDK first."}));
   }
 }
 

@@ -277,8 +277,9 @@ TEST_F(EventFileTest, WritesCountOnlyTheEventsThatAgedOut) {
       EXPECT_EQ(store.droppedCount(), stale) << name;
       EXPECT_EQ(capture.count("events from the event file ("), stale ? 1u : 0u) << name;
       if (stale) {
-        EXPECT_TRUE(capture.mentions("[W/EventBatchService] Dropped 2 events from the event file "
-                                     "(2 older than 604800 s, 0 past its "))
+        EXPECT_TRUE(
+            capture.mentions("[W/EventBatchService] Dropped 2 events from the event file "
+                             "(2 older than 604800 s, 0 past its "))
             << name;
       }
     }
@@ -387,7 +388,7 @@ TEST_F(EventFileTest, AFailedWriteLeavesTheOldFileWhole) {
   std::vector<Event> many;
   for (int i = 0; i < 200; ++i) many.push_back(eventAt(now(), "big" + std::to_string(i)));
 
-  struct rlimit before {};
+  struct rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
   const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
   struct rlimit small = before;

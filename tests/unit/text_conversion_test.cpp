@@ -129,9 +129,14 @@ TEST(ControlLabels, BackLabelIsTheTitlesWordsWithoutItsGlyphs) {
     const char* title;
     const char* back;
   } cases[] = {
-      {"< 뒤로", "뒤로"},     {"뒤로", "뒤로"},           {"‹ Back ›", "Back"},
-      {"«  go back", "go back"}, {"← 이전 페이지", "이전 페이지"}, {"<", "뒤로"},
-      {"", "뒤로"},           {"a<b", "a<b"},
+      {"< 뒤로", "뒤로"},
+      {"뒤로", "뒤로"},
+      {"‹ Back ›", "Back"},
+      {"«  go back", "go back"},
+      {"← 이전 페이지", "이전 페이지"},
+      {"<", "뒤로"},
+      {"", "뒤로"},
+      {"a<b", "a<b"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.title);

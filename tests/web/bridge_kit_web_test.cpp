@@ -316,9 +316,9 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   EXPECT_TRUE(loggedStart("[D/KorvaneOfferwallViewController] No data returned for request 'kit_"))
       << "the request the app answers with nothing";
   // track sends the object form, so the payload arrives.
-  EXPECT_TRUE(logged(
-      "[D/KorvaneOfferwallViewController] ✅ Parsed message - type: 'trackEvent', data: "
-      "{\"eventName\":\"kit_page_viewed\",\"payload\":{\"page\":\"kit\"}}"));
+  EXPECT_TRUE(
+      logged("[D/KorvaneOfferwallViewController] ✅ Parsed message - type: 'trackEvent', data: "
+             "{\"eventName\":\"kit_page_viewed\",\"payload\":{\"page\":\"kit\"}}"));
   EXPECT_TRUE(logged(
       "[D/KorvaneOfferwallViewController] Event tracked from WebView - Name: kit_page_viewed"));
   ASSERT_EQ(events_->custom.size(), 1u);
@@ -333,10 +333,12 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   EXPECT_TRUE(
       logged("[D/KorvaneOfferwallViewController] [iOS SDK - WebView] 받은 데이터: "
              "{\"quizId\":\"quiz-1\",\"score\":1,\"rewardAmount\":50}"));
-  EXPECT_TRUE(logged("[D/KorvaneOfferwallViewController] Opening external browser: "
-                     "https://www.example.com/"));
-  EXPECT_EQ(evaluate(screen(0), "Object.keys(window).filter(function(k) {"
-                                "  return k.indexOf('_korvane_callback_') === 0; }).length"),
+  EXPECT_TRUE(
+      logged("[D/KorvaneOfferwallViewController] Opening external browser: "
+             "https://www.example.com/"));
+  EXPECT_EQ(evaluate(screen(0),
+                     "Object.keys(window).filter(function(k) {"
+                     "  return k.indexOf('_korvane_callback_') === 0; }).length"),
             "0");
 
   // The page stack: open a page, replace it, close it, then the adjoe offerwall.
@@ -430,8 +432,8 @@ TEST_F(BridgeKitWeb, TheSampleBridgePageRunsOnTheKit) {
       [&] { return evaluate(screen(0), "window.bridgeRunDone === true") == "true"; }, 15s));
   const std::string results =
       nlohmann::json::parse(evaluate(screen(0), "demoApp.results.join(' | ')")).get<std::string>();
-  for (const char* expected : {"\"userId\":\"web-user\"", "\"points\":1200", "\"installed\":",
-                               "reward_claimed", "missionRefreshed"})
+  for (const char* expected : {"\"userId\":\"web-user\"", "\"points\":1200",
+                               "\"installed\":", "reward_claimed", "missionRefreshed"})
     EXPECT_NE(results.find(expected), std::string::npos) << expected << " in " << results;
   EXPECT_EQ(server_.requestsTo("/bridge-kit/korvane-bridge-kit.js").size(), 1u);
 }

@@ -14,7 +14,8 @@ namespace korvane {
 // cleared (a key of the same name there may be the app's own). Thread-safe if `own` is.
 class SdkDefaultsStore final : public KeyValueStore {
  public:
-  SdkDefaultsStore(std::shared_ptr<KeyValueStore> own, std::shared_ptr<const KeyValueStore> earlier);
+  SdkDefaultsStore(std::shared_ptr<KeyValueStore> own,
+                   std::shared_ptr<const KeyValueStore> earlier);
 
   std::optional<std::string> getString(const std::string& key) const override;
   void setString(const std::string& key, const std::string& value) override;

@@ -21,7 +21,8 @@ class ProcessDiagnostics {
   virtual std::vector<std::string> callStack() const = 0;
   // Calls `handler` when the process is about to end with an uncaught exception, then hands the
   // exception on to whatever handler was installed before. Installs at most once per process.
-  virtual void installUncaughtExceptionHandler(std::function<void(const UncaughtException&)> handler) = 0;
+  virtual void installUncaughtExceptionHandler(
+      std::function<void(const UncaughtException&)> handler) = 0;
 };
 
 }  // namespace korvane

@@ -171,7 +171,8 @@ struct CurlHttpClient::Engine {
       if (code == CURLE_OK) {
         long status = 0;
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-        transfer->completion(HttpResponse{static_cast<int>(status), std::move(transfer->responseHeaders),
+        transfer->completion(HttpResponse{static_cast<int>(status),
+                                          std::move(transfer->responseHeaders),
                                           std::move(transfer->responseBody)});
       } else if (transfer->bodyTooLarge) {
         KorvaneLogger::e(kTag, responseTooLargeMessage() + ": " + transfer->request.method + " " +
@@ -182,7 +183,8 @@ struct CurlHttpClient::Engine {
         long osErrno = 0;
         curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
         std::string text = transfer->errorText[0] ? transfer->errorText : curl_easy_strerror(code);
-        transfer->completion(TransportError{transportErrorKind(code, osErrno), static_cast<long>(code), std::move(text)});
+        transfer->completion(TransportError{transportErrorKind(code, osErrno),
+                                            static_cast<long>(code), std::move(text)});
       }
       if (stopRequested()) return;  // the client is gone: drop the rest
     }

@@ -21,7 +21,8 @@ std::terminate_handler previousHandler = nullptr;
 
 std::string demangle(const char* name) {
   int status = 0;
-  std::unique_ptr<char, void (*)(void*)> readable(abi::__cxa_demangle(name, nullptr, nullptr, &status), std::free);
+  std::unique_ptr<char, void (*)(void*)> readable(
+      abi::__cxa_demangle(name, nullptr, nullptr, &status), std::free);
   return status == 0 && readable ? readable.get() : name;
 }
 
@@ -43,7 +44,8 @@ std::vector<std::string> currentStack() {
       description.name = demangle(typeid(e).name());
       description.reason = e.what();
     } catch (...) {
-      if (const std::type_info* type = abi::__cxa_current_exception_type()) description.name = demangle(type->name());
+      if (const std::type_info* type = abi::__cxa_current_exception_type())
+        description.name = demangle(type->name());
     }
     if (sdkHandler()) sdkHandler()(description);
   }
@@ -53,9 +55,12 @@ std::vector<std::string> currentStack() {
 
 }  // namespace
 
-std::vector<std::string> LinuxProcessDiagnostics::callStack() const { return currentStack(); }
+std::vector<std::string> LinuxProcessDiagnostics::callStack() const {
+  return currentStack();
+}
 
-void LinuxProcessDiagnostics::installUncaughtExceptionHandler(std::function<void(const UncaughtException&)> handler) {
+void LinuxProcessDiagnostics::installUncaughtExceptionHandler(
+    std::function<void(const UncaughtException&)> handler) {
   static std::once_flag once;
   std::call_once(once, [&] {
     sdkHandler() = std::move(handler);

@@ -15,7 +15,8 @@ struct Task {
   std::atomic<UIBackgroundTaskIdentifier> identifier{UIBackgroundTaskInvalid};
   void end() {
     const UIBackgroundTaskIdentifier ending = identifier.exchange(UIBackgroundTaskInvalid);
-    if (ending != UIBackgroundTaskInvalid) [UIApplication.sharedApplication endBackgroundTask:ending];
+    if (ending != UIBackgroundTaskInvalid)
+      [UIApplication.sharedApplication endBackgroundTask:ending];
   }
 };
 
@@ -25,11 +26,10 @@ struct Task {
 Subscription UIKitBackgroundTime::begin(const std::string& name) {
   @autoreleasepool {
     auto task = std::make_shared<Task>();
-    task->identifier =
-        [UIApplication.sharedApplication beginBackgroundTaskWithName:toNSString(name)
-                                                   expirationHandler:^{
-                                                     task->end();
-                                                   }];
+    task->identifier = [UIApplication.sharedApplication beginBackgroundTaskWithName:toNSString(name)
+                                                                  expirationHandler:^{
+                                                                    task->end();
+                                                                  }];
     return Subscription([task] {
       @autoreleasepool {
         task->end();

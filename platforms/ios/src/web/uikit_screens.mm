@@ -230,7 +230,8 @@ std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnch
   }
   // UIKit would refuse it and simply let the page go: say so instead of showing nothing.
   if (presenting.presentedViewController || transitionRuns(presenting)) {
-    KorvaneLogger::e(kTag, "A presentation or dismissal is in progress; the offerwall is not shown");
+    KorvaneLogger::e(kTag,
+                     "A presentation or dismissal is in progress; the offerwall is not shown");
     return nullptr;
   }
   [presenting presentViewController:shown animated:YES completion:nil];
