@@ -727,22 +727,27 @@ void DevServer::installRoutes() {
     state->requests.push_back(std::move(record));
   });
 
-  // The bridge kit for page authors, at a stable path on every origin the server has.
-  server_->Get(R"(/bridge-kit/(.+))", [state](const httplib::Request& req, httplib::Response& res) {
-    RecordedRequest record = recordOfPageRequest(req);
-    const std::string name = req.matches[1].str();
-    record.status = 404;
-    res.status = 404;
-    res.set_content("not found", "text/plain");
-    for (const WebAsset& asset : bridgeKitAssets()) {
-      if (asset.name != name) continue;
-      record.status = 200;
-      res.status = 200;
-      res.set_content(std::string(asset.content), contentType(name) + "; charset=utf-8");
-    }
-    std::lock_guard lock(state->mutex);
-    state->requests.push_back(std::move(record));
-  });
+  // Embedded files at a stable path on every origin the server has; requests are recorded.
+  const auto serveAssets = [state](const std::vector<WebAsset>& assets) {
+    return [state, &assets](const httplib::Request& req, httplib::Response& res) {
+      RecordedRequest record = recordOfPageRequest(req);
+      const std::string name = req.matches[1].str();
+      record.status = 404;
+      res.status = 404;
+      res.set_content("not found", "text/plain");
+      for (const WebAsset& asset : assets) {
+        if (asset.name != name) continue;
+        record.status = 200;
+        res.status = 200;
+        res.set_content(std::string(asset.content), contentType(name) + "; charset=utf-8");
+      }
+      std::lock_guard lock(state->mutex);
+      state->requests.push_back(std::move(record));
+    };
+  };
+  // The bridge kit for page authors, and the attacker pages.
+  server_->Get(R"(/bridge-kit/(.+))", serveAssets(bridgeKitAssets()));
+  server_->Get(R"(/hostile/(.+))", serveAssets(hostileAssets()));
 
   // What the attacker pages send home, with its body.
   server_->Post("/hostile/report", [state](const httplib::Request& req, httplib::Response& res) {
@@ -750,23 +755,6 @@ void DevServer::installRoutes() {
     record.rawBody = record.body = req.body;
     record.status = 204;
     res.status = 204;
-    std::lock_guard lock(state->mutex);
-    state->requests.push_back(std::move(record));
-  });
-
-  // The attacker pages, on every origin the server has.
-  server_->Get(R"(/hostile/(.+))", [state](const httplib::Request& req, httplib::Response& res) {
-    RecordedRequest record = recordOfPageRequest(req);
-    const std::string name = req.matches[1].str();
-    record.status = 404;
-    res.status = 404;
-    res.set_content("not found", "text/plain");
-    for (const WebAsset& asset : hostileAssets()) {
-      if (asset.name != name) continue;
-      record.status = 200;
-      res.status = 200;
-      res.set_content(std::string(asset.content), contentType(name) + "; charset=utf-8");
-    }
     std::lock_guard lock(state->mutex);
     state->requests.push_back(std::move(record));
   });
