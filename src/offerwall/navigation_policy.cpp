@@ -30,6 +30,12 @@ NavigationDecision decideNavigation(const std::string& url) {
   return NavigationDecision::openWithSystem;
 }
 
+bool handsToSystem(NavigationDecision decision) {
+  return decision == NavigationDecision::openAppStore ||
+         decision == NavigationDecision::openUniversalLink ||
+         decision == NavigationDecision::openWithSystem;
+}
+
 LoadFailureResponse respondToLoadFailure(long urlErrorCode) {
   switch (urlErrorCode) {
     case -999:

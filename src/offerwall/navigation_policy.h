@@ -15,6 +15,9 @@ enum class NavigationDecision {
   openWithSystem,     // any other scheme: another app's
 };
 
+// Whether the decision hands the address to the system's URL opener.
+bool handsToSystem(NavigationDecision decision);
+
 // Tested in this order: the close address, the App Store scheme, App Store web links, the
 // schemes a page may load, everything else.
 NavigationDecision decideNavigation(const std::string& url);

@@ -34,4 +34,17 @@ std::string outsideOpeningRefusal(const std::string& url) {
   return "🚫 Not handing this URL to the system (scheme not allowed): " + url;
 }
 
+std::optional<std::string> ungesturedOpeningRefusal(const BridgeTrust& trust,
+                                                    const NavigationAction& action,
+                                                    const std::optional<std::string>& pageUrl) {
+  if (action.userGesture) return std::nullopt;
+  const bool trustedPage = !trust.policyEnabled || (pageUrl && trust.trusts(*pageUrl));
+  if (action.mainFrame && trustedPage) return std::nullopt;
+  std::string origin = pageUrl ? url::origin(*pageUrl).value_or("") : "";
+  if (origin.empty()) origin = "(opaque)";
+  return "🚫 Not opening a " + lowerCaseScheme(action.url) + ": address without a user gesture: " +
+         (action.mainFrame ? "origin " + origin + " is not trusted"
+                           : "it comes from a sub frame of a page of origin " + origin);
+}
+
 }  // namespace korvane

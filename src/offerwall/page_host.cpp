@@ -150,7 +150,16 @@ std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {
 
 NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
-  switch (decideNavigation(url)) {
+  const NavigationDecision decision = decideNavigation(url);
+  if (handsToSystem(decision)) {
+    const std::optional<std::string> refusal =
+        ungesturedOpeningRefusal(*trust_, action, webView_ ? webView_->currentUrl() : std::nullopt);
+    if (refusal) {
+      KorvaneLogger::w(tag_, *refusal);
+      return NavigationPolicy::cancel;
+    }
+  }
+  switch (decision) {
     case NavigationDecision::allow:
       return action.mainFrame ? followOwnLoad(url) : NavigationPolicy::allow;
     case NavigationDecision::closeOfferwall:
@@ -182,7 +191,9 @@ void PageHost::requestNewWindow(const NavigationAction& action) {
   const std::string& url = action.url;
   if (url.empty() || url == "about:blank") return;
   if (decideNavigation(url) != NavigationDecision::allow) {
-    decidePolicy({url, true});
+    // As a navigation of the main frame (the ports do not say which frame asked for the
+    // window), with the person's gesture when there was one.
+    decidePolicy({url, true, action.userGesture});
     return;
   }
   KorvaneLogger::d(tag_, "Loading a new window's address in the page: " + url);

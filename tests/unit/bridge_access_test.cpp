@@ -285,6 +285,77 @@ TEST_F(BridgeAccessTest, OnlyAllowedSchemesReachTheSystem) {
                                       "kakaotalk://chat"}));
 }
 
+// What the navigation policy hands to the system (another app, the App Store) leaves only when a
+// person started the navigation, or when the main frame of a trusted page did (the offerwall's own
+// pages script their store links); anything else is cancelled with one warning naming the scheme
+// and the origin, whatever the road: a navigation or a new window's address.
+TEST_F(BridgeAccessTest, AppsAndTheAppStoreOpenOnlyOnAGestureOrFromATrustedMainFrame) {
+  enum class From { trustedMainFrame, untrustedMainFrame, subFrame, untrustedNewWindow };
+  const struct {
+    From from;
+    bool gesture;
+    bool opens;
+  } cases[] = {
+      {From::trustedMainFrame, true, true},   {From::trustedMainFrame, false, true},
+      {From::untrustedMainFrame, true, true}, {From::untrustedMainFrame, false, false},
+      {From::subFrame, true, true},           {From::subFrame, false, false},
+      {From::untrustedNewWindow, true, true}, {From::untrustedNewWindow, false, false},
+  };
+  const struct {
+    const char* url;
+    const char* scheme;
+  } addresses[] = {
+      {"kakaotalk://chat/room", "kakaotalk"},
+      {"itms-apps://apps.apple.com/app/id1", "itms-apps"},
+      {"https://apps.apple.com/app/id1", "https"},
+  };
+  for (const auto& address : addresses) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(std::string(address.url) + " from case " +
+                   std::to_string(static_cast<int>(c.from)) +
+                   (c.gesture ? " with a gesture" : " without a gesture"));
+      auto root = present("https://hub.example/wall");
+      testing::FakeWebView& view = screen(0).view;
+      auto delegate = view.delegate.lock();
+      ASSERT_TRUE(delegate);
+      delegate->didFinishNavigation();
+      const bool untrusted =
+          c.from == From::untrustedMainFrame || c.from == From::untrustedNewWindow;
+      if (untrusted) {
+        ASSERT_EQ(view.follow("https://ads.example/landing"), NavigationPolicy::allow);
+      }
+      delegate->didFinishNavigation();
+      settle();
+      fake_.urlOpener->opened.clear();
+      log_.clear();
+      const NavigationAction action{address.url, c.from != From::subFrame, c.gesture};
+      if (c.from == From::untrustedNewWindow) {
+        delegate->requestNewWindow(action);
+      } else {
+        EXPECT_EQ(delegate->decidePolicy(action), NavigationPolicy::cancel);
+      }
+      settle();
+      EXPECT_EQ(fake_.urlOpener->opened,
+                c.opens ? std::vector<std::string>{address.url} : std::vector<std::string>{});
+      const std::string origin = untrusted ? "https://ads.example" : "https://hub.example";
+      const std::string warning =
+          std::string("[W/KorvaneOfferwallViewController] 🚫 Not opening a ") + address.scheme +
+          ": address without a user gesture: " +
+          (c.from == From::subFrame ? "it comes from a sub frame of a page of origin " + origin
+                                    : "origin " + origin + " is not trusted");
+      std::size_t warnings = 0;
+      for (const std::string& line : log_.messages())
+        warnings += line.find("🚫 Not opening a ") != std::string::npos;
+      EXPECT_EQ(warnings, c.opens ? 0u : 1u);
+      if (!c.opens) {
+        EXPECT_TRUE(log_.contains(warning)) << warning;
+      }
+      root->closeOfferwall();
+      settle();
+    }
+  }
+}
+
 // The identification headers go to the offerwall address's origin only: a redirect of that load
 // to another origin is stopped and loaded again without them; the same origin, sub frames and
 // anything after the load finished pass.

@@ -397,11 +397,8 @@ TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {
 }
 
 // Opening apps, the App Store and the outside browser without a user gesture: by navigation,
-// window.open, a scripted click, a frame and the bridge. Disabled until navigations carry whether
-// a person started them: today a scripted link click, a frame's address and a location change to
-// an app scheme all reach the URL opener, from any origin and from frames (window.open and the
-// bridge are already refused).
-TEST_P(HostilePages, DISABLED_NoAppOrBrowserOpensWithoutAGesture) {
+// window.open, a scripted click, a frame and the bridge.
+TEST_P(HostilePages, NoAppOrBrowserOpensWithoutAGesture) {
   const Stage& stage = GetParam();
   bringIn(stage.entry, attackUrl(stage.name, /*launch=*/true));
   ASSERT_TRUE(pumpUntil([&] { return !reports(stage.name, "done").empty(); }, 60s));

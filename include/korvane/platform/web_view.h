@@ -16,9 +16,15 @@ struct WebRequest {
   std::chrono::milliseconds timeout{60000};
 };
 
+// A navigation the engine asks about. `mainFrame` is whether the frame that navigates is the
+// page's main frame. `userGesture` is whether a person started it (a tap or click on a link, a
+// form sent by hand), as the engine tells it; a script's navigation (a scripted click, a frame's
+// address, a location change, a redirect the page made) is false. Only a person, or the main frame
+// of a trusted page, may send the person to another app or the App Store.
 struct NavigationAction {
   std::string url;
   bool mainFrame = true;
+  bool userGesture = false;
 };
 
 enum class NavigationPolicy { allow, cancel };

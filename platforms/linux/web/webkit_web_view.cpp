@@ -15,7 +15,8 @@ namespace korvane::linux_host {
 struct WebKitWebViewPort::Signals {
   std::weak_ptr<WebViewDelegate> delegate;
   bool loadFailed = false;
-  bool documentLoading = false;  // the main frame committed and has not finished
+  bool loadAsked = false;    // the port asked for a load whose first decision is still to come
+  bool provisional = false;  // the main frame started a load that has not committed
   std::shared_ptr<WebViewDelegate> target() const { return delegate.lock(); }
 };
 
@@ -46,10 +47,14 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   WebKitURIRequest* request = webkit_navigation_action_get_request(action);
   NavigationAction asked;
   asked.url = webkit_uri_request_get_uri(request);
-  // WebKitGTK does not say which frame navigates. The main frame's redirects come before its
-  // document commits, and the frames a document loads while it is read come after, so what
-  // navigates between commit and finish counts as a sub frame; otherwise the main frame.
-  asked.mainFrame = !signals.documentLoading;
+  // WebKitGTK does not say which frame navigates. Only what is known to be the main frame's
+  // counts as such: the first decision of a load the port asked for, and the redirects of the
+  // main frame's load before its document commits. Anything else (frames a document loads, and
+  // what a page's frames or scripts do once it is shown) counts as a sub frame, so a frame of a
+  // trusted page is never taken for the page.
+  asked.mainFrame = signals.loadAsked || signals.provisional;
+  signals.loadAsked = false;
+  asked.userGesture = webkit_navigation_action_is_user_gesture(action);
   if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
     webkit_policy_decision_use(decision);
   } else {
@@ -63,6 +68,7 @@ GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer dat
   if (auto delegate = signalsOf(data).target()) {
     NavigationAction asked;
     asked.url = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    asked.userGesture = webkit_navigation_action_is_user_gesture(action);
     delegate->requestNewWindow(asked);
   }
   return nullptr;
@@ -71,7 +77,8 @@ GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer dat
 void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
   Signals& signals = signalsOf(data);
   if (event == WEBKIT_LOAD_STARTED) signals.loadFailed = false;
-  signals.documentLoading = event == WEBKIT_LOAD_COMMITTED;
+  if (event == WEBKIT_LOAD_STARTED) signals.loadAsked = false;
+  signals.provisional = event == WEBKIT_LOAD_STARTED || event == WEBKIT_LOAD_REDIRECTED;
   if (event != WEBKIT_LOAD_FINISHED || signals.loadFailed) return;
   if (auto delegate = signals.target()) delegate->didFinishNavigation();
 }
@@ -79,7 +86,7 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
 gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* error, gpointer data) {
   Signals& signals = signalsOf(data);
   signals.loadFailed = true;
-  signals.documentLoading = false;
+  signals.provisional = false;
   if (auto delegate = signals.target()) {
     delegate->didFailNavigation(
         urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
@@ -338,12 +345,14 @@ void WebKitWebViewPort::load(const WebRequest& request) {
     for (const auto& [name, value] : request.headers)
       soup_message_headers_append(headers, name.c_str(), value.c_str());
   }
+  signals_->loadAsked = true;
   webkit_web_view_load_request(view_, uri);
   g_object_unref(uri);
 }
 
 void WebKitWebViewPort::loadHtml(const std::string& html,
                                  const std::optional<std::string>& baseUrl) {
+  signals_->loadAsked = true;
   webkit_web_view_load_html(view_, html.c_str(), baseUrl ? baseUrl->c_str() : nullptr);
 }
 
@@ -378,6 +387,7 @@ void WebKitWebViewPort::evaluateJavaScript(const std::string& script,
 }
 
 void WebKitWebViewPort::reload() {
+  signals_->loadAsked = true;
   webkit_web_view_reload(view_);
 }
 void WebKitWebViewPort::stopLoading() {
@@ -387,6 +397,7 @@ bool WebKitWebViewPort::canGoBack() const {
   return webkit_web_view_can_go_back(view_);
 }
 void WebKitWebViewPort::goBack() {
+  signals_->loadAsked = true;
   webkit_web_view_go_back(view_);
 }
 

@@ -27,6 +27,13 @@ std::string originOf(WKFrameInfo* frame) {
   return text;
 }
 
+// Whether a person started the navigation: WebKit's public API says only that a link was
+// activated. A script's click on a link may count as activation too, so this is weaker than
+// WebKit's own user-gesture flag; window.open and location changes are not activation.
+bool isUserGesture(WKNavigationAction* action) {
+  return action.navigationType == WKNavigationTypeLinkActivated;
+}
+
 }  // namespace
 
 @implementation KorvaneWebViewRelay
@@ -41,6 +48,7 @@ std::string originOf(WKFrameInfo* frame) {
   korvane::NavigationAction action;
   action.url = toStdString(navigationAction.request.URL.absoluteString);
   action.mainFrame = navigationAction.targetFrame.isMainFrame;
+  action.userGesture = isUserGesture(navigationAction);
   decisionHandler(delegate->decidePolicy(action) == korvane::NavigationPolicy::allow
                       ? WKNavigationActionPolicyAllow
                       : WKNavigationActionPolicyCancel);
@@ -55,6 +63,7 @@ std::string originOf(WKFrameInfo* frame) {
   if (auto delegate = self.delegate.lock()) {
     korvane::NavigationAction action;
     action.url = toStdString(navigationAction.request.URL.absoluteString);
+    action.userGesture = isUserGesture(navigationAction);
     delegate->requestNewWindow(action);
   }
   return nil;
