@@ -92,9 +92,9 @@ CASES = [
 
 
 def gate_cases():
-    spec = importlib.util.spec_from_file_location("weak_reach", SCRIPT)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("weak_reach", SCRIPT)
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     wrong = []
     with tempfile.TemporaryDirectory() as scratch:
         pathlib.Path(scratch, "Layer.swift").write_text(SOURCE)
