@@ -20,13 +20,23 @@ if ! korvane_swift; then
   echo "DocC skipped: $swift_missing."
   exit 0
 fi
-bin=$(dirname "$(readlink -f "$swiftc")")
-for tool in docc swift-symbolgraph-extract; do
-  if [[ ! -x "$bin/$tool" ]]; then
-    echo "the Swift toolchain at $bin has no $tool" >&2
-    exit 1
+# toolchain_tool NAME: the toolchain's NAME, beside its swiftc, else on PATH, else xcrun's.
+toolchain_tool() {
+  local beside
+  beside="$(dirname "$(readlink -f "$swiftc")")/$1"
+  if [[ -x "$beside" ]]; then
+    echo "$beside"
+  elif command -v "$1" >/dev/null; then
+    command -v "$1"
+  elif command -v xcrun >/dev/null && xcrun --find "$1" 2>/dev/null; then
+    :
+  else
+    echo "the Swift toolchain of $swiftc has no $1" >&2
+    return 1
   fi
-done
+}
+docc=$(toolchain_tool docc)
+symbolgraph_extract=$(toolchain_tool swift-symbolgraph-extract)
 
 framework_dir="$root/build/ios/iphoneos"
 if [[ ! -f "$framework_dir/KorvaneSDK.framework/Modules/module.modulemap" ]]; then
@@ -44,7 +54,7 @@ started=$SECONDS
 # Swift: the module as an app imports it, with the same flags and module cache as the build.
 # Members inherited from UIKit and Foundation are left to Apple's documentation (with them the
 # site has 1245 pages instead of about 300).
-"$bin/swift-symbolgraph-extract" -module-name KorvaneSDK -target "$target" -sdk "$IOS_SDK" \
+"$symbolgraph_extract" -module-name KorvaneSDK -target "$target" -sdk "$IOS_SDK" \
   -F "$framework_dir" -module-cache-path "$swift_module_cache/iphoneos" "${swift_flags[@]}" \
   -minimum-access-level public -skip-synthesized-members -output-dir "$graphs/swift"
 echo "Swift symbol graph: $(du -k "$graphs/swift/KorvaneSDK.symbols.json" | cut -f1) KiB in $((SECONDS - started)) s"
@@ -61,7 +71,7 @@ clang -extract-api --product-name=KorvaneSDK -x objective-c-header --target="$ta
 echo "Objective-C symbol graph: $(du -k "$graphs/objc/KorvaneSDK.symbols.json" | cut -f1) KiB in $((SECONDS - step)) s"
 
 step=$SECONDS
-"$bin/docc" convert "$root/platforms/ios/KorvaneSDK.docc" \
+"$docc" convert "$root/platforms/ios/KorvaneSDK.docc" \
   --additional-symbol-graph-dir "$graphs" \
   --fallback-display-name KorvaneSDK --fallback-bundle-identifier io.korvane.sdk \
   --fallback-bundle-version "$version" --default-code-listing-language swift \
