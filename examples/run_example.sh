@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs the README example against a local backend on a free port; passes when it logs in.
+# Runs the Linux host example (docs/linux-host.md) against a local backend on a free port; passes
+# when it logs in.
 set -euo pipefail
 devserver=$1 example=$2
 work=$(mktemp -d)

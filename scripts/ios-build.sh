@@ -8,7 +8,8 @@
 # with its checked-in listings (Objective-C, and Swift with the Swift layer), a doc comment on every
 # public declaration, the Clang static analyzer over the Objective-C++ layer and the iOS layer's
 # no-product-rule check. Prints the sizes. With a Swift compiler the framework carries its Swift
-# layer (platforms/ios/swift), and the Swift sample and README's Swift snippets are compiled.
+# layer (platforms/ios/swift), and the Swift sample and the documentation's Swift snippets are
+# compiled.
 #
 # The SDK: see scripts/ios-sdk.sh (IOS_SDK, xcrun on macOS, else /opt/ios-sdk/iPhoneOS26.2.sdk).
 # Without one it says so and exits 0, so machines without an SDK skip the iOS build.
@@ -73,6 +74,14 @@ check_slice() {
   printf '@import KorvaneSDK;\nint main(void) { return KorvaneSDKVersionNumber > 0 ? 0 : 1; }\n' >"$probe/probe.m"
   clang "${sdk_flags[@]}" -Werror -Wall -fsyntax-only "$probe/probe.m"
   echo "$1 module check: @import KorvaneSDK compiles as plain Objective-C"
+
+  # The Objective-C the documentation shows (README's quick start, docs/, the DocC articles)
+  # compiles against the framework; messages name the Markdown file and line.
+  (cd "$root" && python3 scripts/ios-snippets.py objc "README.md#Objective-C" docs \
+    platforms/ios/KorvaneSDK.docc) >"$probe/DocSnippets.m"
+  (cd "$root" && clang "${sdk_flags[@]}" -Werror -Wall -c "$probe/DocSnippets.m" \
+    -o "$probe/DocSnippets.o")
+  echo "$1 documentation Objective-C snippets: $(grep -c '^// snippet' "$probe/DocSnippets.m") compiled"
 
   # The Objective-C sample app compiles and links against the framework as an arm64 executable
   # for the slice's platform, in an app bundle that embeds the framework (unsigned: nothing here
@@ -153,5 +162,5 @@ for slice in iphoneos iphonesimulator; do
     "$out/$slice/KorvaneSDK.map"
 done
 
-# The Swift an app writes: the Swift sample and README's Swift snippets, per slice.
+# The Swift an app writes: the Swift sample and the documentation's Swift snippets, per slice.
 bash "$root/scripts/ios-swift.sh"

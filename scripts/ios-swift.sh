@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Compiles the Swift an app writes against KorvaneSDK, per slice, against the frameworks that
-# scripts/ios-build.sh built: the Swift sample (examples/ios/Swift) and every Swift snippet of
-# README's "### Swift" section, type-checked and compiled to arm64 objects for the device and the
-# Simulator. A failure fails the build; without a Swift compiler (SWIFTC, /opt/swift/usr/bin/swiftc
-# or swiftc on PATH) it says so and exits 0.
+# scripts/ios-build.sh built: the Swift sample (examples/ios/Swift) and every Swift snippet the
+# documentation shows (README's Swift quick start, docs/ and the DocC catalog's articles),
+# type-checked and compiled to arm64 objects for the device and the Simulator. A failure fails the
+# build; without a Swift compiler (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH) it says so
+# and exits 0.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 source "$root/scripts/ios-sdk.sh"
@@ -20,10 +21,12 @@ if ! korvane_swift; then
 fi
 echo "Swift check with $("$swiftc" --version 2>&1 | head -n 1)"
 
-# README's Swift snippets as one file: each snippet's imports on top, its statements the body of
-# an async throwing method of a view controller that is every listener a snippet names `self` as.
-snippets="$out/ReadmeSnippets.swift"
-python3 "$root/scripts/ios-swift-snippets.py" "$root/README.md" "Swift" >"$snippets"
+# The documentation's Swift snippets as one file: each snippet's imports on top, its statements the
+# body of an async throwing method of a view controller that is every listener a snippet names
+# `self` as. The compiler's messages name the Markdown file (from the checkout) and line.
+snippets="$out/DocSnippets.swift"
+(cd "$root" && python3 scripts/ios-snippets.py swift "README.md#Swift" docs \
+  platforms/ios/KorvaneSDK.docc) >"$snippets"
 
 # check_slice NAME TARGET SDK: the sample and the snippets compile against NAME's framework.
 check_slice() {
@@ -34,9 +37,8 @@ check_slice() {
   "$swiftc" "${slice_flags[@]}" -parse-as-library -warnings-as-errors -c \
     "$root"/examples/ios/Swift/*.swift -o "$out/$name/Sample.o"
   echo "$name Swift sample: compiled ($(wc -c <"$out/$name/Sample.o" | tr -d ' ') bytes of object)"
-  "$swiftc" "${slice_flags[@]}" -parse-as-library -c "$snippets" \
-    -o "$out/$name/ReadmeSnippets.o"
-  echo "$name README Swift snippets: $(grep -c '^  // snippet' "$snippets") compiled"
+  "$swiftc" "${slice_flags[@]}" -parse-as-library -c "$snippets" -o "$out/$name/DocSnippets.o"
+  echo "$name documentation Swift snippets: $(grep -c '^  // snippet' "$snippets") compiled"
 }
 
 check_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK"
