@@ -1,11 +1,10 @@
-#!/usr/bin/env python3
 """Checks a built KorvaneSDK.framework: an arm64 dynamic library for its platform (device or
 Simulator) with the right install name, minimum OS and a UUID, exporting Objective-C classes,
 Korvane C symbols and its Swift layer's symbols only (no C++), with its Info.plist naming the same
 platform, module map, umbrella header (importing every public header), Swift module interface
 (when it has a Swift layer) and privacy manifest.
 
-usage: ios-check-framework.py FRAMEWORK_DIR VERSION_TEXT MINIMUM_OS PLATFORM [CLASS ...]
+usage: python3 -m korvane_ios.framework FRAMEWORK_DIR VERSION_TEXT MINIMUM_OS PLATFORM [CLASS ...]
   PLATFORM  ios or iossimulator
   CLASS     Objective-C classes that must be exported (besides whatever else is)"""
 import plistlib
@@ -14,7 +13,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from ios_macho import MachOError, read
+from .macho import MachOError, read
 
 BUNDLE_PLATFORMS = {"ios": "iPhoneOS", "iossimulator": "iPhoneSimulator"}
 

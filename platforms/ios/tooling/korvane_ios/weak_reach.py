@@ -1,7 +1,6 @@
-#!/usr/bin/env python3
 """Checks that code running on the oldest supported iOS never reaches a weakly linked library.
 
-usage: ios-check-weak-reach.py BINARY SWIFT_SOURCES
+usage: python3 -m korvane_ios.weak_reach BINARY SWIFT_SOURCES
 
 A library loaded with weak linking (Swift's concurrency runtime, which comes with iOS 15) may be
 absent: dyld then binds every symbol of it to null, and the first call through one crashes. The
@@ -18,9 +17,10 @@ or extension around it. Names come from swift-demangle (SWIFT_DEMANGLE, else bes
 import os
 import pathlib
 import re
-import shutil
-import subprocess
 import sys
+
+from . import macho
+from .tools import ToolError, find, run
 
 MINIMUM_MAJOR = 15
 AVAILABLE = re.compile(r"@available\(\s*iOS\s+(\d+)")
@@ -38,31 +38,17 @@ CALL = re.compile(r"^\s*[0-9a-f]+:\s+(?:bl|b)\s+(_\S+)\s*$")
 HELPER = re.compile(r"^(_OUTLINED_FUNCTION_\d+|_\$s.*(Tm|Wl))$")
 
 
-def objdump(*args: str) -> str:
-    return subprocess.run(
-        ["llvm-objdump", "--macho", *args], check=True, capture_output=True, text=True
-    ).stdout
-
-
-def weak_symbols(binary: str) -> dict[str, str]:
+def weak_symbols(binary):
     """Symbol -> library, for every symbol bound to a library loaded with weak linking."""
-    headers = objdump("--private-headers", binary)
-    weak = {
-        re.sub(r"(\.dylib|\.[A-Z0-9])$", "", name.rsplit("/", 1)[-1])
-        for name in re.findall(r"cmd LC_LOAD_WEAK_DYLIB\n.*\n\s+name (\S+)", headers)
-    }
-    symbols = {}
-    for line in objdump("--bind", "--lazy-bind", binary).splitlines():
-        fields = line.replace("(weak_import)", "").split()
-        if len(fields) >= 5 and fields[-2] in weak:
-            symbols[fields[-1]] = fields[-2]
-    return symbols
+    weak = {macho.short_name(load.name) for load in binary.loads if load.weak}
+    return {bind.symbol: bind.library for bind in binary.binds() if bind.library in weak}
 
 
-def functions(binary: str) -> dict[str, tuple[set[str], set[str]]]:
-    """Function -> (symbols it references through stubs and pointers, functions it calls)."""
+def parse_functions(disassembly):
+    """Function -> (symbols it references through stubs and pointers, functions it calls), from
+    `llvm-objdump -d --no-show-raw-insn`."""
     result, current = {}, None
-    for line in objdump("-d", "--no-show-raw-insn", binary).splitlines():
+    for line in disassembly.splitlines():
         if line and not line[0].isspace() and line.endswith(":"):
             current = line[:-1]
             result.setdefault(current, (set(), set()))
@@ -197,57 +183,64 @@ def is_gated(text: str, types: set[str], funcs: set[str]) -> bool:
 
 
 def demangler() -> str:
-    for candidate in (
+    found = find(
         os.environ.get("SWIFT_DEMANGLE"),
         str(pathlib.Path(os.environ.get("SWIFTC", "/nonexistent")).parent / "swift-demangle"),
         "/opt/swift/usr/bin/swift-demangle",
-        shutil.which("swift-demangle"),
-    ):
-        if candidate and os.access(candidate, os.X_OK):
-            return candidate
-    sys.exit("ios-check-weak-reach: no swift-demangle (set SWIFT_DEMANGLE)")
+        "swift-demangle",
+    )
+    if not found:
+        sys.exit("weak reach check: no swift-demangle (set SWIFT_DEMANGLE)")
+    return found
 
 
-def main() -> int:
-    if len(sys.argv) != 3:
-        print(__doc__.splitlines()[2], file=sys.stderr)
-        return 2
-    binary, sources = sys.argv[1], pathlib.Path(sys.argv[2])
-    targets = weak_symbols(binary)
-    reached = reaching(functions(binary), targets)
-    # Shared bodies are judged through the functions that call them.
-    entries = sorted(name for name in reached if not HELPER.match(name))
-    names = subprocess.run(
-        [demangler(), "--compact"],
-        input="\n".join(entries),
-        check=True,
-        capture_output=True,
-        text=True,
-    ).stdout.splitlines()
-    types, funcs = gates(sources)
-    faults = []
+def faults(entries, names, reached, types, funcs):
+    """One text per function (mangled `entries`, demangled `names`) that reaches a weakly
+    linked library and is neither async nor gated by the sources' `types` and `funcs`."""
+    found = []
     for symbol, text in zip(entries, names):
         if not is_gated(normalised(text, "KorvaneSDK"), types, funcs):
             weak = ", ".join(sorted(reached[symbol]))
-            faults.append(
+            found.append(
                 f"{text}\n    ({symbol}) reaches {weak}, but can run before iOS "
                 f"{MINIMUM_MAJOR}: make it async or @available(iOS {MINIMUM_MAJOR}.0, *)"
             )
-    for fault in faults:
+    return found
+
+
+def main(argv) -> int:
+    if len(argv) != 2:
+        print(__doc__.splitlines()[2], file=sys.stderr)
+        return 2
+    binary_path, sources = argv[0], pathlib.Path(argv[1])
+    try:
+        binary = macho.read(binary_path)
+        targets = weak_symbols(binary)
+        graph = parse_functions(macho.objdump("-d", "--no-show-raw-insn", binary_path))
+        reached = reaching(graph, targets)
+        # Shared bodies are judged through the functions that call them.
+        entries = sorted(name for name in reached if not HELPER.match(name))
+        names = run([demangler(), "--compact"], input_text="\n".join(entries)).splitlines()
+    except (macho.MachOError, ToolError) as error:
+        print(f"weak reach check: {error}", file=sys.stderr)
+        return 1
+    types, funcs = gates(sources)
+    found = faults(entries, names, reached, types, funcs)
+    for fault in found:
         print(fault, file=sys.stderr)
-    if faults:
+    if found:
         print(
-            f"{binary}: {len(faults)} of {len(entries)} functions reaching weakly linked "
+            f"{binary_path}: {len(found)} of {len(entries)} functions reaching weakly linked "
             f"libraries can run before iOS {MINIMUM_MAJOR}",
             file=sys.stderr,
         )
         return 1
     print(
-        f"{binary}: {len(entries)} functions reach {len(set(targets.values()))} weakly linked "
+        f"{binary_path}: {len(entries)} functions reach {len(set(targets.values()))} weakly linked "
         f"libraries ({len(targets)} symbols), each async or for iOS {MINIMUM_MAJOR} and later"
     )
     return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))

@@ -1,8 +1,7 @@
-#!/usr/bin/env python3
 """Runs the Clang static analyzer over the iOS layer's Objective-C++ files with the flags the
 build compiles them with (from compile_commands.json). Any finding fails the run.
 
-usage: ios-analyze.py BUILD_DIR SOURCE_PREFIX"""
+usage: python3 -m korvane_ios.analyze BUILD_DIR SOURCE_PREFIX"""
 import json
 import shlex
 import subprocess

@@ -1,18 +1,17 @@
-#!/usr/bin/env python3
 """Joins built KorvaneSDK.framework slices into an XCFramework, in the layout and with the Info.plist
 that `xcodebuild -create-xcframework -framework … -debug-symbols …` writes: one folder per slice
 named for its architecture, platform and variant (ios-arm64, ios-arm64-simulator), the framework in
 it with its binary stripped, and its dSYM (gathered from the unstripped binary by dsymutil) under
 dSYMs/. Architecture and platform are read from each binary, never assumed.
 
-usage: ios-xcframework.py OUTPUT.xcframework FRAMEWORK [FRAMEWORK ...]"""
+usage: python3 -m korvane_ios.xcframework OUTPUT.xcframework FRAMEWORK [FRAMEWORK ...]"""
 import plistlib
 import shutil
 import subprocess
 import sys
 from pathlib import Path
 
-from ios_macho import MachOError, read
+from .macho import MachOError, read
 
 NAME = "KorvaneSDK"
 

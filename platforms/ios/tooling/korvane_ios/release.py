@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Makes the release of a built KorvaneSDK.xcframework: the XCFramework zipped, its SHA-256 (the
 checksum `swift package compute-checksum` prints), a Package.swift whose binary target downloads
 the zip from URL, and a podspec whose source is the same zip with the same checksum.
@@ -6,7 +5,7 @@ the zip from URL, and a podspec whose source is the same zip with the same check
 The zip is reproducible: entries in a fixed order with a fixed date, so the same XCFramework always
 gives the same checksum.
 
-usage: ios-release.py XCFRAMEWORK VERSION URL OUT_DIR"""
+usage: python3 -m korvane_ios.release XCFRAMEWORK VERSION URL OUT_DIR"""
 import hashlib
 import stat
 import sys

@@ -1,5 +1,4 @@
-#!/usr/bin/env python3
-"""Checks a release made by ios-release.py as a consumer would meet it: the zip unpacks to an
+"""Checks a release made by korvane_ios.release as a consumer would meet it: the zip unpacks to an
 XCFramework whose Info.plist matches its slices (architecture, platform and variant of each binary
 read from its Mach-O header), with a device and a Simulator slice that export the same Objective-C
 classes, stripped binaries whose dSYMs carry the same UUIDs and the debug information, and a
@@ -7,7 +6,7 @@ Package.swift and podspec that name the zip's checksum. Where a Swift toolchain 
 package manager computes the same checksum and accepts a consumer package that depends on the
 generated one by path; elsewhere that part is skipped, and it says so.
 
-usage: ios-check-release.py RELEASE_DIR"""
+usage: python3 -m korvane_ios.release_check RELEASE_DIR"""
 import hashlib
 import os
 import plistlib
@@ -19,7 +18,7 @@ import tempfile
 import zipfile
 from pathlib import Path
 
-from ios_macho import MachOError, read
+from .macho import MachOError, read
 
 NAME = "KorvaneSDK"
 REQUIRED = {"ios-arm64", "ios-arm64-simulator"}

@@ -1,9 +1,8 @@
-#!/usr/bin/env python3
 """Prints the size of a built KorvaneSDK binary: the file before and after stripping local symbols,
 its sections, and how its code divides between the C++ core and the iOS layer (from the linker's
 map: each function's size is the distance to the next, which works for lld's map and Apple's alike).
 
-usage: ios-size-report.py BINARY LINK_MAP"""
+usage: python3 -m korvane_ios.size BINARY LINK_MAP"""
 import collections
 import re
 import subprocess

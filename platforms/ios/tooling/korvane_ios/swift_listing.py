@@ -1,7 +1,6 @@
-#!/usr/bin/env python3
 """Compares the framework's Swift interface with its checked-in listing, or writes the listing.
 
-usage: ios-swift-api-listing.py check|generate FRAMEWORK LISTING
+usage: python3 -m korvane_ios.swift_listing check|generate FRAMEWORK LISTING
 
 The listing is the module interface the Swift layer's compiler wrote for the device slice
 (Modules/KorvaneSDK.swiftmodule/arm64-apple-ios.swiftinterface), without the header lines that
@@ -43,7 +42,7 @@ def main() -> int:
         )
         print(
             f"Swift API listing: the framework differs from {target}; regenerate it with "
-            f"`python3 scripts/ios-swift-api-listing.py generate {framework} {target}` if meant",
+            f"`python3 -m korvane_ios.swift_listing generate {framework} {target}` if meant",
             file=sys.stderr,
         )
         return 1
