@@ -16,6 +16,7 @@ import subprocess
 import sys
 import tempfile
 import zipfile
+from xml.parsers.expat import ExpatError
 from pathlib import Path
 
 from .macho import MachOError, read
@@ -24,23 +25,46 @@ NAME = "KorvaneSDK"
 REQUIRED = {"ios-arm64", "ios-arm64-simulator"}
 BUNDLE_PLATFORMS = {"ios": "iPhoneOS", "iossimulator": "iPhoneSimulator"}
 
-failures = []
+
+class Tools:
+    """What the check reads from binaries, through LLVM's tools (tests give recorded answers)."""
+
+    def read(self, path):
+        return read(path)
+
+    def exported_classes(self, binary):
+        return binary.exported_classes()
+
+    def has_debug_map(self, path):
+        symbols = subprocess.run(["llvm-nm", "-a", str(path)], capture_output=True, text=True)
+        return bool(re.search(r"^\s*\S*\s+- ", symbols.stdout, re.M))
+
+    def debug_info_size(self, path):
+        sizes = subprocess.run(["llvm-size", "-m", str(path)], capture_output=True, text=True)
+        found = re.search(r"Section __debug_info: (\d+)", sizes.stdout)
+        return int(found.group(1)) if found else 0
 
 
-def fail(message):
-    failures.append(message)
+class Check:
+    """The faults found so far, and the tools to read binaries with."""
+
+    def __init__(self, tools=None):
+        self.failures, self.tools = [], tools or Tools()
+
+    def fail(self, message):
+        self.failures.append(message)
 
 
-def check_slice(root, entry):
+def check_slice(check, root, entry):
     """Returns the slice's exported classes, after checking it against its Info.plist entry."""
     identifier = entry.get("LibraryIdentifier", "?")
     framework = root / identifier / entry.get("LibraryPath", "")
     binary_path = root / identifier / entry.get("BinaryPath", f"{NAME}.framework/{NAME}")
     try:
-        binary = read(binary_path)
-        classes = binary.exported_classes()
+        binary = check.tools.read(binary_path)
+        classes = check.tools.exported_classes(binary)
     except (MachOError, FileNotFoundError) as error:
-        fail(f"{identifier}: {error}")
+        check.fail(f"{identifier}: {error}")
         return []
     platform = entry.get("SupportedPlatform", "") + (
         entry["SupportedPlatformVariant"]
@@ -48,34 +72,33 @@ def check_slice(root, entry):
         else ""
     )
     if binary.platform != platform:
-        fail(
+        check.fail(
             f"{identifier}: the binary is for {binary.platform or 'no platform'}, Info.plist says {platform}"
         )
     if entry.get("SupportedArchitectures") != [binary.arch]:
-        fail(
+        check.fail(
             f"{identifier}: the binary is {binary.arch}, Info.plist says {entry.get('SupportedArchitectures')}"
         )
     if binary.filetype != "DYLIB":
-        fail(f"{identifier}: the binary is a {binary.filetype}, not a dynamic library")
+        check.fail(f"{identifier}: the binary is a {binary.filetype}, not a dynamic library")
     expected_id = "-".join(
         filter(None, ["ios", binary.arch, "simulator" if platform == "iossimulator" else None])
     )
     if identifier != expected_id:
-        fail(f"{identifier}: a {binary.arch} {platform} slice is named {expected_id} by Xcode")
+        check.fail(
+            f"{identifier}: a {binary.arch} {platform} slice is named {expected_id} by Xcode"
+        )
     try:
         bundle = plistlib.loads((framework / "Info.plist").read_bytes())
         if bundle.get("CFBundleSupportedPlatforms") != [BUNDLE_PLATFORMS.get(binary.platform)]:
-            fail(
+            check.fail(
                 f"{identifier}: the framework's Info.plist names {bundle.get('CFBundleSupportedPlatforms')}"
             )
-    except (OSError, plistlib.InvalidFileException) as error:
-        fail(f"{identifier}: framework Info.plist: {error}")
+    except (OSError, ValueError, ExpatError) as error:
+        check.fail(f"{identifier}: framework Info.plist: {error}")
 
-    symbols = subprocess.run(
-        ["llvm-nm", "-a", str(binary_path)], capture_output=True, text=True
-    ).stdout
-    if re.search(r"^\s*\S*\s+- ", symbols, re.M):
-        fail(f"{identifier}: the binary still carries its debug map (not stripped)")
+    if check.tools.has_debug_map(binary_path):
+        check.fail(f"{identifier}: the binary still carries its debug map (not stripped)")
     dwarf = (
         root
         / identifier
@@ -87,43 +110,41 @@ def check_slice(root, entry):
         / NAME
     )
     try:
-        dsym = read(dwarf)
+        dsym = check.tools.read(dwarf)
         if dsym.uuid != binary.uuid or not binary.uuid:
-            fail(
+            check.fail(
                 f"{identifier}: dSYM UUID {dsym.uuid or 'none'} does not match the binary's {binary.uuid or 'none'}"
             )
-        sizes = subprocess.run(
-            ["llvm-size", "-m", str(dwarf)], capture_output=True, text=True
-        ).stdout
-        debug_info = re.search(r"Section __debug_info: (\d+)", sizes)
-        if not debug_info or int(debug_info.group(1)) == 0:
-            fail(f"{identifier}: the dSYM has no debug information")
+        if check.tools.debug_info_size(dwarf) == 0:
+            check.fail(f"{identifier}: the dSYM has no debug information")
     except (MachOError, FileNotFoundError) as error:
-        fail(f"{identifier}: dSYM: {error}")
+        check.fail(f"{identifier}: dSYM: {error}")
     return classes
 
 
-def check_xcframework(root):
+def check_xcframework(check, root):
     try:
         info = plistlib.loads((root / "Info.plist").read_bytes())
-    except (OSError, plistlib.InvalidFileException) as error:
-        fail(f"XCFramework Info.plist: {error}")
+    except (OSError, ValueError, ExpatError) as error:
+        check.fail(f"XCFramework Info.plist: {error}")
         return
     if info.get("CFBundlePackageType") != "XFWK" or info.get("XCFrameworkFormatVersion") != "1.0":
-        fail("XCFramework Info.plist: not an XFWK of format 1.0")
+        check.fail("XCFramework Info.plist: not an XFWK of format 1.0")
     libraries = info.get("AvailableLibraries", [])
     identifiers = {entry.get("LibraryIdentifier") for entry in libraries}
     if identifiers != REQUIRED:
-        fail(f"slices {sorted(identifiers)}, expected {sorted(REQUIRED)}")
-    exported = {entry.get("LibraryIdentifier"): check_slice(root, entry) for entry in libraries}
+        check.fail(f"slices {sorted(identifiers)}, expected {sorted(REQUIRED)}")
+    exported = {
+        entry.get("LibraryIdentifier"): check_slice(check, root, entry) for entry in libraries
+    }
     class_sets = {tuple(classes) for classes in exported.values()}
     if len(class_sets) > 1:
-        fail(
+        check.fail(
             "the slices export different Objective-C classes: "
             + "; ".join(f"{k}: {len(v)}" for k, v in exported.items())
         )
     elif class_sets and not next(iter(class_sets)):
-        fail("the slices export no Objective-C class")
+        check.fail("the slices export no Objective-C class")
     # A Swift app builds against each slice in turn: both carry the Swift layer's interface, for
     # their own target, or neither does.
     interfaces = {}
@@ -132,31 +153,31 @@ def check_xcframework(root):
         module = root / str(identifier) / f"{NAME}.framework" / "Modules" / f"{NAME}.swiftmodule"
         interfaces[identifier] = (module / f"{triple}.swiftinterface").is_file()
         if module.exists() and not interfaces[identifier]:
-            fail(f"{identifier}: {NAME}.swiftmodule has no {triple}.swiftinterface")
+            check.fail(f"{identifier}: {NAME}.swiftmodule has no {triple}.swiftinterface")
     if len(set(interfaces.values())) > 1:
-        fail(
+        check.fail(
             "only some slices carry the Swift interface: "
             + ", ".join(sorted(k for k, v in interfaces.items() if v))
         )
     return exported
 
 
-def check_manifests(release, archive, checksum):
+def check_manifests(check, release, archive, checksum):
     package = (release / "Package.swift").read_text()
     podspec = (release / f"{NAME}.podspec").read_text()
     url = re.search(r'url: "([^"]+)"', package)
     if not re.search(rf'checksum: "{checksum}"', package) or not url:
-        fail("Package.swift: no binary target with the zip's url and checksum")
+        check.fail("Package.swift: no binary target with the zip's url and checksum")
     if (
         not url
         or f":http => '{url.group(1)}'" not in podspec
         or f":sha256 => '{checksum}'" not in podspec
     ):
-        fail("podspec: its source is not the zip Package.swift names, with the same checksum")
+        check.fail("podspec: its source is not the zip Package.swift names, with the same checksum")
     if "path:" in package or "build/" in podspec:
-        fail("a manifest names a local path")
+        check.fail("a manifest names a local path")
     if url and not url.group(1).endswith(archive.name):
-        fail(f"the download address {url.group(1)} does not end in {archive.name}")
+        check.fail(f"the download address {url.group(1)} does not end in {archive.name}")
 
 
 def swift_tool():
@@ -170,7 +191,7 @@ def swift_tool():
     return "/opt/swift/usr/bin/swift" if os.access("/opt/swift/usr/bin/swift", os.X_OK) else None
 
 
-def check_with_swift(release, archive, checksum):
+def check_with_swift(check, release, archive, checksum):
     swift = swift_tool()
     if not swift:
         print("release check: no Swift toolchain, so the package manager's part is skipped")
@@ -182,7 +203,7 @@ def check_with_swift(release, archive, checksum):
         cwd=release,
     )
     if computed.returncode != 0 or computed.stdout.strip() != checksum:
-        fail(
+        check.fail(
             f"swift package compute-checksum: {computed.stdout.strip() or computed.stderr.strip()}"
         )
     with tempfile.TemporaryDirectory() as scratch:
@@ -210,30 +231,38 @@ let package = Package(
                 env={**os.environ, "HOME": scratch},
             )
             if dumped.returncode != 0:
-                fail(f"swift package dump-package in {folder.name}: {dumped.stderr.strip()[-800:]}")
+                check.fail(
+                    f"swift package dump-package in {folder.name}: {dumped.stderr.strip()[-800:]}"
+                )
     print("release check: the package manager computes the same checksum and reads both manifests")
 
 
-def main():
-    if len(sys.argv) != 2:
-        sys.exit(__doc__)
-    release = Path(sys.argv[1]).resolve()
+def check_release(release, tools=None, swift=True):
+    """(check, archive, checksum, classes exported per slice) of the release in `release`."""
     archives = sorted(release.glob(f"{NAME}-*.xcframework.zip"))
     if len(archives) != 1:
         sys.exit(f"release check: expected one {NAME}-VERSION.xcframework.zip in {release}")
-    archive = archives[0]
+    archive, check = archives[0], Check(tools)
     checksum = hashlib.sha256(archive.read_bytes()).hexdigest()
     with tempfile.TemporaryDirectory() as scratch:
         with zipfile.ZipFile(archive) as bundle:
             tops = {name.split("/", 1)[0] for name in bundle.namelist()}
             if tops != {f"{NAME}.xcframework"}:
-                fail(f"the zip holds {sorted(tops)}, not {NAME}.xcframework alone")
+                check.fail(f"the zip holds {sorted(tops)}, not {NAME}.xcframework alone")
             bundle.extractall(scratch)
-        exported = check_xcframework(Path(scratch, f"{NAME}.xcframework")) or {}
-    check_manifests(release, archive, checksum)
-    check_with_swift(release, archive, checksum)
-    if failures:
-        print("\n".join("release check: " + f for f in failures), file=sys.stderr)
+        exported = check_xcframework(check, Path(scratch, f"{NAME}.xcframework")) or {}
+    check_manifests(check, release, archive, checksum)
+    if swift:
+        check_with_swift(check, release, archive, checksum)
+    return check, archive, checksum, exported
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    check, archive, checksum, exported = check_release(Path(sys.argv[1]).resolve())
+    if check.failures:
+        print("\n".join("release check: " + f for f in check.failures), file=sys.stderr)
         sys.exit(1)
     classes = len(next(iter(exported.values()), []))
     print(

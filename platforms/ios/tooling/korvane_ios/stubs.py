@@ -91,11 +91,16 @@ def parse(document):
     ]
 
 
+def load_stub(stub):
+    return to_json(stub) if stub.exists() else None
+
+
 class Sdk:
     """The libraries of an SDK's text stubs, found by install name. `load` turns a stub path
-    into a tbd v5 document (llvm-readtapi by default; tests give recorded ones)."""
+    into a tbd v5 document, or None where there is no stub (llvm-readtapi by default; tests give
+    recorded documents)."""
 
-    def __init__(self, root, load=to_json):
+    def __init__(self, root, load=load_stub):
         self.root, self.load, self.libraries, self.read = Path(root), load, {}, set()
 
     def stub_path(self, install_name):
@@ -104,9 +109,10 @@ class Sdk:
     def library(self, install_name):
         if install_name not in self.libraries:
             stub = self.stub_path(install_name)
-            if stub.exists() and stub not in self.read:
+            if stub not in self.read:
                 self.read.add(stub)
-                for library in parse(self.load(stub)):
+                document = self.load(stub)
+                for library in parse(document) if document is not None else []:
                     self.libraries.setdefault(library.install_name, library)
         return self.libraries.get(install_name)
 
