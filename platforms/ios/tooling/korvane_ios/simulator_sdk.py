@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Makes an iPhoneSimulator SDK out of an iPhoneOS SDK that has no simulator counterpart (an SDK
 unpacked off macOS). Headers are shared with the device SDK through hard links; every .tbd stub is
 rewritten (tbd v5, arm64 only) to name the arm64 simulator instead of the device, which is all the
@@ -9,7 +8,7 @@ as build tools expect, and its settings name the simulator platform.
 Runs once per SDK: a finished copy carries a stamp naming its source and this script's format, and
 is reused while both match. Prints the simulator SDK's path.
 
-usage: ios-simulator-sdk.py DEVICE_SDK [DEST_DIR]
+usage: python3 -m korvane_ios.simulator_sdk DEVICE_SDK [DEST_DIR]
   DEST_DIR  where the simulator SDK goes (default: beside DEVICE_SDK)"""
 import json
 import os
@@ -21,20 +20,12 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
+from . import stubs
+
 FORMAT = "korvane-simulator-sdk 2"
 STAMP = ".korvane-simulator-sdk"
 DEVICE_TARGET = "arm64-ios"
 SIMULATOR_TARGET = "arm64-ios-simulator"
-
-
-def readtapi():
-    for candidate in ("llvm-readtapi", "/usr/lib/llvm-19/bin/llvm-readtapi", "llvm-readtapi-19"):
-        found = shutil.which(candidate)
-        if found:
-            return found
-    sys.exit(
-        "llvm-readtapi (LLVM 19) is needed to retarget the SDK's stubs: apt-get install llvm-19"
-    )
 
 
 def retarget_targets(node):
@@ -55,7 +46,7 @@ def retarget_targets(node):
     return node
 
 
-def retarget_stub(tool, stub):
+def retarget_stub(stub):
     """Rewrites one stub in place (it is a hard link into the device SDK: unlink first). Returns an
     error text, or None. A stub without arm64 is dropped: nothing for the simulator to link."""
     # Some snapshots store a stub's symbolic link as a file holding the target's name: make it a
@@ -66,18 +57,12 @@ def retarget_stub(tool, stub):
             stub.unlink()
             stub.symlink_to(target)
             return None
-    converted = stub.with_name(stub.name + ".v5")
-    done = subprocess.run(
-        [tool, "-extract", "--arch=arm64", "--filetype=tbd-v5", str(stub), "-o", str(converted)],
-        capture_output=True,
-        text=True,
-    )
+    try:
+        document = retarget_targets(stubs.to_json(stub))
+    except stubs.StubError as error:
+        stub.unlink()
+        return None if "arm64" in str(error) else f"{stub}: {error}"
     stub.unlink()
-    if done.returncode != 0:
-        converted.unlink(missing_ok=True)
-        return None if "arm64" in done.stderr else f"{stub}: {done.stderr.strip()}"
-    document = retarget_targets(json.loads(converted.read_text()))
-    converted.unlink()
     stub.write_text(json.dumps(document, indent=1))
     return None
 
@@ -134,7 +119,10 @@ def main():
         print(simulator)
         return
 
-    tool = readtapi()
+    try:
+        stubs.readtapi()
+    except stubs.StubError as error:
+        sys.exit(str(error))
     partial = dest / f".iPhoneSimulator{version}.sdk.partial"
     shutil.rmtree(partial, ignore_errors=True)
     # Hard links share the headers; the same volume is needed for that, else a plain copy.
@@ -142,9 +130,9 @@ def main():
         subprocess.run(["cp", "-al", str(device), str(partial)], check=True, capture_output=True)
     except subprocess.CalledProcessError:
         shutil.copytree(device, partial, symlinks=True)
-    stubs = [p for p in partial.rglob("*.tbd") if p.is_file() and not p.is_symlink()]
+    stub_paths = [p for p in partial.rglob("*.tbd") if p.is_file() and not p.is_symlink()]
     with ThreadPoolExecutor(max_workers=os.cpu_count() or 2) as pool:
-        errors = [e for e in pool.map(lambda s: retarget_stub(tool, s), stubs) if e]
+        errors = [e for e in pool.map(retarget_stub, stub_paths) if e]
     if errors:
         sys.exit("could not retarget the SDK's stubs:\n" + "\n".join(errors[:20]))
     retarget_settings(partial, version)
@@ -153,7 +141,7 @@ def main():
     shutil.rmtree(simulator, ignore_errors=True)
     partial.rename(simulator)
     print(
-        f"retargeted {len(stubs)} stubs and {interfaces} Swift interfaces for {SIMULATOR_TARGET}",
+        f"retargeted {len(stub_paths)} stubs and {interfaces} Swift interfaces for {SIMULATOR_TARGET}",
         file=sys.stderr,
     )
     print(simulator)
