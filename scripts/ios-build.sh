@@ -111,17 +111,9 @@ fi
 if [[ -n "$swiftc" ]]; then
   python3 -m korvane_ios.weak_reach "$device/KorvaneSDK" "$root/platforms/ios/swift"
 fi
-# The Objective-C listing and the doc comments come from one JSON AST of the public headers; the
-# Swift names in the listing are the Swift tools', where there is a compiler.
-listing_swift=()
+# The public API against its checked-in listings; the doc comments from the same JSON AST.
+bash "$root/scripts/ios-listings.sh" check "$device"
 if [[ -n "$swiftc" ]]; then
-  listing_swift=(--swiftc "$swiftc" --module-cache "$swift_module_cache/iphoneos")
-  for flag in "${swift_flags[@]}"; do listing_swift+=("--swift-flag=$flag"); done
-fi
-python3 -m korvane_ios.api_listing check "$device" "$root/platforms/ios/KorvaneSDK.api" \
-  "${listing_swift[@]}"
-if [[ -n "$swiftc" ]]; then
-  python3 -m korvane_ios.swift_listing check "$device" "$root/platforms/ios/KorvaneSDK-Swift.api"
   # The listings name what the headers and the Swift layer declare; the names Swift gives the
   # Objective-C API are the importer's, so the documented ones are called as an app calls them.
   "$swiftc" "${swift_flags[@]}" -module-cache-path "$swift_module_cache/iphoneos" \

@@ -297,8 +297,8 @@ def main(argv):
         clang_dir = os.path.dirname(shutil.which("clang") or "clang")
         sys.exit(
             "API listing: the public headers differ from the checked-in listing (if the change is "
-            f"intended: IOS_SDK={sdk} PATH={clang_dir}:$PATH python3 -m korvane_ios.api_listing "
-            f"generate {framework} {args.listing} --swiftc ...):\n" + "\n".join(diff)
+            f"intended: PATH={clang_dir}:$PATH bash scripts/ios-listings.sh generate {framework}):\n"
+            + "\n".join(diff)
         )
     binary = str(framework / "KorvaneSDK")
     try:

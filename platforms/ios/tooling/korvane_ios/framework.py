@@ -17,30 +17,28 @@ from .macho import MachOError, read
 
 BUNDLE_PLATFORMS = {"ios": "iPhoneOS", "iossimulator": "iPhoneSimulator"}
 
-failures = []
 
-
-def fail(message):
-    failures.append(message)
-
-
-def check_binary(path, minimum_os, platform, classes):
+def check_binary(failures, path, minimum_os, platform, classes):
     try:
         binary = read(path)
         exported = binary.exports()
     except MachOError as error:
-        fail(str(error))
+        failures.append(str(error))
         return []
     if (binary.arch, binary.filetype) != ("arm64", "DYLIB"):
-        fail(f"{path} is an {binary.arch} {binary.filetype}, not an arm64 Mach-O dynamic library")
+        failures.append(
+            f"{path} is an {binary.arch} {binary.filetype}, not an arm64 Mach-O dynamic library"
+        )
     if binary.install_name != "@rpath/KorvaneSDK.framework/KorvaneSDK":
-        fail(f"install name is {binary.install_name!r}, not @rpath/KorvaneSDK.framework/KorvaneSDK")
+        failures.append(
+            f"install name is {binary.install_name!r}, not @rpath/KorvaneSDK.framework/KorvaneSDK"
+        )
     if (binary.platform, binary.minimum_os) != (platform, minimum_os):
-        fail(
+        failures.append(
             f"built for {binary.platform or 'no platform'} {binary.minimum_os}, not {platform} {minimum_os}"
         )
     if not binary.uuid:
-        fail("no LC_UUID: crash reports could not be matched to a dSYM")
+        failures.append("no LC_UUID: crash reports could not be matched to a dSYM")
     # Swift symbols are the Swift layer's: each names the module (10KorvaneSDK), or is an
     # extension of its Objective-C classes, whose mangling abbreviates the module as 0A3SDK.
     allowed = re.compile(
@@ -48,21 +46,21 @@ def check_binary(path, minimum_os, platform, classes):
     )
     stray = [name for name in exported if not allowed.match(name)]
     if stray:
-        fail(
+        failures.append(
             "exported symbols beyond the Objective-C API and its Swift layer: "
             + ", ".join(sorted(stray)[:20])
         )
     missing = sorted(set(classes) - set(binary.exported_classes()))
     if missing:
-        fail("classes not exported: " + ", ".join(missing))
+        failures.append("classes not exported: " + ", ".join(missing))
     return exported
 
 
-def check_bundle(framework, version, minimum_os, platform, exported):
+def check_bundle(failures, framework, version, minimum_os, platform, exported):
     try:
         info = plistlib.loads((framework / "Info.plist").read_bytes())
     except Exception as error:  # noqa: BLE001 - any unreadable plist is a failure
-        fail(f"Info.plist: {error}")
+        failures.append(f"Info.plist: {error}")
         info = {}
     expected = {
         "CFBundleExecutable": "KorvaneSDK",
@@ -75,9 +73,9 @@ def check_bundle(framework, version, minimum_os, platform, exported):
     }
     for key, value in expected.items():
         if info.get(key) != value:
-            fail(f"Info.plist {key} is {info.get(key)!r}, expected {value!r}")
+            failures.append(f"Info.plist {key} is {info.get(key)!r}, expected {value!r}")
     if not info.get("CFBundleIdentifier"):
-        fail("Info.plist has no CFBundleIdentifier")
+        failures.append("Info.plist has no CFBundleIdentifier")
 
     # With the Swift layer: its module interface, readable by later compilers, for this slice.
     swiftmodule = framework / "Modules" / "KorvaneSDK.swiftmodule"
@@ -85,23 +83,25 @@ def check_bundle(framework, version, minimum_os, platform, exported):
         triple = "arm64-apple-ios" + ("-simulator" if platform == "iossimulator" else "")
         for suffix in ("swiftinterface", "private.swiftinterface", "swiftdoc"):
             if not (swiftmodule / f"{triple}.{suffix}").is_file():
-                fail(
+                failures.append(
                     f"the binary has a Swift layer but Modules/KorvaneSDK.swiftmodule has no {triple}.{suffix}"
                 )
     elif swiftmodule.exists():
-        fail("Modules/KorvaneSDK.swiftmodule ships without a Swift layer in the binary")
+        failures.append("Modules/KorvaneSDK.swiftmodule ships without a Swift layer in the binary")
 
     modulemap = framework / "Modules" / "module.modulemap"
     if not modulemap.is_file() or 'umbrella header "KorvaneSDK.h"' not in modulemap.read_text():
-        fail("Modules/module.modulemap is missing or names no umbrella header KorvaneSDK.h")
+        failures.append(
+            "Modules/module.modulemap is missing or names no umbrella header KorvaneSDK.h"
+        )
     headers = framework / "Headers"
     umbrella = headers / "KorvaneSDK.h"
     if not umbrella.is_file():
-        fail("Headers/KorvaneSDK.h is missing")
+        failures.append("Headers/KorvaneSDK.h is missing")
     else:
         names = [h.name.lower() for h in headers.glob("*.h")]
         if len(names) != len(set(names)):
-            fail(
+            failures.append(
                 "public headers whose names differ only in case (one file on macOS): "
                 + ", ".join(names)
             )
@@ -112,17 +112,19 @@ def check_bundle(framework, version, minimum_os, platform, exported):
             if h.name != "KorvaneSDK.h" and h.name not in imported
         )
         if loose:
-            fail("public headers the umbrella does not import: " + ", ".join(loose))
+            failures.append("public headers the umbrella does not import: " + ", ".join(loose))
 
     try:
         privacy = plistlib.loads((framework / "PrivacyInfo.xcprivacy").read_bytes())
         if not privacy.get("NSPrivacyAccessedAPITypes") or "NSPrivacyTracking" not in privacy:
-            fail("PrivacyInfo.xcprivacy declares no accessed API types or no tracking flag")
+            failures.append(
+                "PrivacyInfo.xcprivacy declares no accessed API types or no tracking flag"
+            )
         # Apple's rule: a manifest that says it tracks names at least one tracking domain.
         if privacy.get("NSPrivacyTracking") and not privacy.get("NSPrivacyTrackingDomains"):
-            fail("PrivacyInfo.xcprivacy declares tracking but no tracking domain")
+            failures.append("PrivacyInfo.xcprivacy declares tracking but no tracking domain")
     except Exception as error:  # noqa: BLE001
-        fail(f"PrivacyInfo.xcprivacy: {error}")
+        failures.append(f"PrivacyInfo.xcprivacy: {error}")
 
 
 def main():
@@ -130,8 +132,9 @@ def main():
         sys.exit(__doc__)
     framework = Path(sys.argv[1])
     version, minimum_os, platform, classes = sys.argv[2], sys.argv[3], sys.argv[4], sys.argv[5:]
-    exported = check_binary(framework / "KorvaneSDK", minimum_os, platform, classes)
-    check_bundle(framework, version, minimum_os, platform, exported)
+    failures = []
+    exported = check_binary(failures, framework / "KorvaneSDK", minimum_os, platform, classes)
+    check_bundle(failures, framework, version, minimum_os, platform, exported)
     if failures:
         print("\n".join("framework check: " + f for f in failures), file=sys.stderr)
         sys.exit(1)

@@ -42,7 +42,7 @@ def main() -> int:
         )
         print(
             f"Swift API listing: the framework differs from {target}; regenerate it with "
-            f"`python3 -m korvane_ios.swift_listing generate {framework} {target}` if meant",
+            f"`bash scripts/ios-listings.sh generate {framework}` if meant",
             file=sys.stderr,
         )
         return 1
