@@ -3,14 +3,14 @@
 # offerwall's web view and its tests, fonts for the sample pages' Korean and emoji; node and tsc
 # for the bridge kit's mock-host tests and its type check; clang 14 for the libc++ and fuzz
 # builds, LLVM 19 for the iOS cross-build; ccache so unchanged sources are not compiled again;
-# clang-format 19, black and shellcheck for the style check).
+# clang-format 19, black and shellcheck for the style check; pytest for the iOS tooling's tests).
 # Safe to run again: packages already present are left alone and nothing is downloaded when all
 # are there.
 set -euo pipefail
 
 packages=(
   cmake ninja-build ccache g++ clang-14 lld-14 llvm-14 pkg-config git python3
-  clang-format-19 black shellcheck
+  clang-format-19 black shellcheck python3-pytest
   libc++-14-dev libc++abi-14-dev libclang-rt-14-dev
   clang-19 lld-19 llvm-19
   zlib1g-dev nlohmann-json3-dev libglib2.0-dev libcurl4-openssl-dev ca-certificates libcpp-httplib-dev

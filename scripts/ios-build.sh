@@ -26,6 +26,8 @@ echo "  device SDK:    $IOS_SDK"
 echo "  simulator SDK: $IOS_SIMULATOR_SDK"
 
 out="$root/build/ios"
+# The checks are the korvane_ios package beside the iOS layer.
+export PYTHONPATH="$root/platforms/ios/tooling${PYTHONPATH:+:$PYTHONPATH}"
 version=$(sed -n 's/.*kSdkVersion = "\([^"]*\)".*/\1/p' "$root/include/korvane/version.h")
 # Header-only JSON comes from the host, staged alone so no other host header is visible.
 json_headers=$(find /usr/include /usr/local/include -maxdepth 1 -name nlohmann -type d 2>/dev/null | head -n 1)
@@ -62,7 +64,7 @@ build_slice() {
 check_slice() {
   local build="$out/$1" target=$2 sdk=$3 platform=$4
   local framework="$build/KorvaneSDK.framework"
-  python3 "$root/scripts/ios-check-framework.py" "$framework" "$version" 14.0 "$platform"
+  python3 -m korvane_ios.framework "$framework" "$version" 14.0 "$platform"
   korvane_module_flags "$sdk" "$build/module-cache"
   local sdk_flags=(--target="$target" -isysroot "$sdk" -iframework "$sdk/System/Library/SubFrameworks"
     -fobjc-arc -fmodules -fmodules-cache-path="$build/module-cache" "${module_flags[@]}" -F "$build")
@@ -95,7 +97,7 @@ check_slice() {
     "${link_flags[@]}" -Wl,-rpath,@executable_path/Frameworks -o "$app/KorvaneSample"
   cp "$root/examples/ios/Sample/Info.plist" "$app/Info.plist"
   cp -R "$framework" "$app/Frameworks/"
-  python3 "$root/scripts/ios_macho.py" expect "$app/KorvaneSample" EXECUTE "$platform" \
+  python3 -m korvane_ios.macho expect "$app/KorvaneSample" EXECUTE "$platform" \
     "@rpath/KorvaneSDK.framework/KorvaneSDK"
   echo "$1 sample app: $app ($(wc -c <"$app/KorvaneSample" | tr -d " ") bytes, links KorvaneSDK)"
 }
@@ -109,21 +111,18 @@ device="$out/iphoneos/KorvaneSDK.framework"
 # text stubs are enough).
 oldest_sdk=${IOS_OLDEST_SDK:-/opt/ios-sdk/iPhoneOS14.5.sdk}
 if [[ -d "$oldest_sdk/usr/lib" ]]; then
-  python3 "$root/scripts/ios-check-bindings.py" "$device/KorvaneSDK" "$oldest_sdk"
-  python3 "$root/tests/ios/bindings_check_test.py" "$device/KorvaneSDK" "$oldest_sdk"
+  python3 -m korvane_ios.bindings "$device/KorvaneSDK" "$oldest_sdk"
 else
   echo "Bindings check skipped: no SDK of the oldest supported iOS (set IOS_OLDEST_SDK, or unpack one at $oldest_sdk)."
 fi
 # Weakly linked libraries (Swift's concurrency runtime) pass the bindings check, since a missing
 # one binds to null: the code that reaches them must be code that cannot run without them.
 if [[ -n "$swiftc" ]]; then
-  python3 "$root/scripts/ios-check-weak-reach.py" "$device/KorvaneSDK" "$root/platforms/ios/swift"
-  python3 "$root/tests/ios/weak_reach_check_test.py" "$device/KorvaneSDK" "$root/platforms/ios/swift"
+  python3 -m korvane_ios.weak_reach "$device/KorvaneSDK" "$root/platforms/ios/swift"
 fi
-python3 "$root/scripts/ios-api-listing.py" check "$device" "$root/platforms/ios/KorvaneSDK.api"
+# The public API against its checked-in listings; the doc comments from the same JSON AST.
+bash "$root/scripts/ios-listings.sh" check "$device"
 if [[ -n "$swiftc" ]]; then
-  python3 "$root/scripts/ios-swift-api-listing.py" check "$device" \
-    "$root/platforms/ios/KorvaneSDK-Swift.api"
   # The listings name what the headers and the Swift layer declare; the names Swift gives the
   # Objective-C API are the importer's, so the documented ones are called as an app calls them.
   "$swiftc" "${swift_flags[@]}" -module-cache-path "$swift_module_cache/iphoneos" \
@@ -131,8 +130,7 @@ if [[ -n "$swiftc" ]]; then
     -warnings-as-errors -typecheck "$root/tests/ios/DocumentedSwiftNames.swift"
   echo "Swift names: every documented Swift name of the facade, logger, configuration, user and placements type-checks"
 fi
-python3 "$root/scripts/ios-doc-check.py" "$root/platforms/ios/include/KorvaneSDK"
-python3 "$root/scripts/ios-analyze.py" "$out/iphoneos" "$root/platforms/ios"
+python3 -m korvane_ios.analyze "$out/iphoneos" "$root/platforms/ios"
 
 # The iOS layer only translates: no bridge message type, page query item, backend path, event
 # name or product text (the Korean page and bar texts) may appear in its code; they live in the
@@ -154,11 +152,11 @@ echo "iOS layer: $files Objective-C++ files, $lines code lines, no product rule 
 check_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK" ios
 check_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK" iossimulator
 
-python3 "$root/scripts/ios-xcframework.py" "$out/KorvaneSDK.xcframework" \
+python3 -m korvane_ios.xcframework "$out/KorvaneSDK.xcframework" \
   "$out/iphoneos/KorvaneSDK.framework" "$out/iphonesimulator/KorvaneSDK.framework"
 for slice in iphoneos iphonesimulator; do
   echo "== $slice"
-  python3 "$root/scripts/ios-size-report.py" "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
+  python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
     "$out/$slice/KorvaneSDK.map"
 done
 

@@ -2,7 +2,7 @@
 # Makes the release from build/ios/KorvaneSDK.xcframework (building it first when it is missing):
 # build/ios/release/ gets KorvaneSDK-VERSION.xcframework.zip, its SHA-256, a Package.swift whose
 # binary target downloads the zip from URL, and a podspec with the same zip and checksum; then
-# checks them as a consumer would meet them (scripts/ios-check-release.py).
+# checks them as a consumer would meet them (korvane_ios.release_check).
 #
 # usage: bash scripts/ios-release.sh URL
 #   URL  the https address the zip will be published at, ending in KorvaneSDK-VERSION.xcframework.zip
@@ -28,10 +28,10 @@ if [[ ! -f "$xcframework/Info.plist" ]]; then
 fi
 version=$(sed -n 's/.*kSdkVersion = "\([^"]*\)".*/\1/p' "$root/include/korvane/version.h")
 release="$root/build/ios/release"
+export PYTHONPATH="$root/platforms/ios/tooling${PYTHONPATH:+:$PYTHONPATH}"
 rm -rf "$release"
-python3 "$root/scripts/ios-release.py" "$xcframework" "$version" "$url" "$release"
-python3 "$root/scripts/ios-check-release.py" "$release"
-python3 "$root/tests/ios/release_check_test.py" "$release"
+python3 -m korvane_ios.release "$xcframework" "$version" "$url" "$release"
+python3 -m korvane_ios.release_check "$release"
 
 for slice in "$xcframework"/ios-*/; do
   name=$(basename "$slice")

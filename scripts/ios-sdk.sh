@@ -5,7 +5,7 @@
 #
 # The device SDK: IOS_SDK; else on macOS the one xcrun reports; else the default place,
 # /opt/ios-sdk/iPhoneOS26.2.sdk. The simulator SDK: IOS_SIMULATOR_SDK; else on macOS xcrun's; else
-# one made from the device SDK by scripts/ios-simulator-sdk.py (once per SDK).
+# one made from the device SDK by korvane_ios.simulator_sdk (platforms/ios/tooling; once per SDK).
 # Off macOS every tool comes from Debian's LLVM 19 (clang, ld64.lld, llvm-objdump, dsymutil, ...):
 # its bin goes first on PATH, so the checks read the SDK with the compiler that built against it.
 
@@ -41,7 +41,7 @@ korvane_ios_sdk() {
     export PATH
   fi
   if [[ -z "${IOS_SIMULATOR_SDK:-}" ]]; then
-    IOS_SIMULATOR_SDK=$(python3 "$scripts/ios-simulator-sdk.py" "$IOS_SDK")
+    IOS_SIMULATOR_SDK=$(PYTHONPATH="$scripts/../platforms/ios/tooling" python3 -m korvane_ios.simulator_sdk "$IOS_SDK")
   fi
   export IOS_SDK IOS_SIMULATOR_SDK
 }

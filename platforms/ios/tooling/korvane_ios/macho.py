@@ -1,0 +1,200 @@
+"""What the iOS checks read from a Mach-O binary, through llvm-objdump: file type, architecture,
+platform and minimum OS, UUID, install name and loaded libraries, exported names, bindings, the
+Objective-C method lists and the disassembly. The parse functions take llvm-objdump's text; `read`
+and the other readers run it.
+
+usage: python3 -m korvane_ios.macho expect BINARY FILETYPE PLATFORM [LINKED_DYLIB]
+  FILETYPE  DYLIB or EXECUTE;  PLATFORM  ios or iossimulator"""
+
+import re
+import sys
+from dataclasses import dataclass, field
+
+from .tools import ToolError, run
+
+# LC_BUILD_VERSION platform numbers, and the names the XCFramework format uses for them.
+PLATFORMS = {"2": "ios", "IOS": "ios", "7": "iossimulator", "IOSSIMULATOR": "iossimulator"}
+LOAD_KINDS = ("LC_LOAD_DYLIB", "LC_LOAD_WEAK_DYLIB", "LC_REEXPORT_DYLIB")
+
+
+class MachOError(Exception):
+    pass
+
+
+def objdump(*args):
+    try:
+        return run(["llvm-objdump", "--macho", *args])
+    except ToolError as error:
+        raise MachOError(str(error)) from error
+
+
+@dataclass(frozen=True)
+class Load:
+    kind: str  # one of LOAD_KINDS
+    name: str  # the install name
+
+    @property
+    def weak(self):
+        return self.kind == "LC_LOAD_WEAK_DYLIB"
+
+
+@dataclass(frozen=True)
+class Bind:
+    library: str  # llvm-objdump's short name of the library (see short_name)
+    symbol: str
+    weak_import: bool
+
+
+@dataclass
+class MachO:
+    path: str
+    filetype: str = ""
+    arch: str = ""
+    platform: str = ""
+    minimum_os: str = ""
+    uuid: str = ""
+    install_name: str = ""
+    loads: list = field(default_factory=list)
+
+    @property
+    def linked(self):
+        return [load.name for load in self.loads]
+
+    def exports(self):
+        return parse_exports(objdump("--exports-trie", self.path))
+
+    def exported_classes(self):
+        return exported_classes(self.exports())
+
+    def binds(self):
+        weak = parse_weak_references(run(["llvm-nm", "-m", self.path]))
+        return parse_binds(objdump("--bind", "--lazy-bind", self.path), weak)
+
+
+def parse_header(text):
+    """(arch, filetype) from `--private-header`."""
+    found = re.search(r"MH_MAGIC_64\s+(\S+)\s+\S+\s+\S+\s+(\S+)", text)
+    if not found:
+        raise MachOError("not a 64-bit Mach-O file")
+    return found.group(1).lower(), found.group(2)
+
+
+def split_commands(text):
+    """The load commands of `--private-headers`, as (command name, its text)."""
+    parts = re.split(r"^Load command \d+\n", text, flags=re.M)[1:]
+    commands = []
+    for part in parts:
+        found = re.search(r"^\s*cmd (\S+)", part, re.M)
+        if not found:
+            raise MachOError("a load command without its cmd line")
+        commands.append((found.group(1), part))
+    return commands
+
+
+def parse_commands(binary, text):
+    """Fills platform, minimum OS, UUID, install name and loads from `--private-headers`."""
+    commands = split_commands(text)
+    if not commands:
+        raise MachOError("no load commands")
+    for name, body in commands:
+        value = lambda key: (re.search(rf"^\s*{key} (\S+)", body, re.M) or [None, ""])[1]
+        if name == "LC_BUILD_VERSION":
+            platform = value("platform")
+            binary.platform = PLATFORMS.get(platform.upper(), platform)
+            binary.minimum_os = value("minos")
+        elif name == "LC_UUID":
+            binary.uuid = value("uuid").upper()
+        elif name == "LC_ID_DYLIB":
+            binary.install_name = value("name")
+        elif name in LOAD_KINDS:
+            if not value("name"):
+                raise MachOError(f"{name} without a name")
+            binary.loads.append(Load(name, value("name")))
+    return binary
+
+
+def parse_exports(text):
+    return re.findall(r"^0x[0-9A-Fa-f]+\s+(?:\[[^\]]*\]\s+)?(\S+)", text, re.M)
+
+
+def exported_classes(exports):
+    return sorted(name.split("$_", 1)[1] for name in exports if name.startswith("_OBJC_CLASS_$_"))
+
+
+def parse_weak_references(text):
+    """The undefined symbols `llvm-nm -m` marks weak: the ones bound with weak import."""
+    return set(re.findall(r"^\s*\(undefined\) weak external (\S+)", text, re.M))
+
+
+def parse_binds(text, weak_references=frozenset()):
+    """Every entry of `--bind --lazy-bind` (both tables end in "dylib symbol"). llvm-objdump
+    marks weak imports in the bind table only; for lazy bindings `weak_references` (from
+    parse_weak_references) tells."""
+    binds = []
+    for line in text.splitlines():
+        weak = "(weak_import)" in line
+        fields = line.replace("(weak_import)", "").split()
+        if len(fields) >= 5 and fields[2].startswith("0x"):
+            weak = weak or fields[-1] in weak_references
+            binds.append(Bind(fields[-2], fields[-1], weak))
+    return binds
+
+
+def short_name(install_name):
+    """The library name llvm-objdump prints in bind tables."""
+    name = install_name.rsplit("/", 1)[-1]
+    return re.sub(r"\.[A-Z0-9]$", "", re.sub(r"\.dylib$", "", name))
+
+
+def parse_objc_methods(metadata):
+    """(sign, class, selector) for every entry of every class's method lists in
+    `--objc-meta-data`. Read from the lists themselves: with identical code folded, an entry's
+    implementation may carry another name."""
+    found, owner, sign, in_methods = set(), None, "-", False
+    for line in metadata.splitlines():
+        header = re.match(r"^[0-9a-fA-F]+ 0x[0-9a-fA-F]+ _OBJC_CLASS_\$_(\w+)", line)
+        stripped = line.strip()
+        if header:
+            owner, sign, in_methods = header.group(1), "-", False
+        elif stripped == "Meta Class":
+            sign, in_methods = "+", False
+        elif stripped.startswith("baseMethods"):
+            in_methods = True
+        elif stripped.startswith(("baseProtocols", "ivars", "weakIvarLayout", "baseProperties")):
+            in_methods = False
+        elif in_methods and owner and (entry := re.match(r"name 0x[0-9a-fA-F]+ (\S+)$", stripped)):
+            found.add((sign, owner, entry.group(1)))
+    return found
+
+
+def read(path):
+    binary = MachO(str(path))
+    try:
+        binary.arch, binary.filetype = parse_header(objdump("--private-header", binary.path))
+    except MachOError as error:
+        raise MachOError(f"{path}: {error}") from error
+    return parse_commands(binary, objdump("--private-headers", binary.path))
+
+
+def main(argv):
+    if len(argv) not in (4, 5) or argv[0] != "expect":
+        sys.exit(__doc__)
+    _, path, filetype, platform, *dylib = argv
+    try:
+        binary = read(path)
+    except MachOError as error:
+        sys.exit(str(error))
+    wrong = []
+    if (binary.arch, binary.filetype, binary.platform) != ("arm64", filetype, platform):
+        wrong.append(
+            f"an {binary.arch} {binary.filetype} for {binary.platform or 'no platform'}, "
+            f"not an arm64 {filetype} for {platform}"
+        )
+    if dylib and dylib[0] not in binary.linked:
+        wrong.append(f"does not link {dylib[0]}")
+    if wrong:
+        sys.exit(f"{path}: " + "; ".join(wrong))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])

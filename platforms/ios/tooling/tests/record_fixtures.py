@@ -1,0 +1,263 @@
+"""Records the tests' fixtures from the real tools: run once by hand after a change the fixtures
+should follow, with an SDK, a Swift toolchain and a built device framework.
+
+usage: python3 record_fixtures.py FRAMEWORK_DIR OLD_SDK
+  FRAMEWORK_DIR  build/ios/iphoneos/KorvaneSDK.framework (built with the Swift layer)
+  OLD_SDK        the oldest supported iOS's SDK (/opt/ios-sdk/iPhoneOS14.5.sdk)
+IOS_SDK names the SDK to build against, SWIFTC the Swift compiler and KORVANE_SWIFT_CACHE the
+module cache, as for scripts/ios-build.sh. Each fixture is trimmed to what its tests read."""
+
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent))
+
+from korvane_ios import headers_ast, macho, stubs, swift_names, weak_reach  # noqa: E402
+
+FIXTURES = HERE / "fixtures"
+AST_KEYS = {"kind", "name", "type", "qualType", "returnType", "inner", "loc", "file", "line"}
+AST_KEYS |= {"offset", "tokLen", "instance", "isImplicit", "readonly", "copy", "weak", "class"}
+AST_KEYS |= {"super", "protocols", "value", "range", "begin", "end", "expansionLoc", "spellingLoc"}
+RANGED = ("NSErrorDomainAttr", "EnumExtensibilityAttr")
+COMMANDS = ("LC_ID_DYLIB", "LC_UUID", "LC_BUILD_VERSION", "LC_LOAD_DYLIB", "LC_LOAD_WEAK_DYLIB")
+
+
+def trim_ast(node):
+    if isinstance(node, list):
+        return [trim_ast(item) for item in node]
+    if not isinstance(node, dict):
+        return node
+    kept = {}
+    for key, value in node.items():
+        if key not in AST_KEYS or (key == "range" and node.get("kind") not in RANGED):
+            continue
+        if key == "file":
+            value = Path(value).name
+        elif key == "inner" and node.get("kind") == "FullComment":
+            value = []
+        elif key in ("super",) or (key == "protocols"):
+            value = trim_ast(value) if key == "protocols" else {"name": value["name"]}
+        else:
+            value = trim_ast(value)
+        kept[key] = value
+    return kept
+
+
+def record_ast(sdk, swiftc, swift_flags, cache):
+    with tempfile.TemporaryDirectory() as scratch:
+        framework = Path(scratch, "KorvaneSDK.framework")
+        (framework / "Headers").mkdir(parents=True)
+        (framework / "Modules").mkdir()
+        shutil.copy(FIXTURES / "Tiny.h", framework / "Headers" / "KorvaneSDK.h")
+        (framework / "Modules" / "module.modulemap").write_text(
+            'framework module KorvaneSDK {\n  umbrella header "KorvaneSDK.h"\n  export *\n}\n'
+        )
+        decls = headers_ast.dump(framework, sdk, scratch)
+        text = "".join(json.dumps(trim_ast(d)) + "\n" for d in decls)
+        (FIXTURES / "tiny.ast.json").write_text(text.replace("KorvaneSDK.h", "Tiny.h"))
+        symbols = swift_names.extract(scratch, sdk, swiftc, swift_flags, cache, headers_ast.TARGET)
+        del symbols  # parsed once to fail early; the fixture keeps the graph's own form
+        out = Path(scratch, "graph")
+        out.mkdir()
+        subprocess.run(
+            [Path(swiftc).parent / "swift-symbolgraph-extract", "-module-name", "KorvaneSDK"]
+            + ["-target", headers_ast.TARGET, "-sdk", sdk, "-F", scratch]
+            + ["-module-cache-path", cache, *swift_flags, "-minimum-access-level", "private"]
+            + ["-output-dir", out],
+            check=True,
+        )
+        graph = json.loads((out / "KorvaneSDK.symbols.json").read_text())
+    kept = [
+        {
+            "identifier": {"precise": s["identifier"]["precise"]},
+            "pathComponents": s["pathComponents"],
+            "kind": {"identifier": s["kind"]["identifier"]},
+            "declarationFragments": [
+                f for f in s.get("declarationFragments", []) if f.get("kind") == "keyword"
+            ],
+        }
+        for s in graph["symbols"]
+        if s["identifier"]["precise"].startswith("c:")
+    ]
+    (FIXTURES / "tiny.symbols.json").write_text(json.dumps({"symbols": kept}, indent=1) + "\n")
+
+
+def objdump(*args):
+    return macho.objdump(*args)
+
+
+def record_binary(binary, old_sdk):
+    """The device binary's headers, a sample of its bindings and their libraries' stubs."""
+    (FIXTURES / "framework.private-header.txt").write_text(objdump("--private-header", binary))
+    exports = macho.parse_exports(objdump("--exports-trie", binary))
+    (FIXTURES / "framework.classes.txt").write_text(
+        "\n".join(macho.exported_classes(exports)) + "\n"
+    )
+    commands = macho.split_commands(objdump("--private-headers", binary))
+    (FIXTURES / "framework.load-commands.txt").write_text(
+        "".join(
+            f"Load command {i}\n{body}"
+            for i, (name, body) in enumerate(commands)
+            if name in COMMANDS
+        )
+    )
+    nm = subprocess.run(["llvm-nm", "-m", binary], capture_output=True, text=True).stdout
+    binds_text = objdump("--bind", "--lazy-bind", binary).replace(binary, "KorvaneSDK")
+    weak = macho.parse_weak_references(nm)
+    # Every bindings line of the weakly loaded library, SwiftUI, UIKit and the Foundation overlay
+    # (the libraries the damage cases take symbols from), and the first few of every other.
+    per_library, kept = {}, []
+    for line in binds_text.splitlines():
+        fields = line.replace("(weak_import)", "").split()
+        if len(fields) >= 5 and fields[2].startswith("0x"):
+            library = fields[-2]
+            per_library[library] = per_library.get(library, 0) + 1
+            keep = library in ("SwiftUI", "libswift_Concurrency", "libswiftFoundation")
+            if keep or per_library[library] <= 3:
+                kept.append(line)
+        elif line.strip() and not line.startswith("__"):
+            kept.append(line)
+    (FIXTURES / "framework.binds.txt").write_text("\n".join(kept) + "\n")
+    symbols = {line.split()[-1].replace("(weak_import)", "") for line in kept}
+    symbols |= {line.split()[-2] for line in kept if "(weak_import)" in line}
+    (FIXTURES / "framework.nm-weak.txt").write_text(
+        "".join(
+            line + "\n"
+            for line in nm.splitlines()
+            if "(undefined) weak external" in line and line.split()[3] in symbols
+        )
+    )
+    record_stubs(binary, old_sdk, kept)
+
+
+def record_release(build):
+    """What the release check reads of both slices: load commands of the binaries and their
+    dSYMs, and the property lists of the XCFramework and its frameworks."""
+    xcframework = build / "KorvaneSDK.xcframework"
+    shutil.copy(xcframework / "Info.plist", FIXTURES / "xcframework.Info.plist")
+    for identifier, slice_name in (("ios-arm64", "device"), ("ios-arm64-simulator", "simulator")):
+        framework = xcframework / identifier / "KorvaneSDK.framework"
+        shutil.copy(framework / "Info.plist", FIXTURES / f"{slice_name}.Info.plist")
+        dwarf = "dSYMs/KorvaneSDK.framework.dSYM/Contents/Resources/DWARF/KorvaneSDK"
+        for kind, path in (
+            (slice_name, framework / "KorvaneSDK"),
+            (f"{slice_name}-dsym", xcframework / identifier / dwarf),
+        ):
+            commands = macho.split_commands(objdump("--private-headers", path))
+            (FIXTURES / f"{kind}.load-commands.txt").write_text(
+                objdump("--private-header", path).split("\n", 1)[1]
+                + "".join(
+                    f"Load command {i}\n{body}"
+                    for i, (name, body) in enumerate(commands)
+                    if name in COMMANDS[:3]
+                )
+            )
+
+
+def record_stubs(binary, old_sdk, bind_lines):
+    """The old SDK's stubs of the libraries the sampled bindings reach, each with only the
+    symbols bound to it and the re-exports that lead to them."""
+    sdk = stubs.Sdk(old_sdk)
+    loaded = macho.parse_commands(macho.MachO(binary), objdump("--private-headers", binary))
+    names = {macho.short_name(load.name): load.name for load in loaded.loads}
+    documents = {}
+
+    def provider(install_name, symbol, path):
+        library = sdk.library(install_name)
+        if library is None or install_name in path:
+            return None
+        if symbol in library.symbols:
+            return path + [install_name]
+        for child in library.reexports:
+            if found := provider(child, symbol, path + [install_name]):
+                return found
+        return None
+
+    for bind in macho.parse_binds("\n".join(bind_lines)):
+        install_name = names.get(bind.library)
+        if install_name is None or install_name.startswith("@"):
+            continue
+        chain = provider(install_name, bind.symbol, []) or [install_name]
+        for at, name in enumerate(chain):
+            document = documents.setdefault(
+                name,
+                {"main_library": {"install_names": [{"name": name}]}, "tapi_tbd_version": 5},
+            )
+            main = document["main_library"]
+            if at + 1 < len(chain):
+                reexports = main.setdefault("reexported_libraries", [{"names": []}])[0]["names"]
+                if chain[at + 1] not in reexports:
+                    reexports.append(chain[at + 1])
+            elif sdk.library(name) is not None and sdk.exports(name, bind.symbol):
+                exported = main.setdefault("exported_symbols", [{"text": {"global": []}}])
+                exported[0]["text"]["global"].append(bind.symbol)
+    for load in loaded.loads:  # every library loaded without weak linking exists
+        if not load.weak and not load.name.startswith("@") and sdk.library(load.name):
+            documents.setdefault(
+                load.name,
+                {"main_library": {"install_names": [{"name": load.name}]}, "tapi_tbd_version": 5},
+            )
+    (FIXTURES / "oldest-sdk.json").write_text(
+        json.dumps(documents, indent=1, sort_keys=True) + "\n"
+    )
+
+
+def record_weak_reach(binary, demangle):
+    """The functions that reach the weakly linked library, their disassembly and names."""
+    loaded = macho.read(binary)
+    targets = weak_reach.weak_symbols(loaded)
+    disassembly = objdump("-d", "--no-show-raw-insn", binary)
+    reached = weak_reach.reaching(weak_reach.parse_functions(disassembly), targets)
+    kept, keep = [], False
+    for line in disassembly.splitlines():
+        if line and not line[0].isspace() and line.endswith(":"):
+            keep = line[:-1] in reached
+        if keep and (
+            line.endswith(":") or weak_reach.REFERENCE.search(line) or weak_reach.CALL.match(line)
+        ):
+            kept.append(line)
+    (FIXTURES / "weak-reach.disassembly.txt").write_text("\n".join(kept) + "\n")
+    entries = sorted(name for name in reached if not weak_reach.HELPER.match(name))
+    names = subprocess.run(
+        [demangle, "--compact"], input="\n".join(entries), capture_output=True, text=True
+    ).stdout.splitlines()
+    (FIXTURES / "weak-reach.demangled.txt").write_text(
+        "".join(f"{m}\t{d}\n" for m, d in zip(entries, names))
+    )
+    sources = HERE.parents[1] / "swift"
+    out = FIXTURES / "weak-reach-swift"
+    shutil.rmtree(out, ignore_errors=True)
+    out.mkdir()
+    for source in sorted(sources.glob("*.swift")):
+        text = source.read_text()
+        if re.search(r"@available\(iOS 1[5-9]", text):
+            lines = [l for l in text.splitlines() if l.strip() and not l.strip().startswith("//")]
+            (out / source.name).write_text("\n".join(lines) + "\n")
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    framework, old_sdk = Path(sys.argv[1]), sys.argv[2]
+    sdk, swiftc = os.environ["IOS_SDK"], os.environ.get("SWIFTC", "/opt/swift/usr/bin/swiftc")
+    cache = Path(os.environ.get("KORVANE_SWIFT_CACHE", Path.home() / ".cache/korvane-swift"))
+    flags = ["-resource-dir", str(cache / "resource-dir"), "-I", str(cache / "shims")]
+    record_ast(sdk, swiftc, flags, str(cache / "modules" / "iphoneos"))
+    binary = str(framework / "KorvaneSDK")
+    record_binary(binary, old_sdk)
+    record_weak_reach(binary, str(Path(swiftc).parent / "swift-demangle"))
+    record_release(framework.parent.parent)
+    for fixture in sorted(FIXTURES.iterdir()):
+        if fixture.is_file():
+            print(f"{fixture.name}: {fixture.stat().st_size} bytes")
+
+
+if __name__ == "__main__":
+    main()
