@@ -11,6 +11,7 @@
 
 #include "api/record_codec.h"
 #include "core/base64.h"
+#include "offerwall/bridge_scripts.h"
 #include "webapp_assets.h"
 
 namespace korvane::devserver {
@@ -748,6 +749,10 @@ void DevServer::installRoutes() {
   // The bridge kit for page authors, and the attacker pages.
   server_->Get(R"(/bridge-kit/(.+))", serveAssets(bridgeKitAssets()));
   server_->Get(R"(/hostile/(.+))", serveAssets(hostileAssets()));
+  // The SDK's own bridge script, where the mock host looks for it: its path in the repository,
+  // ../../src/offerwall/ from the kit, resolves to /src/offerwall/ from /bridge-kit/.
+  static const std::vector<WebAsset> sdkScripts = {{"korvane_bridge.js", korvaneBridgeScript()}};
+  server_->Get(R"(/src/offerwall/(.+))", serveAssets(sdkScripts));
 
   // What the attacker pages send home, with its body.
   server_->Post("/hostile/report", [state](const httplib::Request& req, httplib::Response& res) {
