@@ -11,6 +11,7 @@
 
 #include "api/record_codec.h"
 #include "core/base64.h"
+#include "gunzip.h"
 #include "offerwall/bridge_scripts.h"
 #include "webapp_assets.h"
 
@@ -20,27 +21,6 @@ namespace {
 using json::Json;
 
 constexpr const char* kPrefix = "/v1/api/sdk";
-
-std::optional<std::string> gunzip(const std::string& data) {
-  z_stream stream{};
-  if (inflateInit2(&stream, 15 + 16) != Z_OK) return std::nullopt;
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-  stream.avail_in = static_cast<uInt>(data.size());
-  std::string out;
-  char buffer[16384];
-  int status = Z_OK;
-  while (status == Z_OK) {
-    stream.next_out = reinterpret_cast<Bytef*>(buffer);
-    stream.avail_out = sizeof buffer;
-    status = inflate(&stream, Z_NO_FLUSH);
-    out.append(buffer, sizeof buffer - stream.avail_out);
-    if (status == Z_BUF_ERROR && stream.avail_in == 0) break;
-  }
-  const bool complete = status == Z_STREAM_END && stream.avail_in == 0;
-  inflateEnd(&stream);
-  if (!complete) return std::nullopt;
-  return out;
-}
 
 std::string percentDecode(std::string_view text) {
   std::string out;
@@ -560,7 +540,7 @@ void DevServer::installRoutes() {
                                    static_cast<unsigned char>(req.body[0]) == 0x1f &&
                                    static_cast<unsigned char>(req.body[1]) == 0x8b;
       if (record.header("Content-Encoding") == "gzip" && stillCompressed) {
-        std::optional<std::string> inflated = gunzip(req.body);
+        std::optional<std::string> inflated = testing::gunzip(req.body);
         if (!inflated) {
           answer(400, json::dump(failure("corrupt gzip body")));
           return finish();
