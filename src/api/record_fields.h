@@ -10,10 +10,11 @@
 #include "api/json_codec.h"
 #include "api/json_writer.h"
 
-// One field list per backend record drives its decoding and both of its encoders, so each key is
-// spelled once. A field names its key and its member: a std::optional member is an optional key
-// (absent or null leaves it empty; left out when empty), any other member is required. Keys are
-// read in list order up to the first failure and written in list order.
+// One field list per backend record drives its decoding and its encoding (and, for the telemetry
+// bodies, the encoder straight to text), so each key is spelled once. A field names its key and
+// its member: a std::optional member is an optional key (absent or null leaves it empty; left
+// out when empty), any other member is required. Keys are read in list order up to the first
+// failure and written in list order.
 namespace korvane::json {
 
 // The member is read and written as its type says: records by their own read and toJson,
