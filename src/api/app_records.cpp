@@ -16,158 +16,116 @@ std::string objectToBase64(const Json& object) {
   return base64::encode(dump(object));
 }
 
+Status Base64Object::read(const Json* field, std::optional<Json>& out, const std::string&) {
+  if (field) out = objectFromBase64(*field);
+  return okStatus();
+}
+
+std::optional<Json> Base64Object::toJson(const std::optional<Json>& value) {
+  if (!value) return std::nullopt;
+  return objectToBase64(*value);
+}
+
 }  // namespace korvane::json
 
 namespace korvane {
 using namespace json;
 
-Status read(const Json& value, AppData& out, const std::string& path) {
-  ObjectReader reader(value, path);
-  reader.required("appKey", out.appKey)
-      .required("appName", out.appName)
-      .optional("isActive", out.isActive)
-      .required("korvaneHubUrl", out.korvaneHubUrl)
-      .optional("trackEventBatchCount", out.trackEventBatchCount)
-      .optional("trackEventBatchIntervalMs", out.trackEventBatchIntervalMs)
-      .optional("adjoeEnabled", out.adjoeEnabled)
-      .optional("adjoeSdkHash", out.adjoeSdkHash)
-      .optional("adjoeOfferwallUrl", out.adjoeOfferwallUrl);
-  // A malformed configuration is swallowed: the record still decodes, without it.
-  if (const Json* config = reader.find("config")) out.config = objectFromBase64(*config);
-  return reader.status();
-}
+namespace {
 
+constexpr auto kAppDataFields =
+    std::tuple{field("appKey", &AppData::appKey),
+               field("appName", &AppData::appName),
+               field("isActive", &AppData::isActive),
+               field("korvaneHubUrl", &AppData::korvaneHubUrl),
+               field("trackEventBatchCount", &AppData::trackEventBatchCount),
+               field("trackEventBatchIntervalMs", &AppData::trackEventBatchIntervalMs),
+               field("adjoeEnabled", &AppData::adjoeEnabled),
+               field("adjoeSdkHash", &AppData::adjoeSdkHash),
+               field("adjoeOfferwallUrl", &AppData::adjoeOfferwallUrl),
+               field<Base64Object>("config", &AppData::config)};
+
+constexpr auto kValidateAppResponseFields = std::tuple{
+    field("success", &ValidateAppResponse::success), field("app", &ValidateAppResponse::app),
+    field("message", &ValidateAppResponse::message)};
+
+constexpr auto kUserDataFields =
+    std::tuple{field("user_id", &UserData::userId), field("status", &UserData::status)};
+
+constexpr auto kLoginResponseFields =
+    std::tuple{field("success", &LoginResponse::success), field("app", &LoginResponse::app),
+               field("user", &LoginResponse::user)};
+
+constexpr auto kDeviceInfoFields =
+    std::tuple{field("deviceId", &DeviceInfo::deviceId),
+               field("deviceModel", &DeviceInfo::deviceModel),
+               field("deviceModelName", &DeviceInfo::deviceModelName),
+               field("manufacturer", &DeviceInfo::manufacturer),
+               field("platform", &DeviceInfo::platform),
+               field("osVersion", &DeviceInfo::osVersion),
+               field("ifa", &DeviceInfo::ifa),
+               field("country", &DeviceInfo::country),
+               field("language", &DeviceInfo::language),
+               field("installer", &DeviceInfo::installer),
+               field("screenWidth", &DeviceInfo::screenWidth),
+               field("screenHeight", &DeviceInfo::screenHeight)};
+
+constexpr auto kLoginInfoFields = eventFields<LoginInfo>();
+
+constexpr auto kLoginRequestFields = std::tuple{
+    field("userId", &LoginRequest::userId), field("gender", &LoginRequest::gender),
+    field("birthYear", &LoginRequest::birthYear), field("loginInfo", &LoginRequest::loginInfo),
+    field("deviceInfo", &LoginRequest::deviceInfo)};
+
+}  // namespace
+
+Status read(const Json& value, AppData& out, const std::string& path) {
+  return readFields(value, out, path, kAppDataFields);
+}
 Json toJson(const AppData& value) {
-  Json j = Json::object();
-  j["appKey"] = value.appKey;
-  j["appName"] = value.appName;
-  putOptional(j, "isActive", value.isActive);
-  j["korvaneHubUrl"] = value.korvaneHubUrl;
-  putOptional(j, "trackEventBatchCount", value.trackEventBatchCount);
-  putOptional(j, "trackEventBatchIntervalMs", value.trackEventBatchIntervalMs);
-  putOptional(j, "adjoeEnabled", value.adjoeEnabled);
-  putOptional(j, "adjoeSdkHash", value.adjoeSdkHash);
-  putOptional(j, "adjoeOfferwallUrl", value.adjoeOfferwallUrl);
-  if (value.config) j["config"] = objectToBase64(*value.config);
-  return j;
+  return writeFields(value, kAppDataFields);
 }
 
 Status read(const Json& value, ValidateAppResponse& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("success", out.success)
-      .optional("app", out.app)
-      .optional("message", out.message)
-      .status();
+  return readFields(value, out, path, kValidateAppResponseFields);
 }
-
 Json toJson(const ValidateAppResponse& value) {
-  Json j = Json::object();
-  j["success"] = value.success;
-  if (value.app) j["app"] = toJson(*value.app);
-  putOptional(j, "message", value.message);
-  return j;
+  return writeFields(value, kValidateAppResponseFields);
 }
 
 Status read(const Json& value, UserData& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("user_id", out.userId)
-      .optional("status", out.status)
-      .status();
+  return readFields(value, out, path, kUserDataFields);
 }
-
 Json toJson(const UserData& value) {
-  Json j = Json::object();
-  j["user_id"] = value.userId;
-  putOptional(j, "status", value.status);
-  return j;
+  return writeFields(value, kUserDataFields);
 }
 
 Status read(const Json& value, LoginResponse& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("success", out.success)
-      .optional("app", out.app)
-      .optional("user", out.user)
-      .status();
+  return readFields(value, out, path, kLoginResponseFields);
 }
-
 Json toJson(const LoginResponse& value) {
-  Json j = Json::object();
-  j["success"] = value.success;
-  if (value.app) j["app"] = toJson(*value.app);
-  if (value.user) j["user"] = toJson(*value.user);
-  return j;
+  return writeFields(value, kLoginResponseFields);
 }
 
 Status read(const Json& value, DeviceInfo& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("deviceId", out.deviceId)
-      .required("deviceModel", out.deviceModel)
-      .optional("deviceModelName", out.deviceModelName)
-      .required("manufacturer", out.manufacturer)
-      .required("platform", out.platform)
-      .required("osVersion", out.osVersion)
-      .optional("ifa", out.ifa)
-      .optional("country", out.country)
-      .optional("language", out.language)
-      .required("installer", out.installer)
-      .optional("screenWidth", out.screenWidth)
-      .optional("screenHeight", out.screenHeight)
-      .status();
+  return readFields(value, out, path, kDeviceInfoFields);
 }
-
 Json toJson(const DeviceInfo& value) {
-  Json j = Json::object();
-  j["deviceId"] = value.deviceId;
-  j["deviceModel"] = value.deviceModel;
-  putOptional(j, "deviceModelName", value.deviceModelName);
-  j["manufacturer"] = value.manufacturer;
-  j["platform"] = value.platform;
-  j["osVersion"] = value.osVersion;
-  putOptional(j, "ifa", value.ifa);
-  putOptional(j, "country", value.country);
-  putOptional(j, "language", value.language);
-  j["installer"] = value.installer;
-  putOptional(j, "screenWidth", value.screenWidth);
-  putOptional(j, "screenHeight", value.screenHeight);
-  return j;
+  return writeFields(value, kDeviceInfoFields);
 }
 
 Status read(const Json& value, LoginInfo& out, const std::string& path) {
-  ObjectReader reader(value, path);
-  if (!readEventFields(reader, out).status()) return reader.status();
-  std::vector<std::pair<std::string, std::string>> parameters;
-  Status status = readTextParameters(reader, parameters, path);
-  if (!status) return status;
-  out.parameters = Json::object();
-  for (auto& [key, text] : parameters) out.parameters[key] = std::move(text);
-  return okStatus();
+  return readFields(value, out, path, kLoginInfoFields);
 }
-
 Json toJson(const LoginInfo& value) {
-  Json j = Json::object();
-  writeEventFields(j, value);
-  j["parameters"] = value.parameters;
-  return j;
+  return writeFields(value, kLoginInfoFields);
 }
 
 Status read(const Json& value, LoginRequest& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("userId", out.userId)
-      .optional("gender", out.gender)
-      .optional("birthYear", out.birthYear)
-      .required("loginInfo", out.loginInfo)
-      .required("deviceInfo", out.deviceInfo)
-      .status();
+  return readFields(value, out, path, kLoginRequestFields);
 }
-
 Json toJson(const LoginRequest& value) {
-  Json j = Json::object();
-  j["userId"] = value.userId;
-  putOptional(j, "gender", value.gender);
-  putOptional(j, "birthYear", value.birthYear);
-  j["loginInfo"] = toJson(value.loginInfo);
-  j["deviceInfo"] = toJson(value.deviceInfo);
-  return j;
+  return writeFields(value, kLoginRequestFields);
 }
 
 }  // namespace korvane

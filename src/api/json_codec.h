@@ -75,6 +75,13 @@ class ObjectReader {
     return *this;
   }
 
+  // Reads `key` with `readValue(field, path)`, where field is null when the key is absent.
+  template <typename ReadValue>
+  ObjectReader& custom(std::string_view key, ReadValue&& readValue) {
+    if (!failure_) keep(readValue(find(key), childPath(path_, key)));
+    return *this;
+  }
+
   // The raw value under `key`, or null when absent.
   const Json* find(std::string_view key) const;
   Status status() const { return failure_ ? Status(*failure_) : okStatus(); }
@@ -99,11 +106,6 @@ Result<T> decode(std::string_view body) {
   Status status = read(parsed.value(), out, "");
   if (!status) return status.error();
   return out;
-}
-
-template <typename T>
-void putOptional(Json& object, const char* key, const std::optional<T>& value) {
-  if (value) object[key] = *value;
 }
 
 // Compact JSON text as the platform's encoder writes it (no white space).

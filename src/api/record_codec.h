@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/json_codec.h"
+#include "api/record_fields.h"
 #include "korvane/api/app_records.h"
 #include "korvane/api/content_records.h"
 #include "korvane/api/content_records_json.h"
@@ -48,40 +49,48 @@ Json toJson(const EventBatchResponse& value);
 
 namespace korvane::json {
 
-// LoginInfo and TrackEventRequest share the telemetry event's fields, in this order.
-template <typename Record>
-ObjectReader& readEventFields(ObjectReader& reader, Record& out) {
-  return reader.required("name", out.name)
-      .required("sdkVersion", out.sdkVersion)
-      .required("timestamp", out.timestamp)
-      .required("sessionId", out.sessionId)
-      .optional("userId", out.userId)
-      .required("deviceId", out.deviceId)
-      .required("ifa", out.ifa)
-      .required("platform", out.platform)
-      .required("osVersion", out.osVersion);
-}
-
-template <typename Record>
-void writeEventFields(Json& j, const Record& value) {
-  j["name"] = value.name;
-  j["sdkVersion"] = value.sdkVersion;
-  j["timestamp"] = value.timestamp;
-  j["sessionId"] = value.sessionId;
-  putOptional(j, "userId", value.userId);
-  j["deviceId"] = value.deviceId;
-  j["ifa"] = value.ifa;
-  j["platform"] = value.platform;
-  j["osVersion"] = value.osVersion;
-}
-
-// The required "parameters" object of text values, in order.
-Status readTextParameters(const ObjectReader& reader,
-                          std::vector<std::pair<std::string, std::string>>& out,
-                          const std::string& path);
+// The required "parameters" object of text values, in order: as (key, text) pairs or as the
+// object itself.
+struct TextParameters {
+  static Status read(const Json* field, std::vector<std::pair<std::string, std::string>>& out,
+                     const std::string& path);
+  static Status read(const Json* field, Json& out, const std::string& path);
+  static std::optional<Json> toJson(const std::vector<std::pair<std::string, std::string>>& value);
+  static std::optional<Json> toJson(const Json& value) { return value; }
+  static void write(JsonWriter& w, const std::vector<std::pair<std::string, std::string>>& value);
+};
 
 // A JSON object carried as base64 text of its compact JSON; nothing when any step fails.
 std::optional<Json> objectFromBase64(const Json& field);
 std::string objectToBase64(const Json& object);
+
+// An optional object carried as base64 text; anything unreadable leaves it absent without
+// failing the record.
+struct Base64Object {
+  static Status read(const Json* field, std::optional<Json>& out, const std::string& path);
+  static std::optional<Json> toJson(const std::optional<Json>& value);
+};
+
+// LoginInfo and TrackEventRequest share the telemetry event's fields, in this order.
+template <typename Record>
+constexpr auto eventFields() {
+  return std::tuple{field("name", &Record::name),
+                    field("sdkVersion", &Record::sdkVersion),
+                    field("timestamp", &Record::timestamp),
+                    field("sessionId", &Record::sessionId),
+                    field("userId", &Record::userId),
+                    field("deviceId", &Record::deviceId),
+                    field("ifa", &Record::ifa),
+                    field("platform", &Record::platform),
+                    field("osVersion", &Record::osVersion),
+                    field<TextParameters>("parameters", &Record::parameters)};
+}
+
+// The telemetry records' fields, which the text encoder (telemetry_json.h) uses too.
+inline constexpr auto kTrackEventRequestFields = eventFields<TrackEventRequest>();
+inline constexpr auto kEventBatchFields = std::tuple{
+    field("batchId", &EventBatch::batchId), field("batchTimestamp", &EventBatch::batchTimestamp),
+    field("sdkVersion", &EventBatch::sdkVersion), field("platform", &EventBatch::platform),
+    field("events", &EventBatch::events)};
 
 }  // namespace korvane::json

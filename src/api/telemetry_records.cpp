@@ -2,19 +2,40 @@
 
 namespace korvane::json {
 
-Status readTextParameters(const ObjectReader& reader,
-                          std::vector<std::pair<std::string, std::string>>& out,
-                          const std::string& path) {
-  const std::string parametersPath = childPath(path, "parameters");
-  const Json* parameters = reader.find("parameters");
-  if (!parameters || parameters->is_null()) return missingKey(parametersPath);
-  if (!parameters->is_object()) return wrongType(parametersPath, "an object");
+Status TextParameters::read(const Json* field,
+                            std::vector<std::pair<std::string, std::string>>& out,
+                            const std::string& path) {
+  if (!field || field->is_null()) return missingKey(path);
+  if (!field->is_object()) return wrongType(path, "an object");
   out.clear();
-  for (const auto& [key, entry] : parameters->items()) {
-    if (!entry.is_string()) return wrongType(childPath(parametersPath, key), "text");
+  for (const auto& [key, entry] : field->items()) {
+    if (!entry.is_string()) return wrongType(childPath(path, key), "text");
     out.emplace_back(key, entry.get<std::string>());
   }
   return okStatus();
+}
+
+Status TextParameters::read(const Json* field, Json& out, const std::string& path) {
+  std::vector<std::pair<std::string, std::string>> parameters;
+  Status status = read(field, parameters, path);
+  if (!status) return status;
+  out = Json::object();
+  for (auto& [key, text] : parameters) out[key] = std::move(text);
+  return okStatus();
+}
+
+std::optional<Json> TextParameters::toJson(
+    const std::vector<std::pair<std::string, std::string>>& value) {
+  Json parameters = Json::object();
+  for (const auto& [key, text] : value) parameters[key] = text;
+  return parameters;
+}
+
+void TextParameters::write(JsonWriter& w,
+                           const std::vector<std::pair<std::string, std::string>>& value) {
+  w.beginObject();
+  for (const auto& [key, text] : value) w.field(key, text);
+  w.endObject();
 }
 
 }  // namespace korvane::json
@@ -22,56 +43,34 @@ Status readTextParameters(const ObjectReader& reader,
 namespace korvane {
 using namespace json;
 
-Status read(const Json& value, TrackEventRequest& out, const std::string& path) {
-  ObjectReader reader(value, path);
-  if (!readEventFields(reader, out).status()) return reader.status();
-  return readTextParameters(reader, out.parameters, path);
-}
+namespace {
 
+constexpr auto kEventBatchResponseFields =
+    std::tuple{field("success", &EventBatchResponse::success),
+               field("processedCount", &EventBatchResponse::processedCount),
+               field("failedEventIds", &EventBatchResponse::failedEventIds)};
+
+}  // namespace
+
+Status read(const Json& value, TrackEventRequest& out, const std::string& path) {
+  return readFields(value, out, path, kTrackEventRequestFields);
+}
 Json toJson(const TrackEventRequest& value) {
-  Json j = Json::object();
-  writeEventFields(j, value);
-  Json parameters = Json::object();
-  for (const auto& [key, text] : value.parameters) parameters[key] = text;
-  j["parameters"] = std::move(parameters);
-  return j;
+  return writeFields(value, kTrackEventRequestFields);
 }
 
 Status read(const Json& value, EventBatch& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("batchId", out.batchId)
-      .required("batchTimestamp", out.batchTimestamp)
-      .required("sdkVersion", out.sdkVersion)
-      .required("platform", out.platform)
-      .required("events", out.events)
-      .status();
+  return readFields(value, out, path, kEventBatchFields);
 }
-
 Json toJson(const EventBatch& value) {
-  Json j = Json::object();
-  j["batchId"] = value.batchId;
-  j["batchTimestamp"] = value.batchTimestamp;
-  j["sdkVersion"] = value.sdkVersion;
-  j["platform"] = value.platform;
-  j["events"] = Json::array();
-  for (const TrackEventRequest& event : value.events) j["events"].push_back(toJson(event));
-  return j;
+  return writeFields(value, kEventBatchFields);
 }
 
 Status read(const Json& value, EventBatchResponse& out, const std::string& path) {
-  return ObjectReader(value, path)
-      .required("success", out.success)
-      .required("processedCount", out.processedCount)
-      .required("failedEventIds", out.failedEventIds)
-      .status();
+  return readFields(value, out, path, kEventBatchResponseFields);
 }
-
 Json toJson(const EventBatchResponse& value) {
-  Json j = Json::object();
-  j["success"] = value.success;
-  j["processedCount"] = value.processedCount;
-  j["failedEventIds"] = value.failedEventIds;
-  return j;
+  return writeFields(value, kEventBatchResponseFields);
 }
 
 }  // namespace korvane

@@ -14,7 +14,8 @@ inline constexpr const char* kBridgeHandlerName = "korvaneNative";
 // Injected at document start into every frame: lets pages written for other bridges call
 // window.webkit.messageHandlers.postMessage(message) and reach "korvaneNative".
 const std::string& postMessagePolyfillScript();
-// Evaluated after every finished load: defines window.KorvaneBridge.
+// Evaluated after every finished load: defines window.KorvaneBridge. The text is
+// korvane_bridge.js beside this file, compiled in by the build.
 const std::string& korvaneBridgeScript();
 // Tells a page that defines window.KorvaneConfig the advertising identifier (as a string
 // literal, whatever the text holds).

@@ -1,12 +1,12 @@
 // The API service over a fake transport: request shape, gzip bodies, status and error rules.
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <random>
 
 #include "api/gzip.h"
 #include "api/record_codec.h"
 #include "fake_platform.h"
+#include "gunzip.h"
 #include "korvane/api/api_service.h"
 #include "log_capture.h"
 
@@ -14,21 +14,8 @@ namespace korvane {
 namespace {
 
 using testing::FakeHttpClient;
+using testing::gunzip;
 using testing::LogCapture;
-
-std::string inflateGzip(const std::string& data) {
-  z_stream stream{};
-  EXPECT_EQ(inflateInit2(&stream, 31), Z_OK);
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-  stream.avail_in = static_cast<uInt>(data.size());
-  std::string out(1 << 22, '\0');
-  stream.next_out = reinterpret_cast<Bytef*>(out.data());
-  stream.avail_out = static_cast<uInt>(out.size());
-  EXPECT_EQ(inflate(&stream, Z_FINISH), Z_STREAM_END);
-  out.resize(stream.total_out);
-  inflateEnd(&stream);
-  return out;
-}
 
 TEST(Gzip, RoundTripsThroughZlibWhateverTheInput) {
   std::mt19937 random(7);
@@ -44,7 +31,7 @@ TEST(Gzip, RoundTripsThroughZlibWhateverTheInput) {
     ASSERT_GE(compressed.value().size(), 2u);
     EXPECT_EQ(static_cast<unsigned char>(compressed.value()[0]), 0x1f);
     EXPECT_EQ(static_cast<unsigned char>(compressed.value()[1]), 0x8b);
-    EXPECT_EQ(inflateGzip(compressed.value()), input) << "input of " << input.size() << " bytes";
+    EXPECT_EQ(gunzip(compressed.value()), input) << "input of " << input.size() << " bytes";
   }
   EXPECT_EQ(gzip("").value(), "") << "empty input: no header at all";
 }
@@ -133,7 +120,7 @@ TEST_F(ApiServiceTest, PostBodiesAreGzipOfTheJson) {
   TrackEventRequest event{"n", "v", "t", "s", std::nullopt, "d", "i", "iOS", "17", {}};
   api_.trackEvent(event, [](auto) {});
   ASSERT_EQ(http_->requests().size(), 1u);
-  EXPECT_EQ(inflateGzip(http_->requests()[0].body), json::dump(toJson(event)));
+  EXPECT_EQ(gunzip(http_->requests()[0].body), json::dump(toJson(event)));
   EXPECT_TRUE(
       capture.contains("[D/ApiService] TrackEvent URL: https://api.example.io/v1/api/sdk/event"));
   EXPECT_TRUE(capture.contains("[D/ApiService] TrackEvent request headers:"));

@@ -1,6 +1,8 @@
 // The offerwall container's rules over fake web views and screens.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 #include "core/sdk_environment.h"
@@ -153,6 +155,20 @@ TEST(BridgeScripts, RepliesAreTheDocumentedTexts) {
                 .find("var callback = window._korvane_callback_req_1_a;"),
             std::string::npos);
   EXPECT_NE(offlinePageHtml().find("JSON.stringify({ type: 'close' })"), std::string::npos);
+}
+
+// The bridge kit's mock host injects korvane_bridge.js as it reads it, without its final line
+// break; the SDK injects what the build compiled in from the same file, and the two must agree.
+TEST(BridgeScripts, TheInjectedBridgeIsItsSourceFileAsTheMockHostReadsIt) {
+  std::ifstream file(KORVANE_BRIDGE_SCRIPT_FILE, std::ios::binary);
+  ASSERT_TRUE(file) << KORVANE_BRIDGE_SCRIPT_FILE;
+  std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (text.ends_with("\r\n"))
+    text.resize(text.size() - 2);
+  else if (text.ends_with('\n'))
+    text.pop_back();
+  EXPECT_EQ(korvaneBridgeScript(), text);
+  EXPECT_TRUE(korvaneBridgeScript().starts_with("window.KorvaneBridge = {"));
 }
 
 // The shape check reads scripts the way a JavaScript engine does, so the injections the replies

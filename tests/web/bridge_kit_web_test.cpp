@@ -3,88 +3,22 @@
 // tests/web/bridge_kit/cases.js (the same cases run against the mock host in node); the tests
 // check what the page saw and what the native side did. Runs under Xvfb where there is no display.
 #include <gtest/gtest.h>
-#include <gtk/gtk.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
-#include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/linux/glib_main_thread.h"
-#include "korvane/linux/gtk_screens.h"
-#include "korvane/linux/linux_device.h"
-#include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "log_capture.h"
 #include "signed_in_sdk.h"
+#include "webkit_session.h"
 
 namespace korvane {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";  // as in cases.js
-
-// Every screen the SDK puts up, in order, so tests reach the page each shows.
-class ScreenList final : public ScreenPresenter {
- public:
-  class Tracked final : public Screen {
-   public:
-    Tracked(ScreenList& owner, std::unique_ptr<Screen> inner)
-        : owner_(owner), inner_(std::move(inner)) {
-      owner_.live.push_back(this);
-    }
-    ~Tracked() override { std::erase(owner_.live, this); }
-    WebView& webView() override { return inner_->webView(); }
-    void setCloseHandler(std::function<void()> h) override {
-      close = h, inner_->setCloseHandler(h);
-    }
-    void setRefreshHandler(std::function<void()> h) override { inner_->setRefreshHandler(h); }
-    void setDismissedHandler(std::function<void()> h) override { inner_->setDismissedHandler(h); }
-    void removeWebView() override { inner_->removeWebView(); }
-    void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
-      inner_->fade(a, d, std::move(done));
-    }
-    bool dismiss(bool animated, std::function<void()> done) override {
-      return inner_->dismiss(animated, std::move(done));
-    }
-    void afterTransition(std::function<void()> then) override {
-      inner_->afterTransition(std::move(then));
-    }
-    Screen& inner() { return *inner_; }
-    std::function<void()> close;
-
-   private:
-    ScreenList& owner_;
-    std::unique_ptr<Screen> inner_;
-  };
-
-  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
-                                            const ScreenOptions& options) override {
-    auto screen =
-        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options);
-    if (!screen) return nullptr;  // refused, as a platform may
-    return std::make_unique<Tracked>(*this, std::move(screen));
-  }
-  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
-                                         std::function<void()> done) override {
-    return std::make_unique<Tracked>(
-        *this,
-        gtk_.embedSlidingUp(static_cast<Tracked&>(parent).inner(), duration, std::move(done)));
-  }
-  std::unique_ptr<Screen> stackOver(Screen& parent) override {
-    return std::make_unique<Tracked>(*this, gtk_.stackOver(static_cast<Tracked&>(parent).inner()));
-  }
-  std::vector<Tracked*> live;
-
- private:
-  linux_host::GtkScreenPresenter gtk_;
-};
 
 // Apps whose address starts with "someapp://" are installed; every other address opens.
 class AppOpener final : public UrlOpener {
@@ -165,77 +99,26 @@ void serveKitPages(devserver::DevServer& server) {
   server.setPage("/pages/kit_cases.js", fileText(KORVANE_KIT_CASES));
 }
 
-class BridgeKitWeb : public ::testing::Test {
+class BridgeKitWeb : public testing::WebKitSession<> {
  protected:
   void SetUp() override {
-    ASSERT_NE(server_.start(), 0);
+    startSession({.networkSession = "SESSION-KIT",
+                  .dataFolder = "korvane-kit-web",
+                  .userId = "web-user",
+                  .advertisingId = kIdfa,
+                  .opener = opener_,
+                  .events = events_});
+    if (HasFatalFailure()) return;
     serveKitPages(server_);
-    fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = mainThread_;
-    environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
-        tracking_status::kAuthorized, kIdfa);
-    environment.platform.urlOpener = opener_;
-    environment.platform.reachability = std::make_shared<testing::FakeReachability>();
-    environment.platform.screens = presenter_;
-    environment.platform.lifecycle = nullptr;
-    environment.network = std::make_shared<NetworkManager>("SESSION-KIT");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
-    sdk_.initialize(KorvaneSdkConfig::Builder("demo-app-key", "demo-app-secret")
-                        .setApiBaseUrl(server_.baseUrl())
-                        .build());
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isInitialized(); }));
-    sdk_.login(KorvaneSdkUser("web-user", KorvaneSdkUser::Gender::male, 1990));
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isLoggedIn(); }));
-    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
-    KorvaneOfferwallViewController::setEventCallback(events_);
-    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
   }
 
   void TearDown() override {
     if (HasFailure())
       for (const std::string& line : log_.messages())
         if (line.find("Offerwall") != std::string::npos) std::printf("%s\n", line.c_str());
-    // Closing the root dismisses everything above it.
-    if (!presenter_->live.empty() && presenter_->live.front()->close)
-      presenter_->live.front()->close();
-    pumpUntil([&] { return presenter_->live.empty(); }, 3s);
-    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
-    KorvaneOfferwallViewController::setEventCallback(nullptr);
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
-    pumpFor(50ms);
-    fs::remove_all(data_);
+    endSession();
   }
 
-  template <typename Predicate>
-  bool pumpUntil(Predicate done, std::chrono::milliseconds timeout = 10s) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > until) return false;
-      while (g_main_context_iteration(nullptr, FALSE)) {
-      }
-      std::this_thread::sleep_for(2ms);
-    }
-    return true;
-  }
-  void pumpFor(std::chrono::milliseconds duration) {
-    pumpUntil([] { return false; }, duration);
-  }
-
-  // Evaluates `script` in the page on `screen` and waits for its JSON result.
-  std::string evaluate(Screen& screen, const std::string& script) {
-    std::optional<std::string> result;
-    screen.webView().evaluateJavaScript(script, [&](Result<std::string> r) {
-      result = r ? r.value() : "error:" + r.error().description;
-    });
-    pumpUntil([&] { return result.has_value(); }, 5s);
-    return result.value_or("timed out");
-  }
   // Waits for the kit in the page on `screen`, then runs `script` (a call of window.kit).
   void callKit(Screen& screen, const std::string& script) {
     ASSERT_TRUE(pumpUntil([&] {
@@ -265,26 +148,12 @@ class BridgeKitWeb : public ::testing::Test {
   }
 
   std::shared_ptr<KorvaneOfferwallViewController> openRoot(const std::string& path) {
-    auto controller = KorvaneOfferwallViewController::create();
-    controller->baseUrl = server_.baseUrl() + path;
-    controller->userId = "web-user";
-    controller->appKey = "demo-app-key";
-    controller->placementId = "home";
-    return controller;
+    return offerwallFor(path);
   }
-  ScreenList::Tracked& screen(std::size_t index) { return *presenter_->live.at(index); }
 
   testing::LogCapture log_{LogLevel::verbose};
-  KorvaneSdk& sdk_ = KorvaneSdk::shared();
-  devserver::DevServer server_;
-  std::shared_ptr<linux_host::GlibMainThread> mainThread_ =
-      std::make_shared<linux_host::GlibMainThread>();
   std::shared_ptr<AppOpener> opener_ = std::make_shared<AppOpener>();
-  std::shared_ptr<ScreenList> presenter_ = std::make_shared<ScreenList>();
-  std::shared_ptr<testing::RecordingCallback> callback_ =
-      std::make_shared<testing::RecordingCallback>();
   std::shared_ptr<AppEvents> events_ = std::make_shared<AppEvents>();
-  fs::path data_ = fs::temp_directory_path() / ("korvane-kit-web-" + std::to_string(::getpid()));
 };
 
 void expectAllPassed(const nlohmann::json& report) {
@@ -302,7 +171,7 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   root->contextType = "quiz";
   root->quizId = "quiz-1";
   root->present();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   const nlohmann::json trusted = report(screen(0));
   expectAllPassed(trusted);
 
@@ -344,30 +213,30 @@ TEST_F(BridgeKitWeb, EveryCallReachesTheNativeSideAndEveryReplyTheCaller) {
   // The page stack: open a page, replace it, close it, then the adjoe offerwall.
   const std::string base = server_.baseUrl() + "/pages/kit.html?suite=none";
   callKit(screen(0), "kit.openPage('" + base + "&page=2')");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 2; }));
   callKit(screen(1), "kit.replacePage('" + base + "&page=3')");
   // The controller slides the new page in over the one it replaces.
   ASSERT_TRUE(pumpUntil([&] {
     return logged("[D/KorvaneOfferwallViewController] WebView replaced successfully with child VC");
   }));
-  ASSERT_EQ(presenter_->live.size(), 3u);
+  ASSERT_EQ(screens_->live.size(), 3u);
   ASSERT_TRUE(pumpUntil([&] {
     return evaluate(screen(2), "location.search.indexOf('page=3') >= 0 && !!window.kit") == "true";
   }));
   callKit(screen(2), "kit.close()");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   EXPECT_TRUE(callback_->heard.empty()) << "an inner page's close reports nothing";
 
   callKit(screen(0), "kit.openAdjoe('kit-adjoe')");
   ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/offerwall/adjoe.html").empty(); }));
   EXPECT_NE(server_.requestsTo("/offerwall/adjoe.html")[0].target.find("&placement=kit-adjoe&"),
             std::string::npos);
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 2; }));
   screen(1).close();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
 
   callKit(screen(0), "kit.close()");
-  EXPECT_TRUE(pumpUntil([&] { return presenter_->live.empty(); })) << "the root's close";
+  EXPECT_TRUE(pumpUntil([&] { return screens_->live.empty(); })) << "the root's close";
 }
 
 // A page of an origin the offerwall does not trust (the local backend on a second port), opened
@@ -379,9 +248,9 @@ TEST_F(BridgeKitWeb, AnUntrustedPageGetsAClearRejectionInsteadOfAHang) {
   serveKitPages(other);
   auto root = openRoot("/pages/kit.html?suite=none");
   root->present();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   callKit(screen(0), "kit.openPage('" + other.baseUrl() + "/pages/kit.html?suite=untrusted')");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 2; }));
   expectAllPassed(report(screen(1)));
 
   const std::string refused = "[W/KorvaneOfferwallViewController] 🚫 Bridge message '";
@@ -392,7 +261,7 @@ TEST_F(BridgeKitWeb, AnUntrustedPageGetsAClearRejectionInsteadOfAHang) {
   EXPECT_TRUE(events_->asked.empty());
   EXPECT_TRUE(opener_->opened.empty());
   callKit(screen(1), "kit.close()");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }))
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }))
       << "closing its own page is allowed";
 }
 
@@ -412,7 +281,7 @@ TEST_F(BridgeKitWeb, CallsMadeDuringASlowLoadWaitForTheBridge) {
 
   auto root = openRoot("/pages/kit_slow.html?suite=slowLoad");
   root->present();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   expectAllPassed(report(screen(0)));
   EXPECT_EQ(server_.requestsTo("/pages/slow_frame.html").size(), 1u);
   EXPECT_EQ(receivedCount("\"type\":\"getUserInfo\""), 1u);
@@ -422,7 +291,7 @@ TEST_F(BridgeKitWeb, CallsMadeDuringASlowLoadWaitForTheBridge) {
 TEST_F(BridgeKitWeb, TheSampleBridgePageRunsOnTheKit) {
   auto root = openRoot("/offerwall/bridge.html");
   root->present();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   ASSERT_TRUE(pumpUntil([&] {
     return evaluate(screen(0), "window.korvaneReady === true && typeof runAll === 'function'") ==
            "true";
@@ -469,7 +338,7 @@ TEST_F(BridgeKitWeb, TheMockHostAnswersTheSameCasesInABrowserWithoutTheSdk) {
   EXPECT_EQ(mock["refused"], (nlohmann::json{"getUserInfo refused", "checkAppInstalled refused",
                                              "dataRequest refused"}));
   EXPECT_EQ(server_.requestsTo("/bridge-kit/korvane-mock-host.js").size(), 1u);
-  EXPECT_TRUE(presenter_->live.empty()) << "no SDK page was involved";
+  EXPECT_TRUE(screens_->live.empty()) << "no SDK page was involved";
 }
 
 }  // namespace

@@ -4,28 +4,19 @@
 // tries everything; the host must survive, give it no identifier and no native power, keep the
 // trusted page working and its own memory bounded.
 #include <gtest/gtest.h>
-#include <gtk/gtk.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <mutex>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/linux/glib_main_thread.h"
-#include "korvane/linux/gtk_screens.h"
-#include "korvane/linux/linux_device.h"
-#include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "signed_in_sdk.h"
+#include "webkit_session.h"
 
 namespace korvane {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
@@ -69,67 +60,6 @@ class LogLines {
   std::vector<std::string> lines_;
 };
 
-// Every screen the SDK puts up, so the test reaches the pages; forgets those the SDK destroyed.
-class Screens final : public ScreenPresenter {
- public:
-  class Tracked final : public Screen {
-   public:
-    Tracked(Screens& owner, std::unique_ptr<Screen> inner)
-        : owner_(owner), inner_(std::move(inner)) {
-      owner_.live.push_back(this);
-    }
-    ~Tracked() override { std::erase(owner_.live, this); }
-    WebView& webView() override { return inner_->webView(); }
-    void setCloseHandler(std::function<void()> h) override {
-      close = h, inner_->setCloseHandler(h);
-    }
-    void setRefreshHandler(std::function<void()> h) override { inner_->setRefreshHandler(h); }
-    void setDismissedHandler(std::function<void()> h) override { inner_->setDismissedHandler(h); }
-    void removeWebView() override { inner_->removeWebView(); }
-    void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
-      inner_->fade(a, d, std::move(done));
-    }
-    bool dismiss(bool animated, std::function<void()> done) override {
-      return inner_->dismiss(animated, std::move(done));
-    }
-    void afterTransition(std::function<void()> then) override {
-      inner_->afterTransition(std::move(then));
-    }
-    Screen& inner() { return *inner_; }
-    std::function<void()> close;
-
-   private:
-    Screens& owner_;
-    std::unique_ptr<Screen> inner_;
-  };
-
-  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
-                                            const ScreenOptions& options) override {
-    ++presented;
-    auto screen =
-        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options);
-    if (!screen) return nullptr;
-    return std::make_unique<Tracked>(*this, std::move(screen));
-  }
-  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
-                                         std::function<void()> done) override {
-    ++presented;
-    return std::make_unique<Tracked>(
-        *this,
-        gtk_.embedSlidingUp(static_cast<Tracked&>(parent).inner(), duration, std::move(done)));
-  }
-  std::unique_ptr<Screen> stackOver(Screen& parent) override {
-    ++presented;
-    return std::make_unique<Tracked>(*this, gtk_.stackOver(static_cast<Tracked&>(parent).inner()));
-  }
-
-  std::vector<Tracked*> live;
-  int presented = 0;
-
- private:
-  linux_host::GtkScreenPresenter gtk_;
-};
-
 class RecordingEvents final : public OfferwallEventCallback {
  public:
   void onCustomEvent(const std::string& type, const JsonValue&) override { custom.push_back(type); }
@@ -169,77 +99,24 @@ std::string stageName(const ::testing::TestParamInfo<Stage>& stage) {
   return stage.param.name;
 }
 
-class HostilePages : public ::testing::TestWithParam<Stage> {
+class HostilePages : public testing::WebKitSession<::testing::TestWithParam<Stage>> {
  protected:
   void SetUp() override {
-    ASSERT_NE(server_.start(), 0);
+    startSession({.networkSession = "SESSION-HOSTILE-WEB",
+                  .dataFolder = "korvane-hostile-web",
+                  .userId = kUserId,
+                  .advertisingId = kIdfa,
+                  .opener = opener_,
+                  .events = events_});
+    if (HasFatalFailure()) return;
     ASSERT_NE(attacker_.start(), 0);
     server_.setPage("/pages/root.html", kTrustedPage);
-    fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = mainThread_;
-    environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
-        tracking_status::kAuthorized, kIdfa);
-    environment.platform.urlOpener = opener_;
-    environment.platform.reachability = std::make_shared<testing::FakeReachability>();
-    environment.platform.screens = screens_;
-    environment.platform.lifecycle = nullptr;
-    environment.network = std::make_shared<NetworkManager>("SESSION-HOSTILE-WEB");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
-    sdk_.initialize(KorvaneSdkConfig::Builder("demo-app-key", "demo-app-secret")
-                        .setApiBaseUrl(server_.baseUrl())
-                        .build());
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isInitialized(); }));
-    sdk_.login(KorvaneSdkUser(kUserId, KorvaneSdkUser::Gender::male, 1990));
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isLoggedIn(); }));
-    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
-    KorvaneOfferwallViewController::setEventCallback(events_);
-    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
   }
 
-  void TearDown() override {
-    if (!screens_->live.empty() && screens_->live.front()->close) screens_->live.front()->close();
-    pumpUntil([&] { return screens_->live.empty(); }, 3s);
-    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
-    KorvaneOfferwallViewController::setEventCallback(nullptr);
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
-    pumpFor(50ms);
-    fs::remove_all(data_);
-  }
+  void TearDown() override { endSession(); }
 
-  template <typename Predicate>
-  bool pumpUntil(Predicate done, std::chrono::milliseconds timeout = 10s) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > until) return false;
-      while (g_main_context_iteration(nullptr, FALSE)) {
-      }
-      std::this_thread::sleep_for(2ms);
-    }
-    return true;
-  }
-  void pumpFor(std::chrono::milliseconds duration) {
-    pumpUntil([] { return false; }, duration);
-  }
-  std::string evaluate(Screen& screen, const std::string& script) {
-    std::optional<std::string> result;
-    screen.webView().evaluateJavaScript(script, [&](Result<std::string> r) {
-      result = r ? r.value() : "error:" + r.error().description;
-    });
-    pumpUntil([&] { return result.has_value(); }, 5s);
-    return result.value_or("timed out");
-  }
   std::shared_ptr<KorvaneOfferwallViewController> openOfferwall(const std::string& path) {
-    auto controller = KorvaneOfferwallViewController::create();
-    controller->baseUrl = server_.baseUrl() + path;
-    controller->userId = kUserId;
-    controller->appKey = "demo-app-key";
-    controller->placementId = "home";
+    auto controller = offerwallFor(path);
     controller->present();
     return controller;
   }
@@ -315,19 +192,10 @@ class HostilePages : public ::testing::TestWithParam<Stage> {
   }
 
   LogLines log_{LogLevel::info};
-  KorvaneSdk& sdk_ = KorvaneSdk::shared();
-  devserver::DevServer server_;
   devserver::DevServer attacker_;  // another port: another origin
-  std::shared_ptr<linux_host::GlibMainThread> mainThread_ =
-      std::make_shared<linux_host::GlibMainThread>();
   std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
-  std::shared_ptr<Screens> screens_ = std::make_shared<Screens>();
-  std::shared_ptr<testing::RecordingCallback> callback_ =
-      std::make_shared<testing::RecordingCallback>();
   std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
   std::shared_ptr<KorvaneOfferwallViewController> offerwall_;
-  fs::path data_ =
-      fs::temp_directory_path() / ("korvane-hostile-web-" + std::to_string(::getpid()));
 };
 
 TEST_P(HostilePages, TheAttackerGetsNoIdentifierAndNoNativePower) {

@@ -2,20 +2,13 @@
 // tests watch the native effects. Runs under Xvfb where there is no display.
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
-#include <unistd.h>
 #include <webkit2/webkit2.h>
 
-#include <filesystem>
 #include <functional>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/gtk_screens.h"
-#include "korvane/linux/linux_device.h"
-#include "korvane/linux/linux_platform.h"
 #include "korvane/linux/webkit_web_view.h"
 #include "korvane/offerwall/offerwall_view.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
@@ -23,81 +16,14 @@
 #include "korvane/placements/korvane_quiz.h"
 #include "log_capture.h"
 #include "signed_in_sdk.h"
+#include "webkit_session.h"
 
 namespace korvane {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
-
-// Every screen the SDK puts up, so tests can reach the page it shows; forgets screens the SDK
-// destroyed.
-class TrackingPresenter final : public ScreenPresenter {
- public:
-  class Tracked;
-  std::vector<Tracked*> live;
-  int presented = 0;
-
-  class Tracked final : public Screen {
-   public:
-    Tracked(TrackingPresenter& owner, std::unique_ptr<Screen> inner)
-        : owner_(owner), inner_(std::move(inner)) {
-      owner_.live.push_back(this);
-    }
-    ~Tracked() override { std::erase(owner_.live, this); }
-    WebView& webView() override { return inner_->webView(); }
-    void setCloseHandler(std::function<void()> h) override {
-      close = h, inner_->setCloseHandler(h);
-    }
-    void setRefreshHandler(std::function<void()> h) override { inner_->setRefreshHandler(h); }
-    void setDismissedHandler(std::function<void()> h) override { inner_->setDismissedHandler(h); }
-    void removeWebView() override { inner_->removeWebView(); }
-    void fade(double a, std::chrono::milliseconds d, std::function<void()> done) override {
-      inner_->fade(a, d, std::move(done));
-    }
-    bool dismiss(bool animated, std::function<void()> done) override {
-      dismissed = true;
-      return inner_->dismiss(animated, std::move(done));
-    }
-    void afterTransition(std::function<void()> then) override {
-      inner_->afterTransition(std::move(then));
-    }
-    Screen& inner() { return *inner_; }
-    std::function<void()> close;
-    bool dismissed = false;
-
-   private:
-    TrackingPresenter& owner_;
-    std::unique_ptr<Screen> inner_;
-  };
-
-  std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
-                                            const ScreenOptions& options) override {
-    ++presented;
-    lastOptions = options;
-    auto screen =
-        gtk_.presentFullScreen(over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr, options);
-    if (!screen) return nullptr;  // refused, as a platform may
-    return std::make_unique<Tracked>(*this, std::move(screen));
-  }
-  std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
-                                         std::function<void()> done) override {
-    return std::make_unique<Tracked>(
-        *this,
-        gtk_.embedSlidingUp(static_cast<Tracked&>(parent).inner(), duration, std::move(done)));
-  }
-  // The parent may be an embedded offerwall's first page, which the host's container holds.
-  std::unique_ptr<Screen> stackOver(Screen& parent) override {
-    auto* tracked = dynamic_cast<Tracked*>(&parent);
-    return std::make_unique<Tracked>(*this, gtk_.stackOver(tracked ? tracked->inner() : parent));
-  }
-  ScreenOptions lastOptions;
-
- private:
-  linux_host::GtkScreenPresenter gtk_;
-};
 
 class RecordingEvents final : public OfferwallEventCallback {
  public:
@@ -169,80 +95,30 @@ GtkWidget* widgetOf(Screen& screen) {
   return dynamic_cast<linux_host::WebKitWebViewPort&>(screen.webView()).widget();
 }
 
-class OfferwallWeb : public ::testing::Test {
+class OfferwallWeb : public testing::WebKitSession<> {
  protected:
   void SetUp() override {
-    ASSERT_NE(server_.start(), 0);
+    startSession({.networkSession = "SESSION-WEB",
+                  .dataFolder = "korvane-web",
+                  .userId = "web-user",
+                  .advertisingId = kIdfa,
+                  .opener = opener_,
+                  .events = events_,
+                  .reachability = reachability_});
+    if (HasFatalFailure()) return;
     server_.setPage("/pages/root.html", page("Root"));
     server_.setPage("/pages/sub.html", page("Sub"));
     server_.setPage("/pages/other.html", page("Other"));
     server_.setPage("/pages/scroller.html", kScrollerPage);
-    fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = mainThread_;
-    environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
-        tracking_status::kAuthorized, kIdfa);
-    environment.platform.urlOpener = opener_;
-    environment.platform.reachability = reachability_;
-    environment.platform.screens = presenter_;
-    environment.platform.lifecycle = nullptr;
-    environment.network = std::make_shared<NetworkManager>("SESSION-WEB");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
-    sdk_.initialize(KorvaneSdkConfig::Builder("demo-app-key", "demo-app-secret")
-                        .setApiBaseUrl(server_.baseUrl())
-                        .build());
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isInitialized(); }));
-    sdk_.login(KorvaneSdkUser("web-user", KorvaneSdkUser::Gender::male, 1990));
-    ASSERT_TRUE(pumpUntil([&] { return sdk_.isLoggedIn(); }));
-    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
-    KorvaneOfferwallViewController::setEventCallback(events_);
-    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
   }
 
   void TearDown() override {
     if (HasFailure())
       for (const std::string& line : log_.messages())
         if (line.find("Offerwall") != std::string::npos) std::printf("%s\n", line.c_str());
-    // Closing the root dismisses everything above it.
-    if (!presenter_->live.empty() && presenter_->live.front()->close)
-      presenter_->live.front()->close();
-    pumpUntil([&] { return presenter_->live.empty(); }, 3s);
-    KorvaneOfferwallViewController::setOfferwallCallback(nullptr);
-    KorvaneOfferwallViewController::setEventCallback(nullptr);
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
-    pumpFor(50ms);
-    fs::remove_all(data_);
+    endSession();
   }
 
-  template <typename Predicate>
-  bool pumpUntil(Predicate done, std::chrono::milliseconds timeout = 10s) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > until) return false;
-      while (g_main_context_iteration(nullptr, FALSE)) {
-      }
-      std::this_thread::sleep_for(2ms);
-    }
-    return true;
-  }
-  void pumpFor(std::chrono::milliseconds duration) {
-    pumpUntil([] { return false; }, duration);
-  }
-
-  // Evaluates `script` in the page on `screen` and waits for its JSON result.
-  std::string evaluate(Screen& screen, const std::string& script) {
-    std::optional<std::string> result;
-    screen.webView().evaluateJavaScript(script, [&](Result<std::string> r) {
-      result = r ? r.value() : "error:" + r.error().description;
-    });
-    pumpUntil([&] { return result.has_value(); }, 5s);
-    return result.value_or("timed out");
-  }
   // Waits until the page on `screen` has the bridge, then runs `script`.
   void callBridge(Screen& screen, const std::string& script) {
     ASSERT_TRUE(pumpUntil(
@@ -252,29 +128,16 @@ class OfferwallWeb : public ::testing::Test {
   bool logged(const std::string& tagged) const { return log_.contains(tagged); }
 
   std::shared_ptr<KorvaneOfferwallViewController> openRoot(const std::string& path) {
-    auto controller = KorvaneOfferwallViewController::create();
-    controller->baseUrl = server_.baseUrl() + path;
-    controller->userId = "web-user";
-    controller->appKey = "demo-app-key";
-    controller->placementId = "home";
+    auto controller = offerwallFor(path);
     controller->present();
     return controller;
   }
-  TrackingPresenter::Tracked& screen(std::size_t index) { return *presenter_->live.at(index); }
 
   testing::LogCapture log_{LogLevel::verbose};
-  KorvaneSdk& sdk_ = KorvaneSdk::shared();
-  devserver::DevServer server_;
-  std::shared_ptr<linux_host::GlibMainThread> mainThread_ =
-      std::make_shared<linux_host::GlibMainThread>();
   std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
   std::shared_ptr<testing::FakeReachability> reachability_ =
       std::make_shared<testing::FakeReachability>();
-  std::shared_ptr<TrackingPresenter> presenter_ = std::make_shared<TrackingPresenter>();
-  std::shared_ptr<testing::RecordingCallback> callback_ =
-      std::make_shared<testing::RecordingCallback>();
   std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
-  fs::path data_ = fs::temp_directory_path() / ("korvane-web-" + std::to_string(::getpid()));
 };
 
 TEST_F(OfferwallWeb, LoadsTheComposedAddressWithHeadersAndTheBridge) {
@@ -309,7 +172,7 @@ TEST_F(OfferwallWeb, SubPagesPushAndPopAndTheRootClosesOnce) {
   auto root = openRoot("/pages/root.html");
   callBridge(screen(0),
              "window.KorvaneBridge.openWebView('" + server_.baseUrl() + "/pages/sub.html')");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 2; }));
   EXPECT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 1u);
   ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/sub.html").empty(); }));
   const auto sub = server_.requestsTo("/pages/sub.html");
@@ -318,12 +181,12 @@ TEST_F(OfferwallWeb, SubPagesPushAndPopAndTheRootClosesOnce) {
   EXPECT_FALSE(sub[0].header("x-korvane-user-id"));
 
   callBridge(screen(1), "window.KorvaneBridge.close()");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   EXPECT_TRUE(callback_->heard.empty()) << "an inner page's close reports nothing";
   EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
 
   callBridge(screen(0), "window.webkit.messageHandlers.postMessage({type: 'close'})");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
   root->closeOfferwall();
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
 }
@@ -375,7 +238,7 @@ TEST_F(OfferwallWeb, NavigationPolicyClosesAndLeavesTheWebView) {
             std::string::npos);
 
   callBridge(screen(0), "window.location.href = 'korvane://close'");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
 }
 
@@ -398,7 +261,7 @@ TEST_F(OfferwallWeb, NewWindowsLoadInThePageOrOpenOutside) {
   callBridge(screen(0), "window.open('itms-apps://apps.apple.com/app/id7');");
   ASSERT_TRUE(pumpUntil([&] { return opener_->opened.size() == 1; }));
   EXPECT_EQ(opener_->opened[0], "itms-apps://apps.apple.com/app/id7");
-  EXPECT_EQ(presenter_->presented, 1) << "no page of its own for a new window";
+  EXPECT_EQ(screens_->presented, 1) << "no page of its own for a new window";
   EXPECT_NE(screen(0).webView().currentUrl().value_or("").find("/pages/sub.html"),
             std::string::npos);
 }
@@ -420,7 +283,7 @@ TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
   EXPECT_TRUE(logged("[D/KorvaneOfferwallViewController] Showing offline UI"));
   EXPECT_TRUE(callback_->heard.empty());
   evaluate(screen(0), "document.querySelector('button').click()");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
 }
 
@@ -461,7 +324,7 @@ TEST_F(OfferwallWeb, OnlyTheOfferwallsOwnOriginsMainFrameGetsTheUsersProfile) {
 
   // A page of another origin opened from the offerwall.
   evaluate(screen(0), "window.KorvaneBridge.openWebView('" + otherOrigin + "/pages/landing.html')");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 2; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 2; }));
   callBridge(screen(1),
              "window.KorvaneBridge.getUserInfo(function() {});"
              "window.KorvaneBridge.openWebView('" +
@@ -472,9 +335,9 @@ TEST_F(OfferwallWeb, OnlyTheOfferwallsOwnOriginsMainFrameGetsTheUsersProfile) {
   EXPECT_TRUE(logged(tag + "getUserInfo' refused: origin " + otherOrigin + " is not trusted"));
   pumpFor(200ms);
   EXPECT_EQ(evaluate(screen(1), "window.__replies.length"), "0");
-  EXPECT_EQ(presenter_->live.size(), 2u);
+  EXPECT_EQ(screens_->live.size(), 2u);
   callBridge(screen(1), "window.KorvaneBridge.close()");
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }))
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }))
       << "closing its own page is allowed";
 }
 
@@ -544,7 +407,7 @@ TEST_F(OfferwallWeb, IdentificationHeadersDoNotFollowARedirectToAnotherOrigin) {
                     "to origin " +
                     other.baseUrl() + ", which is not trusted"));
   screen(0).close();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
 
   auto around = openRoot("/pages/around.html");
   ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/pages/configured.html").empty(); }));
@@ -565,7 +428,7 @@ TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   view->loadOfferwall(server_.baseUrl() + "/pages/scroller.html", "web-user", "demo-app-key",
                       "home");
   EXPECT_EQ(viewCallback->heard, std::vector<std::string>{"opened"});
-  ASSERT_EQ(presenter_->live.size(), 1u);
+  ASSERT_EQ(screens_->live.size(), 1u);
   Screen& base = screen(0);
   ASSERT_TRUE(pumpUntil([&] {
     return evaluate(base,
@@ -586,7 +449,7 @@ TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   // The page beneath is reset, as if it had scrolled away while covered.
   evaluate(base, "document.getElementById('list').scrollTop = 0");
   callBridge(screen(1), "window.KorvaneBridge.close()");
-  ASSERT_TRUE(pumpUntil([&] { return view->stackSize() == 1 && presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return view->stackSize() == 1 && screens_->live.size() == 1; }));
   ASSERT_TRUE(pumpUntil(
       [&] { return evaluate(base, "document.getElementById('list').scrollTop") == "640"; }));
   bool restored = false;
@@ -603,7 +466,7 @@ TEST_F(OfferwallWeb, EmbeddedStackRestoresTheInnerScrollerAfterAPop) {
   EXPECT_EQ(viewCallback->heard, (std::vector<std::string>{"opened", "closed"}));
   EXPECT_EQ(view->stackSize(), 1u) << "the last page stays for the host to remove";
   view.reset();
-  EXPECT_TRUE(presenter_->live.empty());
+  EXPECT_TRUE(screens_->live.empty());
 }
 
 // The custom bar lies over the page's top 44 pixels (pages pad their top for it), while a
@@ -624,7 +487,7 @@ TEST_F(OfferwallWeb, TheCustomBarCoversThePagesTopAndTheNativeBarSitsAboveIt) {
     root->showNavigationBar = !c.native;
     root->useNativeNavigationBar = c.native;
     root->present();
-    ASSERT_EQ(presenter_->live.size(), 1u) << c.name;
+    ASSERT_EQ(screens_->live.size(), 1u) << c.name;
     GtkWidget* web = widgetOf(screen(0));
     GtkWidget* window = gtk_widget_get_toplevel(web);
     const std::vector<GtkWidget*> bars = widgetsBelow(window, [](GtkWidget* widget) {
@@ -650,7 +513,7 @@ TEST_F(OfferwallWeb, TheCustomBarCoversThePagesTopAndTheNativeBarSitsAboveIt) {
     EXPECT_NE(underBar, 0xff0000) << c.name;
     EXPECT_NE(underBar, -1) << c.name;
     screen(0).close();
-    ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); })) << c.name;
+    ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); })) << c.name;
   }
 }
 
@@ -680,7 +543,7 @@ TEST_F(OfferwallWeb, TheEmbeddedViewShowsInTheHostsContainer) {
   GtkWidget* web = webViewsIn(slot)[0];
   EXPECT_EQ(gtk_widget_get_toplevel(web), hostWindow);
   EXPECT_EQ(toplevelCount(), windows) << "no window of its own";
-  EXPECT_EQ(presenter_->presented, 0);
+  EXPECT_EQ(screens_->presented, 0);
   ASSERT_TRUE(pumpUntil([&] {
     return logged("[D/KorvaneOfferwallView] JavaScript bridge injected successfully") &&
            gtk_widget_get_allocated_height(web) > 1;
@@ -748,7 +611,7 @@ TEST_F(OfferwallWeb, PlacementPagesReportBackAndAdjoeGetsTheUsersData) {
   missions->load([&](const std::vector<Mission>&, MissionProgress) { loaded = true; }, nullptr);
   ASSERT_TRUE(pumpUntil([&] { return loaded; }));
   missions->clickMission("mission-2", nullptr);
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   callBridge(screen(0),
              "document.getElementById('progress').click();"
              "document.getElementById('complete').click()");
@@ -756,7 +619,7 @@ TEST_F(OfferwallWeb, PlacementPagesReportBackAndAdjoeGetsTheUsersData) {
   EXPECT_EQ(heard->lines, (std::vector<std::string>{"clicked mission-2", "progressed mission-2",
                                                     "completed mission-2"}));
   screen(0).close();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
 
   auto quiz = KorvaneQuiz::create();
   quiz->setQuizEventsListener(heard);
@@ -765,7 +628,7 @@ TEST_F(OfferwallWeb, PlacementPagesReportBackAndAdjoeGetsTheUsersData) {
   ASSERT_TRUE(pumpUntil([&] { return loaded; }));
   heard->lines.clear();
   quiz->clickQuiz("quiz-1", nullptr);
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.size() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.size() == 1; }));
   callBridge(screen(0),
              "document.getElementById('right-answer').click();"
              "document.getElementById('submit').click()");
@@ -776,11 +639,11 @@ TEST_F(OfferwallWeb, PlacementPagesReportBackAndAdjoeGetsTheUsersData) {
   EXPECT_NE(quizPage[0].target.find("&quiz_id=quiz-1&quiz_title=Quiz%201&context=quiz&"),
             std::string::npos);
   screen(0).close();
-  ASSERT_TRUE(pumpUntil([&] { return presenter_->live.empty(); }));
+  ASSERT_TRUE(pumpUntil([&] { return screens_->live.empty(); }));
 
   sdk_.openAdjoeOfferwall(nullptr, "wall", nullptr);
   ASSERT_TRUE(pumpUntil([&] { return !server_.requestsTo("/offerwall/adjoe.html").empty(); }));
-  EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
+  EXPECT_TRUE(screens_->lastOptions.inNavigationContainer);
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);

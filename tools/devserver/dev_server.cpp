@@ -11,6 +11,8 @@
 
 #include "api/record_codec.h"
 #include "core/base64.h"
+#include "gunzip.h"
+#include "offerwall/bridge_scripts.h"
 #include "webapp_assets.h"
 
 namespace korvane::devserver {
@@ -19,27 +21,6 @@ namespace {
 using json::Json;
 
 constexpr const char* kPrefix = "/v1/api/sdk";
-
-std::optional<std::string> gunzip(const std::string& data) {
-  z_stream stream{};
-  if (inflateInit2(&stream, 15 + 16) != Z_OK) return std::nullopt;
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-  stream.avail_in = static_cast<uInt>(data.size());
-  std::string out;
-  char buffer[16384];
-  int status = Z_OK;
-  while (status == Z_OK) {
-    stream.next_out = reinterpret_cast<Bytef*>(buffer);
-    stream.avail_out = sizeof buffer;
-    status = inflate(&stream, Z_NO_FLUSH);
-    out.append(buffer, sizeof buffer - stream.avail_out);
-    if (status == Z_BUF_ERROR && stream.avail_in == 0) break;
-  }
-  const bool complete = status == Z_STREAM_END && stream.avail_in == 0;
-  inflateEnd(&stream);
-  if (!complete) return std::nullopt;
-  return out;
-}
 
 std::string percentDecode(std::string_view text) {
   std::string out;
@@ -559,7 +540,7 @@ void DevServer::installRoutes() {
                                    static_cast<unsigned char>(req.body[0]) == 0x1f &&
                                    static_cast<unsigned char>(req.body[1]) == 0x8b;
       if (record.header("Content-Encoding") == "gzip" && stillCompressed) {
-        std::optional<std::string> inflated = gunzip(req.body);
+        std::optional<std::string> inflated = testing::gunzip(req.body);
         if (!inflated) {
           answer(400, json::dump(failure("corrupt gzip body")));
           return finish();
@@ -748,6 +729,10 @@ void DevServer::installRoutes() {
   // The bridge kit for page authors, and the attacker pages.
   server_->Get(R"(/bridge-kit/(.+))", serveAssets(bridgeKitAssets()));
   server_->Get(R"(/hostile/(.+))", serveAssets(hostileAssets()));
+  // The SDK's own bridge script, where the mock host looks for it: its path in the repository,
+  // ../../src/offerwall/ from the kit, resolves to /src/offerwall/ from /bridge-kit/.
+  static const std::vector<WebAsset> sdkScripts = {{"korvane_bridge.js", korvaneBridgeScript()}};
+  server_->Get(R"(/src/offerwall/(.+))", serveAssets(sdkScripts));
 
   // What the attacker pages send home, with its body.
   server_->Post("/hostile/report", [state](const httplib::Request& req, httplib::Response& res) {
