@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/log_scrubber.h"
+#include "util/log_scrubber.h"
 #include "korvane/core/logger.h"
 #include "pcre2_oracle.h"
 

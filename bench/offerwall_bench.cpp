@@ -5,7 +5,7 @@
 
 #include "empty_call_baseline.h"
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"

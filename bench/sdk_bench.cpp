@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "offerwall/bridge_dispatcher.h"

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "core/log_scrubber.h"
+#include "util/log_scrubber.h"
 #include "pcre2_oracle.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

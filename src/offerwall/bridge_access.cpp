@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "api/url_text.h"
+#include "util/url_text.h"
 #include "korvane/core/korvane_sdk.h"
 
 namespace korvane {

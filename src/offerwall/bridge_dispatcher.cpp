@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-#include "api/json_codec.h"
-#include "api/url_text.h"
+#include "backend/json_codec.h"
+#include "util/url_text.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"

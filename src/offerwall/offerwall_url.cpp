@@ -1,6 +1,6 @@
 #include "offerwall/offerwall_url.h"
 
-#include "api/url_text.h"
+#include "util/url_text.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
+#include "util/url_text.h"
+#include "sdk/sdk_session.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"

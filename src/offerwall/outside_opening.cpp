@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "api/url_text.h"
+#include "util/url_text.h"
 #include "offerwall/navigation_policy.h"
 
 namespace korvane {

@@ -1,7 +1,7 @@
 #include "offerwall/page_host.h"
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
+#include "util/url_text.h"
+#include "sdk/sdk_session.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"

@@ -1,7 +1,7 @@
 // Banner descriptions, through the placement class and through the facade.
 #include "korvane/placements/korvane_banner.h"
 
-#include "core/sdk_session.h"
+#include "sdk/sdk_session.h"
 #include "korvane/core/logger.h"
 #include "placements/placement_support.h"
 

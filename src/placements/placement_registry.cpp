@@ -4,7 +4,7 @@
 #include <charconv>
 #include <limits>
 
-#include "core/no_destructor.h"
+#include "util/no_destructor.h"
 
 namespace korvane {
 

@@ -1,6 +1,6 @@
 #include "placements/placement_support.h"
 
-#include "core/sdk_session.h"
+#include "sdk/sdk_session.h"
 #include "offerwall/offerwall_openings.h"
 
 namespace korvane::placements {

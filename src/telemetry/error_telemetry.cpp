@@ -1,7 +1,7 @@
-#include "korvane/telemetry/error_telemetry.h"
+#include "telemetry/error_telemetry.h"
 
-#include "core/no_destructor.h"
-#include "core/utf8.h"
+#include "util/no_destructor.h"
+#include "util/utf8.h"
 #include "korvane/version.h"
 
 namespace korvane {

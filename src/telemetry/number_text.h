@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "core/double_text.h"
+#include "util/double_text.h"
 
 namespace korvane {
 

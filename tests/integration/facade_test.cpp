@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <future>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/host_lifecycle.h"

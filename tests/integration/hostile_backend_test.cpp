@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <future>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "korvane/api/api_service.h"
 #include "korvane/core/korvane_sdk.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "api/url_text.h"
+#include "util/url_text.h"
 #include "korvane/platform/screen_presenter.h"
 
 namespace korvane::testing {

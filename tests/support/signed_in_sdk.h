@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"

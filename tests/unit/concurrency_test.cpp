@@ -5,7 +5,7 @@
 #include <set>
 #include <thread>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"

@@ -10,8 +10,8 @@
 #include <fstream>
 #include <functional>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
+#include "util/base64.h"
 #include "fake_platform.h"
 #include "korvane/api/api_service.h"
 #include "korvane/linux/linux_storage.h"

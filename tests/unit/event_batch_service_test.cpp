@@ -10,7 +10,7 @@
 
 #include "fake_platform.h"
 #include "korvane/linux/linux_storage.h"
-#include "korvane/telemetry/error_telemetry.h"
+#include "telemetry/error_telemetry.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "log_capture.h"
 #include "manual_executor.h"

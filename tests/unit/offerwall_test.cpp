@@ -3,7 +3,7 @@
 
 #include <thread>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/log_scrubber.h"
+#include "util/log_scrubber.h"
 #include "pcre2_oracle.h"
 
 namespace korvane {

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "api/record_codec.h"
-#include "core/sdk_environment.h"
+#include "backend/record_codec.h"
+#include "sdk/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <functional>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
+#include "util/base64.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/event_persistence.h"
 #include "korvane/telemetry/event_queue.h"

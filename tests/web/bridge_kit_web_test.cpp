@@ -10,7 +10,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
+#include "util/base64.h"
 #include "webapp_assets.h"
 
 namespace korvane::devserver {

@@ -1,6 +1,6 @@
 #import <KorvaneSDK/KorvaneOfferwallView.h>
 
-#import "api/callback_bridges.h"
+#import "objc/callback_bridges.h"
 #include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view.h"
 #import "support/objc_text.h"

@@ -2,7 +2,7 @@
 
 #import <WebKit/WebKit.h>
 
-#import "api/callback_bridges.h"
+#import "objc/callback_bridges.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/core/control_labels.h"
 #import "support/objc_text.h"

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#import "api/foundation_json.h"
+#import "objc/foundation_json.h"
 #include "korvane/version.h"
 #import "support/objc_text.h"
 
