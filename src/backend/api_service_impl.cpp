@@ -4,11 +4,11 @@
 #include "backend/gzip.h"
 #include "backend/record_codec.h"
 #include "backend/telemetry_json.h"
-#include "util/url_text.h"
-#include "util/utf8.h"
 #include "korvane/api/api_service.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
+#include "util/url_text.h"
+#include "util/utf8.h"
 
 namespace korvane {
 namespace {

@@ -3,10 +3,10 @@
 #include <random>
 
 #include "backend/record_codec.h"
-#include "util/url_text.h"
-#include "util/no_destructor.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
+#include "util/no_destructor.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {

@@ -1,29 +1,22 @@
 #include "offerwall/page_host.h"
 
-#include "util/url_text.h"
-#include "sdk/sdk_session.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/outside_opening.h"
-#include "placements/adjoe_manager.h"
-#include "placements/placement_registry.h"
+#include "util/url_text.h"
 
 namespace korvane {
 
-PageHost::PageHost(BridgeHostKind kind, std::string tag) : kind_(kind), tag_(std::move(tag)) {}
+PageHost::PageHost(Context context, BridgeHostKind kind, std::string tag)
+    : context_(std::move(context)), kind_(kind), tag_(std::move(tag)) {}
 
 PageHost::~PageHost() {
   detach();
 }
 
-const PlatformServices& PageHost::platform() const {
-  return session_->environment().platform;
-}
-
-void PageHost::attach(WebView& webView, std::shared_ptr<SdkSession> session) {
-  session_ = std::move(session);
+void PageHost::attach(WebView& webView) {
   webView_ = &webView;
   // The web view holds its delegate weakly, so the page never keeps its host alive.
   webView.setDelegate(weak_from_this());
@@ -56,7 +49,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
   platform().mainThread->post([weak = weak_from_this(), includeQuizItems] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
-    DeviceUtils& device = self->session_->device();
+    DeviceUtils& device = *self->context_->device();
     self->page_.advertisingId = device.getAdvertisingId();
     self->advertisingIdKnown_ = true;
     OfferwallDevice facts;
@@ -70,7 +63,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
         facts.screenHeight = screen->height;
       }
     }
-    facts.sessionId = self->session_->environment().network->sessionId();
+    facts.sessionId = self->context_->backend()->sessionId();
     facts.timestampMillis = self->platform().clock->nowMillis();
     std::optional<std::string> url = composeOfferwallUrl(self->page_, facts, includeQuizItems);
     if (!url) {
@@ -141,11 +134,8 @@ void PageHost::evaluateInPage(const std::string& script,
 void PageHost::openAdjoeFromPage(const std::string& placementId,
                                  std::shared_ptr<OfferwallCallback> callback,
                                  PresentationAnchor* over) {
-  KorvaneAdjoeManager::openOfferwall(over, placementId, std::move(callback), AdjoeOpener::page);
-}
-
-std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {
-  return PlacementRegistry::shared();
+  if (context_->placements())
+    context_->placements()->openAdjoeOfferwall(context_, placementId, std::move(callback), over);
 }
 
 NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {

@@ -1,8 +1,11 @@
 #include "korvane/core/korvane_sdk.h"
 
+#include "korvane/version.h"
+#include "placements/adjoe_manager.h"
+#include "placements/banner_loading.h"
+#include "sdk/facade_context.h"
 #include "sdk/sdk_session.h"
 #include "telemetry/error_telemetry.h"
-#include "korvane/version.h"
 
 namespace korvane {
 
@@ -19,8 +22,8 @@ SdkEnvironment defaultSdkEnvironment(PlatformServices platform) {
   return environment;
 }
 
-std::shared_ptr<SdkSession> SdkInternals::session() {
-  return KorvaneSdk::shared().session();
+Context FacadeAccess::context() {
+  return KorvaneSdk::shared().context();
 }
 
 void KorvaneSdkTestAccess::reset(KorvaneSdk& sdk, SdkEnvironment environment) {
@@ -29,8 +32,20 @@ void KorvaneSdkTestAccess::reset(KorvaneSdk& sdk, SdkEnvironment environment) {
   sdk.session_ = std::move(fresh);
 }
 
+KorvaneSdk& KorvaneSdk::shared() {
+  // Never destroyed: its background work may still run while the process exits. (A local class
+  // may use the private constructor.)
+  union Holder {
+    Holder() : sdk([] { return platformServicesForProcess(); }) {}
+    ~Holder() {}
+    KorvaneSdk sdk;
+  };
+  static Holder holder;
+  return holder.sdk;
+}
+
 KorvaneSdk::KorvaneSdk(std::function<PlatformServices()> platform)
-    : platform_(std::move(platform)) {}
+    : platform_(std::move(platform)), context_(std::make_shared<FacadeContext>(*this)) {}
 KorvaneSdk::~KorvaneSdk() = default;
 
 // Made on first use, so that nothing of the platform is touched before the host calls in.
@@ -38,6 +53,10 @@ std::shared_ptr<SdkSession> KorvaneSdk::session() const {
   std::lock_guard lock(sessionLock_);
   if (!session_) session_ = std::make_shared<SdkSession>(defaultSdkEnvironment(platform_()));
   return session_;
+}
+
+std::shared_ptr<const SdkContext> KorvaneSdk::context() const {
+  return context_;
 }
 
 void KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig) {
@@ -110,6 +129,27 @@ std::optional<AppData> KorvaneSdk::validatedAppData() const {
 }
 std::shared_ptr<EventBatchService> KorvaneSdk::eventBatchService() const {
   return session()->eventBatchService();
+}
+
+void KorvaneSdk::getBannerInfo(const std::string& placementId,
+                               std::function<void(Result<BannerInfoResponse>)> completion) {
+  if (!completion) completion = [](Result<BannerInfoResponse>) {};
+  if (!isInitialized()) return completion(Error{"KorvaneSDK", -1, "SDK not initialized"});
+  std::optional<KorvaneSdkUser> user = getCurrentUser();
+  if (!user) return completion(Error{"KorvaneSDK", -2, "User not logged in"});
+  std::shared_ptr<SdkSession> session = this->session();
+  session->environment().tasks->submit([session, placementId, userId = user->userId(),
+                                        completion = std::move(completion)] {
+    Result<std::shared_ptr<ApiService>> api = session->environment().network->apiService();
+    if (!api) return completion(api.error());
+    api.value()->getBannerInfo(userId, placementId, placements::kBannerPlatformWord, completion);
+  });
+}
+
+void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
+                                    std::shared_ptr<OfferwallCallback> callback) {
+  KorvaneAdjoeManager::openOfferwall(context(), presenting, placementId, std::move(callback),
+                                     AdjoeOpener::app);
 }
 
 }  // namespace korvane

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "backend/network_manager.h"
+#include "context/sdk_context.h"
 #include "korvane/core/executor.h"
 #include "korvane/platform/platform_services.h"
 
@@ -27,10 +28,11 @@ SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
 class KorvaneSdk;
 class SdkSession;
 
-// The SDK's other parts reach the facade's session (platform, device, network) through this.
-class SdkInternals {
+// The facade's entry points that make host-facing objects (a placement, an offerwall the host
+// creates) take the process-wide facade's context here, once, when they make one.
+class FacadeAccess {
  public:
-  static std::shared_ptr<SdkSession> session();
+  static Context context();
 };
 
 // Lets tests start again from a clean facade; not part of the public API.

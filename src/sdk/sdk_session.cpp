@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-#include "telemetry/error_telemetry.h"
 #include "korvane/version.h"
+#include "telemetry/error_telemetry.h"
 #include "telemetry/event_conversion.h"
 
 namespace korvane {
@@ -298,7 +298,7 @@ bool SdkSession::refusedOrSentImmediately(const std::string& name, const std::st
   }
   if (!isDailyActiveUserEvent(name)) return false;
   KorvaneLogger::d(kTag, "Sending DAU event immediately: " + name);
-  sendImmediately(name, category, payload);
+  sendImmediately(name, category, payload, nullptr);
   return true;
 }
 

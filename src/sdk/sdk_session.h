@@ -6,34 +6,40 @@
 #include <optional>
 #include <string>
 
-#include "sdk/sdk_environment.h"
+#include "context/sdk_context.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane {
 
-// The facade's state and behaviour. Background work holds it weakly, so work that finishes after
-// the session was replaced does nothing.
-class SdkSession : public std::enable_shared_from_this<SdkSession> {
+// The facade's state and behaviour: what the context's session facts and tracker are. Background
+// work holds it weakly, so work that finishes after the session was replaced does nothing.
+class SdkSession : public std::enable_shared_from_this<SdkSession>,
+                   public SessionFacts,
+                   public EventTracker {
  public:
   explicit SdkSession(SdkEnvironment environment);
-  ~SdkSession();
+  ~SdkSession() override;
 
   void initialize(ApplicationHandle application, const KorvaneSdkConfig& config);
   void login(const KorvaneSdkUser& user, std::shared_ptr<KorvaneSdkLoginListener> listener);
   void logout();
 
-  bool isInitialized() const { return initialized_.load(std::memory_order_acquire); }
-  std::optional<KorvaneSdkUser> currentUser() const;
-  std::optional<KorvaneSdkConfig> config() const;
-  std::optional<AppData> validatedAppData() const;
+  // SessionFacts
+  bool isInitialized() const override { return initialized_.load(std::memory_order_acquire); }
+  std::optional<KorvaneSdkUser> currentUser() const override;
+  std::optional<KorvaneSdkConfig> config() const override;
+  std::optional<AppData> validatedAppData() const override;
   std::shared_ptr<EventBatchService> eventBatchService() const;
   std::string advertisingId() const { return device_->getAdvertisingId(); }
 
-  void trackEvent(EventType type, const std::string& category, std::optional<JsonValue> payload);
+  // EventTracker
+  void trackEvent(EventType type, const std::string& category,
+                  std::optional<JsonValue> payload) override;
   void trackEventWithCustomName(const std::string& name, const std::string& category,
-                                std::optional<JsonValue> payload);
+                                std::optional<JsonValue> payload) override;
   void trackCustomEvent(const std::string& name, const std::string& category,
                         std::optional<JsonValue> payload);
   void flushEvents();
@@ -41,10 +47,10 @@ class SdkSession : public std::enable_shared_from_this<SdkSession> {
   // Sends an event at once, outside the batch, on the task pool; `then` hears how it went.
   void sendImmediately(const std::string& name, const std::string& category,
                        std::optional<JsonValue> payload,
-                       std::function<void(const Status&)> then = nullptr);
+                       std::function<void(const Status&)> then) override;
 
   const SdkEnvironment& environment() const { return environment_; }
-  DeviceUtils& device() { return *device_; }
+  std::shared_ptr<DeviceUtils> device() const { return device_; }
 
  private:
   std::shared_ptr<EventBatchService> startTelemetry();

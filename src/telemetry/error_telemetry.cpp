@@ -1,8 +1,8 @@
 #include "telemetry/error_telemetry.h"
 
+#include "korvane/version.h"
 #include "util/no_destructor.h"
 #include "util/utf8.h"
-#include "korvane/version.h"
 
 namespace korvane {
 namespace {

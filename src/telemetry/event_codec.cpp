@@ -5,8 +5,8 @@
 
 #include "backend/json_writer.h"
 #include "backend/record_codec.h"
-#include "util/base64.h"
 #include "korvane/core/json_value.h"
+#include "util/base64.h"
 
 namespace korvane {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "util/url_text.h"
 #include "backend/backend_urls.h"
 #include "korvane/core/logger.h"
+#include "util/url_text.h"
 
 namespace korvane {
 

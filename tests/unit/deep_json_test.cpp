@@ -11,13 +11,13 @@
 #include <functional>
 
 #include "backend/record_codec.h"
-#include "util/base64.h"
 #include "fake_platform.h"
 #include "korvane/api/api_service.h"
 #include "korvane/linux/linux_storage.h"
 #include "log_capture.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "telemetry/event_codec.h"
+#include "util/base64.h"
 
 namespace korvane {
 namespace {

@@ -9,7 +9,6 @@
 #include <functional>
 
 #include "backend/record_codec.h"
-#include "util/base64.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/event_persistence.h"
 #include "korvane/telemetry/event_queue.h"
@@ -18,6 +17,7 @@
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
 #include "telemetry/number_text.h"
+#include "util/base64.h"
 
 namespace korvane {
 namespace {

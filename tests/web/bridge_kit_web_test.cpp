@@ -10,7 +10,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -20,6 +19,7 @@
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "log_capture.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 
 namespace korvane {

@@ -11,7 +11,6 @@
 #include <fstream>
 #include <mutex>
 
-#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -20,6 +19,7 @@
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 
 namespace korvane {

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <functional>
 
-#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -22,6 +21,7 @@
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
 #include "log_capture.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 
 namespace korvane {

@@ -1,7 +1,7 @@
 #import "objc/config_internal.h"
 
-#import "objc/unavailable.h"
 #include "korvane/core/logger.h"
+#import "objc/unavailable.h"
 #import "support/objc_text.h"
 
 using korvane::ios::toNSString;

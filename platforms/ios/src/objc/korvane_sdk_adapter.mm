@@ -1,6 +1,7 @@
 #import <KorvaneSDK/KorvaneSdkFacade.h>
 #import <UIKit/UIKit.h>
 
+#include "korvane/core/korvane_sdk.h"
 #import "objc/callback_bridges.h"
 #import "objc/config_internal.h"
 #import "objc/event_types.h"
@@ -8,7 +9,6 @@
 #import "objc/objc_errors.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
-#include "korvane/core/korvane_sdk.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 

@@ -1,8 +1,8 @@
 #import <KorvaneSDK/KorvaneLogger.h>
 
+#include "korvane/core/logger.h"
 #import "objc/objc_errors.h"
 #import "objc/unavailable.h"
-#include "korvane/core/logger.h"
 #import "support/objc_text.h"
 
 // The Objective-C KorvaneLogger and the core's korvane::KorvaneLogger share a name; the core's is

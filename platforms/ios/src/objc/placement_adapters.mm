@@ -2,12 +2,12 @@
 #import <KorvaneSDK/KorvaneMission.h>
 #import <KorvaneSDK/KorvaneQuiz.h>
 
-#import "objc/objc_errors.h"
-#import "objc/records_internal.h"
-#import "objc/unavailable.h"
 #include "korvane/placements/korvane_banner.h"
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
+#import "objc/objc_errors.h"
+#import "objc/records_internal.h"
+#import "objc/unavailable.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 

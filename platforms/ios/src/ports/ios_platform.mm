@@ -41,16 +41,8 @@ PlatformServices makePlatformServices() {
 
 }  // namespace ios
 
-KorvaneSdk& KorvaneSdk::shared() {
-  // Never destroyed: its background work may still run while the process exits. (A local class
-  // may use the private constructor.)
-  union Holder {
-    Holder() : sdk([] { return ios::makePlatformServices(); }) {}
-    ~Holder() {}
-    KorvaneSdk sdk;
-  };
-  static Holder holder;
-  return holder.sdk;
+PlatformServices platformServicesForProcess() {
+  return ios::makePlatformServices();
 }
 
 }  // namespace korvane
