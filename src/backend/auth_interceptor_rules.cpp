@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "backend/backend_urls.h"
 #include "korvane/version.h"
+#include "values/backend_urls.h"
 
 namespace korvane::auth_interceptor {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "backend/backend_urls.h"
 #include "korvane/core/logger.h"
 #include "util/url_text.h"
+#include "values/backend_urls.h"
 
 namespace korvane {
 

@@ -16,8 +16,8 @@
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
-#include "telemetry/number_text.h"
 #include "util/base64.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {
