@@ -10,7 +10,12 @@
 namespace korvane {
 
 PageHost::PageHost(Context context, BridgeHostKind kind, std::string tag)
-    : context_(std::move(context)), kind_(kind), tag_(std::move(tag)) {}
+    : context_(std::move(context)),
+      platform_(context_->platform()),
+      device_(context_->device()),
+      backend_(context_->backend()),
+      kind_(kind),
+      tag_(std::move(tag)) {}
 
 PageHost::~PageHost() {
   detach();
@@ -49,7 +54,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
   platform().mainThread->post([weak = weak_from_this(), includeQuizItems] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
-    DeviceUtils& device = *self->context_->device();
+    DeviceUtils& device = *self->device_;
     self->page_.advertisingId = device.getAdvertisingId();
     self->advertisingIdKnown_ = true;
     OfferwallDevice facts;
@@ -63,7 +68,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
         facts.screenHeight = screen->height;
       }
     }
-    facts.sessionId = self->context_->backend()->sessionId();
+    facts.sessionId = self->backend_->sessionId();
     facts.timestampMillis = self->platform().clock->nowMillis();
     std::optional<std::string> url = composeOfferwallUrl(self->page_, facts, includeQuizItems);
     if (!url) {

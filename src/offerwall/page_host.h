@@ -67,7 +67,7 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // Runs after the bridge script went in (the embedded view measures the page).
   virtual void afterPageLoaded() {}
 
-  const PlatformServices& platform() const { return context_->platform(); }
+  const PlatformServices& platform() const { return platform_; }
   const Context& context() const { return context_; }
   const std::string& tag() const { return tag_; }
   BridgeHostKind kind() const { return kind_; }
@@ -86,6 +86,11 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void judgeRedirect(const std::string& from, const std::string& to);
 
   Context context_;
+  // What the page runs on, taken when the host is made, as one session has it: the page keeps
+  // the platform's screens and threads, the device and the backend alive as long as it lives.
+  PlatformServices platform_;
+  std::shared_ptr<DeviceUtils> device_;
+  std::shared_ptr<NetworkManager> backend_;
   BridgeHostKind kind_;
   std::string tag_;
   OfferwallPage page_;

@@ -1,6 +1,5 @@
 #import "ports/ios_platform.h"
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/sdk_defaults.h"
 #import "ports/att_tracking_authorization.h"
 #import "ports/dispatch_executor.h"
