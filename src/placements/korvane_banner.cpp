@@ -44,30 +44,29 @@ void placements::loadBanner(const Context& context, const std::string& placement
     KorvaneLogger::w(kTag, "Current user is nil");
     return refuse();
   }
-  api->getBannerInfo(user->userId(), placementId, placements::kBannerPlatformWord,
-                     [context, onSuccess = std::move(onSuccess),
-                      onFailure = std::move(onFailure)](Result<BannerInfoResponse> answer) {
-                       if (!answer) {
-                         KorvaneLogger::e(kTag,
-                                          "Error loading banner: " + answer.error().description,
-                                          answer.error());
-                         return placements::onMainThread(*context, [onFailure] {
-                           if (onFailure) onFailure(KorvaneAdError::unknown);
-                         });
-                       }
-                       if (!answer.value().success) {
-                         KorvaneLogger::w(kTag, "Banner response error");
-                         return placements::onMainThread(*context, [onFailure] {
-                           if (onFailure) onFailure(KorvaneAdError::networkError);
-                         });
-                       }
-                       KorvaneLogger::i(kTag, "Banner loaded successfully: " +
-                                                  answer.value().imageUrl.value_or(""));
-                       placements::onMainThread(*context,
-                                                [onSuccess, response = std::move(answer).value()] {
-                                                  if (onSuccess) onSuccess(response);
-                                                });
-                     });
+  api->getBannerInfo(
+      user->userId(), placementId, placements::kBannerPlatformWord,
+      [context, onSuccess = std::move(onSuccess),
+       onFailure = std::move(onFailure)](Result<BannerInfoResponse> answer) {
+        if (!answer) {
+          KorvaneLogger::e(kTag, "Error loading banner: " + answer.error().description,
+                           answer.error());
+          return placements::onMainThread(*context, [onFailure] {
+            if (onFailure) onFailure(KorvaneAdError::unknown);
+          });
+        }
+        if (!answer.value().success) {
+          KorvaneLogger::w(kTag, "Banner response error");
+          return placements::onMainThread(*context, [onFailure] {
+            if (onFailure) onFailure(KorvaneAdError::networkError);
+          });
+        }
+        KorvaneLogger::i(kTag,
+                         "Banner loaded successfully: " + answer.value().imageUrl.value_or(""));
+        placements::onMainThread(*context, [onSuccess, response = std::move(answer).value()] {
+          if (onSuccess) onSuccess(response);
+        });
+      });
 }
 
 }  // namespace korvane

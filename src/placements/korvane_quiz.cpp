@@ -89,34 +89,34 @@ void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
     KorvaneLogger::e(kTag, "API service is nil after initialization check");
     return refuse();
   }
-  api->getQuiz(user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
-               [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
-                onFailure = std::move(onFailure)](Result<QuizResponse> answer) {
-                 placements::onMainThread(*context, [weak, onSuccess, onFailure,
-                                                     answer = std::move(answer)] {
-                   if (!answer) {
-                     KorvaneLogger::e(kTag,
-                                      "Error loading quiz events: " + answer.error().description);
-                     if (onFailure) onFailure(KorvaneAdError::loadFailed);
-                     return;
-                   }
-                   auto self = weak.lock();
-                   if (!self) return;
-                   const QuizResponse& response = answer.value();
-                   {
-                     std::lock_guard lock(self->mutex_);
-                     self->quizEvents_ = response.events;
-                   }
-                   const std::string count = std::to_string(response.events.size());
-                   KorvaneLogger::i(kTag, "Loaded " + count + " quiz events");
-                   if (onSuccess) onSuccess(response);
-                   KorvaneLogger::d(kTag, "Tracking impressions for " + count + " quiz events");
-                   for (const QuizEvent& quizEvent : response.events) {
-                     KorvaneLogger::d(kTag, "Calling trackImpression for quiz: " + quizEvent.id);
-                     self->trackImpression(quizEvent);
-                   }
-                 });
-               });
+  api->getQuiz(
+      user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
+      [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
+       onFailure = std::move(onFailure)](Result<QuizResponse> answer) {
+        placements::onMainThread(
+            *context, [weak, onSuccess, onFailure, answer = std::move(answer)] {
+              if (!answer) {
+                KorvaneLogger::e(kTag, "Error loading quiz events: " + answer.error().description);
+                if (onFailure) onFailure(KorvaneAdError::loadFailed);
+                return;
+              }
+              auto self = weak.lock();
+              if (!self) return;
+              const QuizResponse& response = answer.value();
+              {
+                std::lock_guard lock(self->mutex_);
+                self->quizEvents_ = response.events;
+              }
+              const std::string count = std::to_string(response.events.size());
+              KorvaneLogger::i(kTag, "Loaded " + count + " quiz events");
+              if (onSuccess) onSuccess(response);
+              KorvaneLogger::d(kTag, "Tracking impressions for " + count + " quiz events");
+              for (const QuizEvent& quizEvent : response.events) {
+                KorvaneLogger::d(kTag, "Calling trackImpression for quiz: " + quizEvent.id);
+                self->trackImpression(quizEvent);
+              }
+            });
+      });
 }
 
 void KorvaneQuiz::reload() {
