@@ -4,8 +4,8 @@
 #include "empty_call_baseline.h"
 #include "zlib_baseline.h"
 
-#include "api/gzip.h"
-#include "api/record_codec.h"
+#include "backend/gzip.h"
+#include "backend/record_codec.h"
 #include "korvane/api/api_service.h"
 #include "korvane/core/logger.h"
 

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "core/log_scrubber.h"
 #include "korvane/core/logger.h"
 #include "pcre2_oracle.h"
+#include "util/log_scrubber.h"
 
 namespace {
 

@@ -5,13 +5,13 @@
 
 #include "empty_call_baseline.h"
 
-#include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 
 namespace {
 

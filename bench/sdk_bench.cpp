@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <thread>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -19,6 +18,7 @@
 #include "main_loop_thread.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 
 #include <new>
 
-#include "api/gzip.h"
-#include "api/record_codec.h"
-#include "api/telemetry_json.h"
+#include "backend/gzip.h"
+#include "backend/record_codec.h"
+#include "backend/telemetry_json.h"
 #include "fake_platform.h"
 #include "korvane/core/logger.h"
 #include "korvane/linux/linux_storage.h"

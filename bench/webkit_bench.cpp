@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <thread>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -17,6 +16,7 @@
 #include "korvane/linux/gtk_screens.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "sdk/sdk_environment.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(_korvane_targets korvane_core korvane_sdk)
+set(_korvane_targets korvane_core korvane_facade korvane_sdk)
 if(TARGET korvane_linux)
   list(APPEND _korvane_targets korvane_linux)
   install(DIRECTORY platforms/linux/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "api/record_codec.h"
+#include "backend/record_codec.h"
 
 using Record = korvane::KORVANE_FUZZ_RECORD;
 

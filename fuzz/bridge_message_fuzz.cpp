@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "offerwall/bridge_dispatcher.h"
+#include "sdk/sdk_environment.h"
 
 namespace {
 
@@ -43,6 +43,22 @@ class NullHost final : public BridgeHost {
   std::shared_ptr<OfferwallEventCallback> events = std::make_shared<AnsweringEvents>();
 };
 
+// The facade's context on the fake platform, without placements to reach.
+class WithoutPlacements final : public SdkContext {
+ public:
+  explicit WithoutPlacements(Context inner) : inner_(std::move(inner)) {}
+  const PlatformServices& platform() const override { return inner_->platform(); }
+  std::shared_ptr<NetworkManager> backend() const override { return inner_->backend(); }
+  std::shared_ptr<DeviceUtils> device() const override { return inner_->device(); }
+  std::shared_ptr<Executor> tasks() const override { return inner_->tasks(); }
+  std::shared_ptr<const SessionFacts> session() const override { return inner_->session(); }
+  std::shared_ptr<EventTracker> tracker() const override { return inner_->tracker(); }
+  std::shared_ptr<PlacementMessages> placements() const override { return nullptr; }
+
+ private:
+  Context inner_;
+};
+
 struct World {
   testing::FakePlatform fake;
   std::shared_ptr<NullHost> host = std::make_shared<NullHost>();
@@ -57,10 +73,11 @@ struct World {
     KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
     const auto trust =
         std::make_shared<const BridgeTrust>(BridgeTrust{true, {"https://hub.example"}});
-    controller = std::make_shared<BridgeDispatcher>(
-        BridgeHostKind::controller, "C", host, fake.mainThread, fake.urlOpener, nullptr, trust);
-    embedded = std::make_shared<BridgeDispatcher>(BridgeHostKind::embeddedView, "E", host,
-                                                  fake.mainThread, fake.urlOpener, nullptr, trust);
+    auto context = std::make_shared<WithoutPlacements>(FacadeAccess::context());
+    controller =
+        std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, "C", host, context, trust);
+    embedded =
+        std::make_shared<BridgeDispatcher>(BridgeHostKind::embeddedView, "E", host, context, trust);
   }
 };
 

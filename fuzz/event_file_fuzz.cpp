@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "api/telemetry_json.h"
+#include "backend/telemetry_json.h"
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
 

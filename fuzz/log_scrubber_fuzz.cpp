@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <string>
 
-#include "core/log_scrubber.h"
 #include "pcre2_oracle.h"
+#include "util/log_scrubber.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const korvane::testing::Pcre2Scrubber oracle;

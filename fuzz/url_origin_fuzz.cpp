@@ -26,7 +26,7 @@
 #include <optional>
 #include <string>
 
-#include "api/url_text.h"
+#include "util/url_text.h"
 
 namespace {
 

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "api/url_text.h"
-#include "korvane/core/korvane_sdk.h"
+#include "util/url_text.h"
 
 namespace korvane {
 
@@ -68,16 +67,16 @@ std::string untrustedRedirectWarning(const std::string& origin) {
          origin + "\") (-addTrustedOrigin: in Objective-C)";
 }
 
-BridgeTrust bridgeTrustForOfferwall(const std::optional<std::string>& address) {
-  KorvaneSdk& sdk = KorvaneSdk::shared();
+BridgeTrust bridgeTrustForOfferwall(const SessionFacts& session,
+                                    const std::optional<std::string>& address) {
   BridgeTrust trust;
-  if (std::optional<KorvaneSdkConfig> config = sdk.getConfig()) {
+  if (std::optional<KorvaneSdkConfig> config = session.config()) {
     trust.policyEnabled = config->bridgeOriginPolicyEnabled();
     trust.origins = config->trustedOrigins();
   }
   std::optional<std::string> hub;
   std::optional<std::string> adjoe;
-  if (std::optional<AppData> app = sdk.validatedAppData()) {
+  if (std::optional<AppData> app = session.validatedAppData()) {
     hub = url::origin(app->korvaneHubUrl);
     if (app->adjoeOfferwallUrl) adjoe = url::origin(*app->adjoeOfferwallUrl);
   }

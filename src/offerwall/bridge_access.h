@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "context/sdk_context.h"
 #include "korvane/platform/web_view.h"
 
 namespace korvane {
@@ -25,7 +26,8 @@ struct BridgeTrust {
 // or the SDK's own backend chose (openOfferwallWithUrl, placement, mission, reward and quiz
 // pages). adjoe's PlaytimeWeb is the exception: it is another company's offerwall and needs none
 // of the bridge's powers, so its origin is trusted only when the app adds it (or it is the hub's).
-BridgeTrust bridgeTrustForOfferwall(const std::optional<std::string>& address);
+BridgeTrust bridgeTrustForOfferwall(const SessionFacts& session,
+                                    const std::optional<std::string>& address);
 
 // Messages any page or frame may send: they only act on the page that sent them ("close") or
 // reload the offerwall's own address ("retry").

@@ -2,12 +2,11 @@
 
 #include <atomic>
 
-#include "api/json_codec.h"
-#include "api/url_text.h"
-#include "korvane/core/korvane_sdk.h"
+#include "backend/json_codec.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/outside_opening.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {
@@ -58,17 +57,15 @@ std::optional<BridgeMessage> parseBridgeMessage(const ScriptMessage& message, Br
 }
 
 BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
-                                   std::weak_ptr<BridgeHost> host,
-                                   std::shared_ptr<MainThread> mainThread,
-                                   std::shared_ptr<UrlOpener> urlOpener,
-                                   std::shared_ptr<PlacementMessages> placements,
+                                   std::weak_ptr<BridgeHost> host, Context context,
                                    std::shared_ptr<const BridgeTrust> trust)
     : kind_(kind),
       tag_(std::move(tag)),
       host_(std::move(host)),
-      mainThread_(std::move(mainThread)),
-      urlOpener_(std::move(urlOpener)),
-      placements_(std::move(placements)),
+      context_(std::move(context)),
+      mainThread_(context_->platform().mainThread),
+      urlOpener_(context_->platform().urlOpener),
+      placements_(context_->placements()),
       trust_(std::move(trust)) {}
 
 void BridgeDispatcher::receive(const ScriptMessage& message) {
@@ -156,7 +153,7 @@ void BridgeDispatcher::trackEvent(const JsonValue& data) {
                                       ? "trackEvent: Missing required field (eventName)"
                                       : "trackEvent: Missing eventName");
   }
-  KorvaneSdk::shared().trackEventWithCustomName(*name, "custom", objectField(data, "payload"));
+  context_->tracker()->trackEventWithCustomName(*name, "custom", objectField(data, "payload"));
   KorvaneLogger::d(tag_, "Event tracked from WebView - Name: " + *name);
 }
 
@@ -275,7 +272,7 @@ void BridgeDispatcher::quizStarted() {
   if (!host) return;
   if (kind_ == BridgeHostKind::controller && host->contextType() != "quiz") return;
   KorvaneLogger::d(tag_, "Quiz started");
-  KorvaneSdk::shared().trackEvent(EventType::quizStarted, "quiz",
+  context_->tracker()->trackEvent(EventType::quizStarted, "quiz",
                                   JsonValue{{"quiz_id", host->quizId().value_or("")}});
 }
 
@@ -284,10 +281,10 @@ void BridgeDispatcher::missionMessage(const std::string& type, const JsonValue& 
     KorvaneLogger::d(tag_, "[missionRefreshed] Called from WebView");
     const std::optional<std::string> unitId = textField(data, "unitId");
     const char* source = kind_ == BridgeHostKind::controller ? "webview" : "embedded_webview";
-    return onMain([tag = tag_, placements = placements_, unitId, source](BridgeHost&) {
-      KorvaneSdk::shared().trackEvent(EventType::custom, "mission",
-                                      JsonValue{{"action", "refreshed"}, {"source", source}});
-      if (placements) placements->missionsRefreshed(unitId);
+    return onMain([tag = tag_, context = context_, unitId, source](BridgeHost&) {
+      context->tracker()->trackEvent(EventType::custom, "mission",
+                                     JsonValue{{"action", "refreshed"}, {"source", source}});
+      if (context->placements()) context->placements()->missionsRefreshed(context, unitId);
       KorvaneLogger::d(tag, "[missionRefreshed] Processed successfully (unitId: " +
                                 unitId.value_or("nil") + ")");
     });
@@ -295,10 +292,11 @@ void BridgeDispatcher::missionMessage(const std::string& type, const JsonValue& 
   const bool completed = type == "missionCompleted";
   KorvaneLogger::d(tag_, completed ? "Mission completed" : "Mission progressed");
   const std::string missionId = textField(data, "missionId").value_or("");
-  onMain([tag = tag_, placements = placements_, missionId, completed](BridgeHost&) {
+  onMain([tag = tag_, tracker = context_->tracker(), placements = placements_, missionId,
+          completed](BridgeHost&) {
     if (!completed) {
-      KorvaneSdk::shared().trackEvent(EventType::missionProgressed, "mission",
-                                      JsonValue{{"mission_id", missionId}});
+      tracker->trackEvent(EventType::missionProgressed, "mission",
+                          JsonValue{{"mission_id", missionId}});
     }
     KorvaneLogger::d(tag, completed ? "[iOS SDK - WebView] Mission 완료 알림..."
                                     : "[iOS SDK - WebView] Mission 진행 알림...");
@@ -314,8 +312,8 @@ void BridgeDispatcher::missionMessage(const std::string& type, const JsonValue& 
 }
 
 void BridgeDispatcher::getUserInfo() {
-  onMain([](BridgeHost& host) {
-    const std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser();
+  onMain([session = context_->session()](BridgeHost& host) {
+    const std::optional<KorvaneSdkUser> user = session->currentUser();
     JsonValue info{{"userId", user ? user->userId() : std::string()},
                    {"gender", user && user->gender() ? stringValue(*user->gender()) : ""},
                    {"birthYear", nullptr}};

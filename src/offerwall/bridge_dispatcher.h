@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "context/sdk_context.h"
 #include "korvane/core/error.h"
 #include "korvane/core/json_value.h"
 #include "korvane/offerwall/offerwall_callback.h"
@@ -48,26 +49,14 @@ class BridgeHost {
   virtual std::optional<std::string> quizId() const = 0;
 };
 
-// Where messages about missions and quizzes go; the placements answer whether they found the
-// instance the message is for.
-class PlacementMessages {
- public:
-  virtual ~PlacementMessages() = default;
-  virtual bool quizCompleted(const JsonValue& data) = 0;
-  virtual bool missionCompleted(const std::string& missionId) = 0;
-  virtual bool missionProgressed(const std::string& missionId) = 0;
-  virtual void missionsRefreshed(const std::optional<std::string>& unitId) = 0;
-};
-
 // Runs bridge messages for one host: the sixteen types in their documented order, every action
 // posted to the main thread holding the host weakly, replies evaluated in the page. A message the
 // sender may not send (see bridgeRefusal) is refused with one warning before anything happens.
 class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
  public:
+  // Tracks, answers and reaches the placements through `context`.
   BridgeDispatcher(BridgeHostKind kind, std::string tag, std::weak_ptr<BridgeHost> host,
-                   std::shared_ptr<MainThread> mainThread, std::shared_ptr<UrlOpener> urlOpener,
-                   std::shared_ptr<PlacementMessages> placements,
-                   std::shared_ptr<const BridgeTrust> trust);
+                   Context context, std::shared_ptr<const BridgeTrust> trust);
 
   void receive(const ScriptMessage& message);
   const BridgeTrust& trust() const { return *trust_; }
@@ -95,6 +84,7 @@ class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
   BridgeHostKind kind_;
   std::string tag_;
   std::weak_ptr<BridgeHost> host_;
+  Context context_;
   std::shared_ptr<MainThread> mainThread_;
   std::shared_ptr<UrlOpener> urlOpener_;
   std::shared_ptr<PlacementMessages> placements_;

@@ -1,8 +1,8 @@
 #include "offerwall/offerwall_url.h"
 
-#include "api/url_text.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {

@@ -3,13 +3,11 @@
 #include <map>
 #include <optional>
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"
 #include "offerwall/page_host.h"
 #include "offerwall/scroll_scripts.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {
@@ -24,6 +22,8 @@ class EmbeddedPage;
 
 class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl> {
  public:
+  explicit OfferwallViewImpl(Context sdk) : context(std::move(sdk)) {}
+
   void load(OfferwallPage page);
   void push(const std::string& url);
   void pop();
@@ -38,6 +38,7 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
   // its state.
   void reportErrorLater(std::string message);
 
+  const Context context;
   std::shared_ptr<OfferwallCallback> callback;
   std::shared_ptr<OfferwallEventCallback> eventCallback;
   KorvaneOfferwallView::FirstPageMaker makeFirstPage;
@@ -71,19 +72,17 @@ class OfferwallViewImpl : public std::enable_shared_from_this<OfferwallViewImpl>
 // view while it lives.
 class EmbeddedPage final : public PageHost, public BridgeHost {
  public:
-  explicit EmbeddedPage(std::weak_ptr<OfferwallViewImpl> view)
-      : PageHost(BridgeHostKind::embeddedView, std::string(kTag)), view_(std::move(view)) {}
+  EmbeddedPage(Context context, std::weak_ptr<OfferwallViewImpl> view)
+      : PageHost(std::move(context), BridgeHostKind::embeddedView, std::string(kTag)),
+        view_(std::move(view)) {}
   ~EmbeddedPage() override { detach(); }
 
   void start(WebView& webView, std::shared_ptr<BridgeTrust> trust) {
-    std::shared_ptr<SdkSession> session = SdkInternals::session();
-    attach(webView, session);
+    attach(webView);
     setTrust(trust);
-    const PlatformServices& platform = session->environment().platform;
     dispatcher_ = std::make_shared<BridgeDispatcher>(
         BridgeHostKind::embeddedView, std::string(kTag),
-        std::static_pointer_cast<EmbeddedPage>(shared_from_this()), platform.mainThread,
-        platform.urlOpener, placementMessages(), trust);
+        std::static_pointer_cast<EmbeddedPage>(shared_from_this()), context(), trust);
   }
 
   // BridgeHost
@@ -153,7 +152,7 @@ std::string answerText(const Result<std::string>& answer) {
 }  // namespace
 
 OfferwallViewImpl::Page OfferwallViewImpl::makePage(Screen* over) {
-  const PlatformServices& platform = SdkInternals::session()->environment().platform;
+  const PlatformServices& platform = context->platform();
   Page page;
   if (over) {
     page.screen = platform.screens->stackOver(*over);
@@ -162,13 +161,13 @@ OfferwallViewImpl::Page OfferwallViewImpl::makePage(Screen* over) {
                                 : platform.screens->presentFullScreen(nullptr, ScreenOptions{});
   }
   if (!page.screen) return page;
-  page.host = std::make_shared<EmbeddedPage>(weak_from_this());
+  page.host = std::make_shared<EmbeddedPage>(context, weak_from_this());
   page.host->start(page.screen->webView(), trust);
   return page;
 }
 
 void OfferwallViewImpl::load(OfferwallPage page) {
-  if (!SdkInternals::session()->environment().platform.screens) {
+  if (!context->platform().screens) {
     return reportError("Failed to load offerwall: no screen presenter on this platform");
   }
   // An address that cannot be loaded leaves the pages shown as they are.
@@ -178,7 +177,7 @@ void OfferwallViewImpl::load(OfferwallPage page) {
   }
   hasClosed = false;
   tearDown();
-  trust = std::make_shared<BridgeTrust>(bridgeTrustForOfferwall(page.baseUrl));
+  trust = std::make_shared<BridgeTrust>(bridgeTrustForOfferwall(*context->session(), page.baseUrl));
   Page first = makePage(nullptr);
   if (!first.screen) return reportError("Failed to load offerwall: the view is gone");
   stack.push_back(std::move(first));
@@ -249,7 +248,7 @@ void OfferwallViewImpl::pop() {
   if (saved != scrollPositions.end() && saved->second > 0) {
     const double offset = saved->second;
     std::weak_ptr<EmbeddedPage> page = top.host;
-    SdkInternals::session()->environment().platform.mainThread->postAfter(
+    context->platform().mainThread->postAfter(
         kRestoreDelay, [weak = weak_from_this(), page, offset] {
           auto self = weak.lock();
           auto host = page.lock();
@@ -302,12 +301,15 @@ void OfferwallViewImpl::tearDown() {
   scrollPositions.clear();
 }
 
-std::shared_ptr<KorvaneOfferwallView> KorvaneOfferwallView::create(FirstPageMaker makeFirstPage) {
-  return std::make_shared<KorvaneOfferwallView>(Token{}, std::move(makeFirstPage));
+std::shared_ptr<KorvaneOfferwallView> KorvaneOfferwallView::create(
+    std::shared_ptr<const SdkContext> context, FirstPageMaker makeFirstPage) {
+  return std::make_shared<KorvaneOfferwallView>(Token{}, std::move(context),
+                                                std::move(makeFirstPage));
 }
 
-KorvaneOfferwallView::KorvaneOfferwallView(Token, FirstPageMaker makeFirstPage)
-    : impl_(std::make_shared<OfferwallViewImpl>()) {
+KorvaneOfferwallView::KorvaneOfferwallView(Token, std::shared_ptr<const SdkContext> context,
+                                           FirstPageMaker makeFirstPage)
+    : impl_(std::make_shared<OfferwallViewImpl>(std::move(context))) {
   impl_->makeFirstPage = std::move(makeFirstPage);
 }
 
@@ -330,10 +332,9 @@ bool KorvaneOfferwallView::hasClosed() const {
 }
 
 void OfferwallViewImpl::reportErrorLater(std::string message) {
-  SdkInternals::session()->environment().platform.mainThread->post(
-      [weak = weak_from_this(), message = std::move(message)] {
-        if (auto view = weak.lock()) view->reportError(message);
-      });
+  context->platform().mainThread->post([weak = weak_from_this(), message = std::move(message)] {
+    if (auto view = weak.lock()) view->reportError(message);
+  });
 }
 
 void KorvaneOfferwallView::loadOfferwall(const std::string& baseUrl, const std::string& userId,
@@ -350,10 +351,10 @@ void KorvaneOfferwallView::loadOfferwall(const std::string& baseUrl, const std::
 
 void KorvaneOfferwallView::loadOfferwall(const std::string& placementId) {
   using Stage = OfferwallViewImpl::PlacementStage;
-  KorvaneSdk& sdk = KorvaneSdk::shared();
-  std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
-  std::optional<KorvaneSdkConfig> config = sdk.getConfig();
-  const bool ready = sdk.isInitialized() && user && config;
+  const SessionFacts& session = *impl_->context->session();
+  std::optional<KorvaneSdkUser> user = session.currentUser();
+  std::optional<KorvaneSdkConfig> config = session.config();
+  const bool ready = session.isInitialized() && user && config;
   std::optional<OfferwallViewImpl::PlacementLoad>& asked = impl_->placement;
   if (asked && asked->id == placementId && (asked->stage != Stage::refused || !ready)) {
     return KorvaneLogger::v(kTag, "Placement already asked for: " + placementId);
@@ -362,14 +363,13 @@ void KorvaneOfferwallView::loadOfferwall(const std::string& placementId) {
     asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::refused};
     return impl_->reportErrorLater("SDK not initialized or user not logged in");
   }
-  std::shared_ptr<SdkSession> session = SdkInternals::session();
-  Result<std::shared_ptr<ApiService>> api = session->environment().network->apiService();
+  Result<std::shared_ptr<ApiService>> api = impl_->context->backend()->apiService();
   if (!api) {
     asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::failed};
     return impl_->reportErrorLater("Failed to load offerwall: " + api.error().description);
   }
   asked = OfferwallViewImpl::PlacementLoad{placementId, Stage::loading};
-  std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
+  std::shared_ptr<MainThread> mainThread = impl_->context->platform().mainThread;
   api.value()->getPlacementUrl(
       placementId,
       [weak = std::weak_ptr<OfferwallViewImpl>(impl_), mainThread, placementId,

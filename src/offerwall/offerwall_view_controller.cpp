@@ -2,17 +2,15 @@
 
 #include <cstdint>
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "offerwall/bridge_scripts.h"
+#include "offerwall/callback_slots.h"
 #include "offerwall/navigation_policy.h"
-#include "offerwall/offerwall_openings.h"
 #include "offerwall/offerwall_url.h"
 #include "offerwall/page_host.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {
@@ -63,8 +61,9 @@ std::string navigationTitle(const std::optional<std::string>& baseUrl) {
 // The controller's behaviour: the page host, the bridge host and the web view's delegate.
 class OfferwallControllerImpl final : public PageHost, public BridgeHost {
  public:
-  explicit OfferwallControllerImpl(std::weak_ptr<KorvaneOfferwallViewController> owner)
-      : PageHost(BridgeHostKind::controller, std::string(kTag)), owner_(std::move(owner)) {}
+  OfferwallControllerImpl(std::weak_ptr<KorvaneOfferwallViewController> owner, Context context)
+      : PageHost(std::move(context), BridgeHostKind::controller, std::string(kTag)),
+        owner_(std::move(owner)) {}
   // The web view belongs to the screen, so let go of it before the screen goes.
   ~OfferwallControllerImpl() override {
     detach();
@@ -133,7 +132,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void beginClosing();
   void endClosing();
   // The openings that waited run once no page is closing any more.
-  static void releaseWaitingOpenings();
+  void releaseWaitingOpenings();
 
   std::weak_ptr<KorvaneOfferwallViewController> owner_;
   std::shared_ptr<BridgeDispatcher> dispatcher_;
@@ -172,12 +171,11 @@ ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer)
 }
 
 bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigationContainer) {
-  const PlatformServices& platform = SdkInternals::session()->environment().platform;
-  if (!platform.screens) {
+  if (!platform().screens) {
     KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
     return false;
   }
-  screen_ = platform.screens->presentFullScreen(over, screenOptions(inNavigationContainer));
+  screen_ = platform().screens->presentFullScreen(over, screenOptions(inNavigationContainer));
   if (!screen_) {
     KorvaneLogger::e(kTag,
                      "The page could not be presented: another presentation is in progress "
@@ -205,15 +203,13 @@ void OfferwallControllerImpl::adoptScreen(std::unique_ptr<Screen> screen) {
 // Registers an inner page, sets up the web view, then loads.
 void OfferwallControllerImpl::viewDidLoad() {
   auto self = owner();
-  std::shared_ptr<SdkSession> session = SdkInternals::session();
-  const PlatformServices& platform = session->environment().platform;
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
-  setTrust(std::make_shared<BridgeTrust>(inheritedTrust_ ? *inheritedTrust_
-                                                         : bridgeTrustForOfferwall(self->baseUrl)));
+  setTrust(std::make_shared<BridgeTrust>(
+      inheritedTrust_ ? *inheritedTrust_
+                      : bridgeTrustForOfferwall(*context()->session(), self->baseUrl)));
   dispatcher_ = std::make_shared<BridgeDispatcher>(BridgeHostKind::controller, std::string(kTag),
-                                                   weak, platform.mainThread, platform.urlOpener,
-                                                   placementMessages(), trust());
+                                                   weak, context(), trust());
   screen_->setCloseHandler([weak] {
     if (auto alive = weak.lock()) alive->closeProcedure();
   });
@@ -225,7 +221,7 @@ void OfferwallControllerImpl::viewDidLoad() {
   });
   if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
   if (!self->isSubWebView) openingGeneration_ = typeWide().currentOpening = ++typeWide().openings;
-  attach(screen_->webView(), session);
+  attach(screen_->webView());
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
   page().appKey = self->appKey;
@@ -271,10 +267,9 @@ void OfferwallControllerImpl::releaseWaitingOpenings() {
   std::erase_if(state.closing, [](const auto& page) { return page.expired(); });
   if (!state.closing.empty() || state.afterClosing.empty()) return;
   // From the next turn: the platform is still ending the dismissal that brought us here.
-  SdkInternals::session()->environment().platform.mainThread->post(
-      [waiting = std::move(state.afterClosing)] {
-        for (const std::function<void()>& opening : waiting) opening();
-      });
+  platform().mainThread->post([waiting = std::move(state.afterClosing)] {
+    for (const std::function<void()>& opening : waiting) opening();
+  });
   state.afterClosing.clear();
 }
 
@@ -300,7 +295,7 @@ void OfferwallControllerImpl::closeProcedure() {
   for (auto it = subs.rbegin(); it != subs.rend(); ++it)
     if (auto sub = it->value.lock()) sub->impl_->dismiss(false);
   fireOnClosedOnce();
-  KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
+  context()->tracker()->trackEvent(EventType::offerwallClosed, "offerwall", std::nullopt);
   dismiss(true);
 }
 
@@ -312,7 +307,7 @@ void OfferwallControllerImpl::dismissedBySystem() {
   beginClosing();
   if (!isSubPage()) {
     fireOnClosedOnce();
-    KorvaneSdk::shared().trackEvent(EventType::offerwallClosed, "offerwall");
+    context()->tracker()->trackEvent(EventType::offerwallClosed, "offerwall", std::nullopt);
   }
   finishDismissal();
 }
@@ -377,24 +372,23 @@ void OfferwallControllerImpl::finishDismissal() {
 }
 
 void OfferwallControllerImpl::openPage(const std::string& url) {
-  auto sub = KorvaneOfferwallViewController::create();
+  auto sub = KorvaneOfferwallViewController::create(context());
   sub->baseUrl = url;
   sub->isSubWebView = true;
   sub->impl_->inheritedTrust_ = *trust();
   sub->impl_->openingGeneration_ = openingGeneration_;
-  if (std::optional<KorvaneSdkUser> user = KorvaneSdk::shared().getCurrentUser())
+  if (std::optional<KorvaneSdkUser> user = context()->session()->currentUser())
     sub->userId = user->userId();
-  if (std::optional<KorvaneSdkConfig> config = KorvaneSdk::shared().getConfig())
+  if (std::optional<KorvaneSdkConfig> config = context()->session()->config())
     sub->appKey = config->appKey();
   sub->present(screen_.get());
 }
 
 void OfferwallControllerImpl::replacePage(const std::string& url) {
   auto self = owner();
-  std::shared_ptr<SdkSession> session = SdkInternals::session();
-  const PlatformServices& platform = session->environment().platform;
+  const PlatformServices& platform = this->platform();
   if (!screen_ || !platform.screens) return;
-  auto child = KorvaneOfferwallViewController::create();
+  auto child = KorvaneOfferwallViewController::create(context());
   child->baseUrl = url;
   child->isSubWebView = true;
   child->userId = self->userId;
@@ -447,9 +441,10 @@ void whenNoOfferwallIsClosing(std::function<void()> then) {
   state.afterClosing.push_back(std::move(then));
 }
 
-std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create() {
+std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create(
+    std::shared_ptr<const SdkContext> context) {
   auto controller = std::make_shared<KorvaneOfferwallViewController>(Token{});
-  controller->impl_ = std::make_shared<OfferwallControllerImpl>(controller);
+  controller->impl_ = std::make_shared<OfferwallControllerImpl>(controller, std::move(context));
   return controller;
 }
 

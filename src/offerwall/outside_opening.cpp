@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "api/url_text.h"
 #include "offerwall/navigation_policy.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {

@@ -1,29 +1,27 @@
 #include "offerwall/page_host.h"
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/outside_opening.h"
-#include "placements/adjoe_manager.h"
-#include "placements/placement_registry.h"
+#include "util/url_text.h"
 
 namespace korvane {
 
-PageHost::PageHost(BridgeHostKind kind, std::string tag) : kind_(kind), tag_(std::move(tag)) {}
+PageHost::PageHost(Context context, BridgeHostKind kind, std::string tag)
+    : context_(std::move(context)),
+      platform_(context_->platform()),
+      device_(context_->device()),
+      backend_(context_->backend()),
+      kind_(kind),
+      tag_(std::move(tag)) {}
 
 PageHost::~PageHost() {
   detach();
 }
 
-const PlatformServices& PageHost::platform() const {
-  return session_->environment().platform;
-}
-
-void PageHost::attach(WebView& webView, std::shared_ptr<SdkSession> session) {
-  session_ = std::move(session);
+void PageHost::attach(WebView& webView) {
   webView_ = &webView;
   // The web view holds its delegate weakly, so the page never keeps its host alive.
   webView.setDelegate(weak_from_this());
@@ -56,7 +54,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
   platform().mainThread->post([weak = weak_from_this(), includeQuizItems] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
-    DeviceUtils& device = self->session_->device();
+    DeviceUtils& device = *self->device_;
     self->page_.advertisingId = device.getAdvertisingId();
     self->advertisingIdKnown_ = true;
     OfferwallDevice facts;
@@ -70,7 +68,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
         facts.screenHeight = screen->height;
       }
     }
-    facts.sessionId = self->session_->environment().network->sessionId();
+    facts.sessionId = self->backend_->sessionId();
     facts.timestampMillis = self->platform().clock->nowMillis();
     std::optional<std::string> url = composeOfferwallUrl(self->page_, facts, includeQuizItems);
     if (!url) {
@@ -141,11 +139,8 @@ void PageHost::evaluateInPage(const std::string& script,
 void PageHost::openAdjoeFromPage(const std::string& placementId,
                                  std::shared_ptr<OfferwallCallback> callback,
                                  PresentationAnchor* over) {
-  KorvaneAdjoeManager::openOfferwall(over, placementId, std::move(callback), AdjoeOpener::page);
-}
-
-std::shared_ptr<PlacementMessages> PageHost::placementMessages() const {
-  return PlacementRegistry::shared();
+  if (context_->placements())
+    context_->placements()->openAdjoeOfferwall(context_, placementId, std::move(callback), over);
 }
 
 NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "context/sdk_context.h"
 #include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/platform_services.h"
 #include "korvane/platform/web_view.h"
@@ -13,7 +14,6 @@
 
 namespace korvane {
 
-class SdkSession;
 class PresentationAnchor;
 
 // What both page hosts do with one web view: set it up for the bridge, load the composed
@@ -22,7 +22,7 @@ class PresentationAnchor;
 // weakly.
 class PageHost : public WebViewDelegate, public std::enable_shared_from_this<PageHost> {
  public:
-  PageHost(BridgeHostKind kind, std::string tag);
+  PageHost(Context context, BridgeHostKind kind, std::string tag);
   ~PageHost() override;
 
   OfferwallPage& page() { return page_; }
@@ -33,7 +33,7 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void setTrust(std::shared_ptr<BridgeTrust> trust) { trust_ = std::move(trust); }
 
   // Makes this the web view's delegate, registers "korvaneNative" and the polyfill.
-  void attach(WebView& webView, std::shared_ptr<SdkSession> session);
+  void attach(WebView& webView);
   // Removes the handler, stops loading and stops being the delegate.
   void detach();
   // Stops loading and stops being the delegate (the page was replaced).
@@ -49,7 +49,6 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
                       std::function<void(Result<std::string>)> completion);
   void openAdjoeFromPage(const std::string& placementId,
                          std::shared_ptr<OfferwallCallback> callback, PresentationAnchor* over);
-  std::shared_ptr<PlacementMessages> placementMessages() const;
 
   // WebViewDelegate
   NavigationPolicy decidePolicy(const NavigationAction& action) override;
@@ -68,7 +67,8 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // Runs after the bridge script went in (the embedded view measures the page).
   virtual void afterPageLoaded() {}
 
-  const PlatformServices& platform() const;
+  const PlatformServices& platform() const { return platform_; }
+  const Context& context() const { return context_; }
   const std::string& tag() const { return tag_; }
   BridgeHostKind kind() const { return kind_; }
 
@@ -85,10 +85,15 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // A redirect of the offerwall's own load that stays with a trusted site keeps the bridge.
   void judgeRedirect(const std::string& from, const std::string& to);
 
+  Context context_;
+  // What the page runs on, taken when the host is made, as one session has it: the page keeps
+  // the platform's screens and threads, the device and the backend alive as long as it lives.
+  PlatformServices platform_;
+  std::shared_ptr<DeviceUtils> device_;
+  std::shared_ptr<NetworkManager> backend_;
   BridgeHostKind kind_;
   std::string tag_;
   OfferwallPage page_;
-  std::shared_ptr<SdkSession> session_;
   WebView* webView_ = nullptr;  // owned by its screen
   bool advertisingIdKnown_ = false;
   // The composed address's load with its identification headers, until it finishes or fails.

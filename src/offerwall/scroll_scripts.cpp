@@ -1,6 +1,6 @@
 #include "offerwall/scroll_scripts.h"
 
-#include "telemetry/number_text.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {

@@ -3,13 +3,10 @@
 
 #include <ctime>
 
-#include "api/url_text.h"
-#include "core/sdk_session.h"
 #include "korvane/api/device_utils.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
-#include "offerwall/offerwall_launch.h"
-#include "placements/placement_support.h"
+#include "offerwall/offerwall_opening.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {
@@ -62,7 +59,8 @@ std::optional<std::string> KorvaneAdjoeManager::buildPlaytimeWebUrl(
   return built;
 }
 
-void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
+void KorvaneAdjoeManager::open(const Context& context, PresentationAnchor* presenting,
+                               const PlaytimeWebInputs& inputs,
                                std::shared_ptr<OfferwallCallback> callback, AdjoeOpener opener) {
   const auto orNil = [](const auto& value) -> std::string {
     if (!value) return "nil";
@@ -87,7 +85,7 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
 
   const bool idfaIncluded = present(inputs.advertisingId);
   const bool idfaIsZero = idfaIncluded && *inputs.advertisingId == kZeroAdvertisingId;
-  SdkInternals::session()->sendImmediately(
+  context->tracker()->sendImmediately(
       "adjoe_webview_opened", "adjoe",
       JsonValue{{"placement_id", inputs.placement.value_or("")},
                 {"idfa_included", idfaIncluded ? "true" : "false"},
@@ -101,25 +99,18 @@ void KorvaneAdjoeManager::open(PresentationAnchor* presenting, const PlaytimeWeb
       });
   // No event callback of its own; the callbacks it replaces come back when a page opened it.
   const bool restart = callback != nullptr;
-  launch::openOfferwallWithUrl(url, inputs.placement.value_or(""), presenting,
-                               {std::move(callback), std::shared_ptr<OfferwallEventCallback>(),
-                                restart, opener == AdjoeOpener::page},
-                               false, true);
+  offerwall::openOfferwallWithUrl(context, url, inputs.placement.value_or(""), presenting,
+                                  {std::move(callback), std::shared_ptr<OfferwallEventCallback>(),
+                                   restart, opener == AdjoeOpener::page},
+                                  false, true);
 }
 
-void KorvaneSdk::openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
-                                    std::shared_ptr<OfferwallCallback> callback) {
-  KorvaneAdjoeManager::openOfferwall(presenting, placementId, std::move(callback),
-                                     AdjoeOpener::app);
-}
-
-void KorvaneAdjoeManager::openOfferwall(PresentationAnchor* presenting,
+void KorvaneAdjoeManager::openOfferwall(const Context& context, PresentationAnchor* presenting,
                                         const std::string& placementId,
                                         std::shared_ptr<OfferwallCallback> callback,
                                         AdjoeOpener opener) {
-  KorvaneSdk& sdk = KorvaneSdk::shared();
-  std::shared_ptr<SdkSession> session = SdkInternals::session();
-  std::shared_ptr<MainThread> mainThread = session->environment().platform.mainThread;
+  const SessionFacts& session = *context->session();
+  std::shared_ptr<MainThread> mainThread = context->platform().mainThread;
   // Offerwall callbacks run on the main thread, refusals included, whatever thread called.
   const auto refuse = [&callback, &mainThread](const char* logged, const char* reported) {
     KorvaneLogger::w(kTag, logged);
@@ -130,12 +121,12 @@ void KorvaneAdjoeManager::openOfferwall(PresentationAnchor* presenting,
       callback->onError(reported);
     }
   };
-  if (!sdk.isInitialized())
+  if (!session.isInitialized())
     return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");
-  std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
+  std::optional<KorvaneSdkUser> user = session.currentUser();
   if (!user) return refuse("User not logged in", "User not logged in. Please login first.");
-  std::optional<AppData> app = sdk.validatedAppData();
-  std::optional<KorvaneSdkConfig> config = sdk.getConfig();
+  std::optional<AppData> app = session.validatedAppData();
+  std::optional<KorvaneSdkConfig> config = session.config();
   // The server's word wins over the host's configuration, both ways.
   const bool enabled =
       app && app->adjoeEnabled ? *app->adjoeEnabled : config && config->adjoeEnabled();
@@ -146,27 +137,25 @@ void KorvaneAdjoeManager::openOfferwall(PresentationAnchor* presenting,
     return refuse("Adjoe offerwall URL not available",
                   "Adjoe offerwall URL not available. Please check server configuration.");
 
-  session->environment().tasks->submit([session, held = HeldAnchor(presenting), placementId,
-                                        callback, baseUrl = *app->adjoeOfferwallUrl, user = *user,
-                                        opener] {
-    session->environment().platform.mainThread->post([=] {
-      if (placements::presentingScreenLost(held, kTag, callback)) return;
+  context->tasks()->submit([context, held = HeldAnchor(presenting), placementId, callback,
+                            baseUrl = *app->adjoeOfferwallUrl, user = *user, opener] {
+    context->platform().mainThread->post([=] {
+      if (offerwall::presentingScreenLost(held, kTag, callback)) return;
       PlaytimeWebInputs inputs;
       inputs.baseUrl = baseUrl;
       inputs.userId = user.userId();
-      inputs.advertisingId = session->device().cachedAdvertisingId().value_or(kZeroAdvertisingId);
+      inputs.advertisingId = context->device()->cachedAdvertisingId().value_or(kZeroAdvertisingId);
       inputs.placement = placementId;
       if (user.gender()) inputs.genderWord = adjoeGenderWord(*user.gender());
       if (user.birthYear()) {
         // Two int years cannot overflow a 64-bit difference.
-        inputs.age = std::int64_t{localYear(session->environment().platform.clock->now())} -
-                     *user.birthYear();
+        inputs.age = std::int64_t{localYear(context->platform().clock->now())} - *user.birthYear();
       }
-      KorvaneAdjoeManager::open(held.get(), inputs, callback, opener);
-      KorvaneSdk::shared().trackEvent(EventType::custom, "adjoe",
-                                      JsonValue{{"event_name", "adjoe_offerwall_opened"},
-                                                {"source", "sdk_api_web"},
-                                                {"placementId", placementId}});
+      KorvaneAdjoeManager::open(context, held.get(), inputs, callback, opener);
+      context->tracker()->trackEvent(EventType::custom, "adjoe",
+                                     JsonValue{{"event_name", "adjoe_offerwall_opened"},
+                                               {"source", "sdk_api_web"},
+                                               {"placementId", placementId}});
     });
   });
 }

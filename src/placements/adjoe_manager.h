@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "context/sdk_context.h"
 #include "korvane/offerwall/offerwall_callback.h"
 
 namespace korvane {
@@ -29,15 +30,16 @@ enum class AdjoeOpener { app, page };
 class KorvaneAdjoeManager {
  public:
   // KorvaneSdk::openAdjoeOfferwall: the checks, then the opening on the main thread.
-  static void openOfferwall(PresentationAnchor* presenting, const std::string& placementId,
+  static void openOfferwall(const Context& context, PresentationAnchor* presenting,
+                            const std::string& placementId,
                             std::shared_ptr<OfferwallCallback> callback, AdjoeOpener opener);
   // The base address with its query replaced by user_id, idfa, placement, gender and age (each
   // only when given); nothing when the base does not parse.
   static std::optional<std::string> buildPlaytimeWebUrl(const PlaytimeWebInputs& inputs);
   // Logs the inputs and the address, sends "adjoe_webview_opened" at once, then opens the
   // address as the facade's openOfferwallWithUrl does, with the native bar.
-  static void open(PresentationAnchor* presenting, const PlaytimeWebInputs& inputs,
-                   std::shared_ptr<OfferwallCallback> callback,
+  static void open(const Context& context, PresentationAnchor* presenting,
+                   const PlaytimeWebInputs& inputs, std::shared_ptr<OfferwallCallback> callback,
                    AdjoeOpener opener = AdjoeOpener::app);
 };
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
+#include "offerwall/offerwall_opening.h"
 #include "placements/placement_registry.h"
 #include "placements/placement_support.h"
 
@@ -13,10 +13,6 @@ namespace korvane {
 namespace {
 
 constexpr std::string_view kTag = "KorvaneMission";
-
-bool refusedBeforeInitialization(const char* operation) {
-  return placements::refusedBeforeInitialization(kTag, operation);
-}
 
 // The mission landing page's callback: it only logs.
 class MissionOfferwallCallback final : public OfferwallCallback {
@@ -57,11 +53,18 @@ constexpr const char* kReloadLeftToHost =
 
 }  // namespace
 
-std::shared_ptr<KorvaneMission> KorvaneMission::create() {
-  auto mission = std::make_shared<KorvaneMission>(Token{});
+std::shared_ptr<KorvaneMission> KorvaneMission::create(std::shared_ptr<const SdkContext> context) {
+  auto mission = std::make_shared<KorvaneMission>(Token{}, std::move(context));
   PlacementRegistry::shared()->addMission(mission);
   KorvaneLogger::d(kTag, "KorvaneMission instance created");
   return mission;
+}
+
+KorvaneMission::KorvaneMission(Token, std::shared_ptr<const SdkContext> context)
+    : context_(std::move(context)) {}
+
+bool KorvaneMission::refusedBeforeInitialization(const char* operation) const {
+  return placements::refusedBeforeInitialization(*context_, kTag, operation);
 }
 
 KorvaneMission::~KorvaneMission() {
@@ -77,20 +80,20 @@ void KorvaneMission::destroy() {
 void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
                           bool shouldStoreCallbacks) {
   KorvaneLogger::d(kTag, "Loading missions");
-  KorvaneSdk& sdk = KorvaneSdk::shared();
+  const SessionFacts& session = *context_->session();
   const auto refuse = [&onFailure] {
     if (onFailure) onFailure(KorvaneAdError::notInitialized);
   };
-  if (!sdk.isInitialized()) {
+  if (!session.isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized");
     return refuse();
   }
-  std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
+  std::optional<KorvaneSdkUser> user = session.currentUser();
   if (!user) {
     KorvaneLogger::w(kTag, "User not logged in");
     return refuse();
   }
-  std::shared_ptr<ApiService> api = placements::apiService(kTag);
+  std::shared_ptr<ApiService> api = placements::apiService(*context_, kTag);
   if (!api) {
     KorvaneLogger::e(kTag, "API service is nil after initialization check");
     return refuse();
@@ -100,20 +103,21 @@ void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
     loadSuccessCallback_ = onSuccess;
     loadFailureCallback_ = onFailure;
   }
-  api->getMissions(
-      user->userId(), "iOS", placements::advertisingIdOrZero(),
-      [weak = weak_from_this(), onSuccess = std::move(onSuccess),
-       onFailure = std::move(onFailure)](Result<MissionResponse> answer) {
-        placements::onMainThread([weak, onSuccess, onFailure, answer = std::move(answer)] {
-          if (!answer) {
-            KorvaneLogger::e(kTag, "Error loading missions: " + answer.error().description);
-            if (onFailure) onFailure(KorvaneAdError::loadFailed);
-            return;
-          }
-          // A placement the host let go has nobody left to report to.
-          if (auto self = weak.lock()) self->finishLoad(answer.value(), onSuccess);
-        });
-      });
+  api->getMissions(user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
+                   [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
+                    onFailure = std::move(onFailure)](Result<MissionResponse> answer) {
+                     placements::onMainThread(
+                         *context, [weak, onSuccess, onFailure, answer = std::move(answer)] {
+                           if (!answer) {
+                             KorvaneLogger::e(
+                                 kTag, "Error loading missions: " + answer.error().description);
+                             if (onFailure) onFailure(KorvaneAdError::loadFailed);
+                             return;
+                           }
+                           // A placement the host let go has nobody left to report to.
+                           if (auto self = weak.lock()) self->finishLoad(answer.value(), onSuccess);
+                         });
+                   });
 }
 
 void KorvaneMission::finishLoad(const MissionResponse& response, const SuccessCallback& onSuccess) {
@@ -207,8 +211,8 @@ void KorvaneMission::clickMission(const Mission& mission, PresentationAnchor* fr
   onMissionClicked(mission);
   KorvaneLogger::i(kTag, "Opening mission WebView for mission: " + mission.id);
   PlacementRegistry::shared()->setActiveMission(shared_from_this());
-  placements::presentFullScreen(placements::offerwallFor(mission.landingUrl),
-                                std::make_shared<MissionOfferwallCallback>(), from);
+  offerwall::presentFullScreen(offerwall::offerwallFor(context_, mission.landingUrl),
+                               std::make_shared<MissionOfferwallCallback>(), from);
 }
 
 void KorvaneMission::onMissionClicked(const Mission& mission) {
@@ -248,7 +252,7 @@ void KorvaneMission::report(Report kind, const Mission& mission, const char* ope
     listener = eventsListener_;
   }
   if (listener) ((*listener).*shape.notify)(mission);
-  KorvaneSdk::shared().trackEvent(
+  context_->tracker()->trackEvent(
       shape.type, "mission",
       JsonValue{{"missionId", mission.id},
                 {"missionTitle", mission.title},
@@ -266,12 +270,13 @@ void KorvaneMission::onRewardButtonClicked(PresentationAnchor* from) {
   auto callback = std::make_shared<RewardOfferwallCallback>([weak = weak_from_this()] {
     if (weak.lock()) KorvaneLogger::d(kTag, kReloadLeftToHost);
   });
-  placements::presentFullScreen(placements::offerwallFor(*url), callback, from);
+  offerwall::presentFullScreen(offerwall::offerwallFor(context_, *url), callback, from);
 }
 
-void KorvaneMission::refreshMissionList(const std::optional<std::string>& unitId) {
+void KorvaneMission::refreshMissionList(const SdkContext& context,
+                                        const std::optional<std::string>& unitId) {
   KorvaneLogger::d(kTag, "[refreshMissionList] Called with unitId: " + unitId.value_or("nil"));
-  KorvaneSdk::shared().trackEvent(
+  context.tracker()->trackEvent(
       EventType::custom, "mission",
       JsonValue{{"action", "refresh_mission_list"}, {"source", "static_method"}});
   PlacementRegistry::LiveMissions live = PlacementRegistry::shared()->liveMissions();

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/logger.h"
+#include "offerwall/offerwall_opening.h"
 #include "placements/placement_registry.h"
 #include "placements/placement_support.h"
 
@@ -12,10 +12,6 @@ namespace korvane {
 namespace {
 
 constexpr std::string_view kTag = "KorvaneQuiz";
-
-bool refusedBeforeInitialization(const char* operation) {
-  return placements::refusedBeforeInitialization(kTag, operation);
-}
 
 // The quiz screen's callback: it only logs. Completion arrives through the page's
 // "quizCompleted" message, the one signal a quiz page gives.
@@ -41,8 +37,15 @@ JsonValue quizPayload(const QuizEvent& quizEvent, bool withLandingUrl) {
 
 }  // namespace
 
-std::shared_ptr<KorvaneQuiz> KorvaneQuiz::create() {
-  return std::make_shared<KorvaneQuiz>(Token{});
+std::shared_ptr<KorvaneQuiz> KorvaneQuiz::create(std::shared_ptr<const SdkContext> context) {
+  return std::make_shared<KorvaneQuiz>(Token{}, std::move(context));
+}
+
+KorvaneQuiz::KorvaneQuiz(Token, std::shared_ptr<const SdkContext> context)
+    : context_(std::move(context)) {}
+
+bool KorvaneQuiz::refusedBeforeInitialization(const char* operation) const {
+  return placements::refusedBeforeInitialization(*context_, kTag, operation);
 }
 
 void KorvaneQuiz::setQuizEventsListener(
@@ -63,21 +66,21 @@ std::vector<QuizEvent> KorvaneQuiz::quizEvents() const {
 
 void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
                        bool shouldStoreCallbacks) {
-  KorvaneSdk& sdk = KorvaneSdk::shared();
+  const SessionFacts& session = *context_->session();
   const auto refuse = [&onFailure] {
     if (onFailure) onFailure(KorvaneAdError::notInitialized);
   };
-  if (!sdk.isInitialized()) {
+  if (!session.isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized");
     return refuse();
   }
-  std::shared_ptr<ApiService> api = placements::apiService(kTag);
+  std::shared_ptr<ApiService> api = placements::apiService(*context_, kTag);
   if (shouldStoreCallbacks) {
     std::lock_guard lock(mutex_);
     loadSuccessCallback_ = onSuccess;
     loadFailureCallback_ = onFailure;
   }
-  std::optional<KorvaneSdkUser> user = sdk.getCurrentUser();
+  std::optional<KorvaneSdkUser> user = session.currentUser();
   if (!user) {
     KorvaneLogger::w(kTag, "User not logged in");
     return refuse();
@@ -86,33 +89,34 @@ void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
     KorvaneLogger::e(kTag, "API service is nil after initialization check");
     return refuse();
   }
-  api->getQuiz(user->userId(), "iOS", placements::advertisingIdOrZero(),
-               [weak = weak_from_this(), onSuccess = std::move(onSuccess),
-                onFailure = std::move(onFailure)](Result<QuizResponse> answer) {
-                 placements::onMainThread([weak, onSuccess, onFailure, answer = std::move(answer)] {
-                   if (!answer) {
-                     KorvaneLogger::e(kTag,
-                                      "Error loading quiz events: " + answer.error().description);
-                     if (onFailure) onFailure(KorvaneAdError::loadFailed);
-                     return;
-                   }
-                   auto self = weak.lock();
-                   if (!self) return;
-                   const QuizResponse& response = answer.value();
-                   {
-                     std::lock_guard lock(self->mutex_);
-                     self->quizEvents_ = response.events;
-                   }
-                   const std::string count = std::to_string(response.events.size());
-                   KorvaneLogger::i(kTag, "Loaded " + count + " quiz events");
-                   if (onSuccess) onSuccess(response);
-                   KorvaneLogger::d(kTag, "Tracking impressions for " + count + " quiz events");
-                   for (const QuizEvent& quizEvent : response.events) {
-                     KorvaneLogger::d(kTag, "Calling trackImpression for quiz: " + quizEvent.id);
-                     self->trackImpression(quizEvent);
-                   }
-                 });
-               });
+  api->getQuiz(
+      user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
+      [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
+       onFailure = std::move(onFailure)](Result<QuizResponse> answer) {
+        placements::onMainThread(
+            *context, [weak, onSuccess, onFailure, answer = std::move(answer)] {
+              if (!answer) {
+                KorvaneLogger::e(kTag, "Error loading quiz events: " + answer.error().description);
+                if (onFailure) onFailure(KorvaneAdError::loadFailed);
+                return;
+              }
+              auto self = weak.lock();
+              if (!self) return;
+              const QuizResponse& response = answer.value();
+              {
+                std::lock_guard lock(self->mutex_);
+                self->quizEvents_ = response.events;
+              }
+              const std::string count = std::to_string(response.events.size());
+              KorvaneLogger::i(kTag, "Loaded " + count + " quiz events");
+              if (onSuccess) onSuccess(response);
+              KorvaneLogger::d(kTag, "Tracking impressions for " + count + " quiz events");
+              for (const QuizEvent& quizEvent : response.events) {
+                KorvaneLogger::d(kTag, "Calling trackImpression for quiz: " + quizEvent.id);
+                self->trackImpression(quizEvent);
+              }
+            });
+      });
 }
 
 void KorvaneQuiz::reload() {
@@ -129,7 +133,7 @@ void KorvaneQuiz::reload() {
 
 void KorvaneQuiz::trackImpression(const QuizEvent& quizEvent) {
   KorvaneLogger::i(kTag, "Tracking impression for quiz: " + quizEvent.id);
-  KorvaneSdk::shared().trackEvent(EventType::quizImpressed, "quiz", quizPayload(quizEvent, false));
+  context_->tracker()->trackEvent(EventType::quizImpressed, "quiz", quizPayload(quizEvent, false));
   if (auto listener = this->listener()) listener->onImpressed(quizEvent);
 }
 
@@ -151,24 +155,24 @@ void KorvaneQuiz::clickQuiz(const QuizEvent& quizEvent, PresentationAnchor* from
   if (refusedBeforeInitialization("clickQuiz")) return;
   KorvaneLogger::d(kTag, "Quiz clicked: " + quizEvent.id);
   trackClick(quizEvent);
-  auto controller = placements::offerwallFor(quizEvent.landingUrl);
+  auto controller = offerwall::offerwallFor(context_, quizEvent.landingUrl);
   controller->contextType = "quiz";
   controller->quizId = quizEvent.id;
   controller->quizTitle = quizEvent.title;
   PlacementRegistry::shared()->setCurrentQuiz(shared_from_this(), quizEvent);
-  placements::presentFullScreen(controller, std::make_shared<QuizOfferwallCallback>(), from);
+  offerwall::presentFullScreen(controller, std::make_shared<QuizOfferwallCallback>(), from);
 }
 
 void KorvaneQuiz::trackClick(const QuizEvent& quizEvent) {
   if (refusedBeforeInitialization("trackClick")) return;
   KorvaneLogger::d(kTag, "Tracking click for quiz: " + quizEvent.id);
-  KorvaneSdk::shared().trackEvent(EventType::quizClicked, "quiz", quizPayload(quizEvent, true));
+  context_->tracker()->trackEvent(EventType::quizClicked, "quiz", quizPayload(quizEvent, true));
   if (auto listener = this->listener()) listener->onClicked(quizEvent);
 }
 
 void KorvaneQuiz::refreshAfterCompletion(const QuizEvent& quizEvent) {
   KorvaneLogger::d(kTag, "[iOS SDK - Quiz] refreshAfterCompletion 호출됨 - React Native에서 처리");
-  KorvaneSdk::shared().trackEvent(EventType::quizCompleted, "quiz", quizPayload(quizEvent, false));
+  context_->tracker()->trackEvent(EventType::quizCompleted, "quiz", quizPayload(quizEvent, false));
 }
 
 void KorvaneQuiz::completed(const QuizEvent& quizEvent, int rewardAmount) {

@@ -4,7 +4,8 @@
 #include <charconv>
 #include <limits>
 
-#include "core/no_destructor.h"
+#include "placements/adjoe_manager.h"
+#include "util/no_destructor.h"
 
 namespace korvane {
 
@@ -94,8 +95,16 @@ bool PlacementRegistry::missionProgressed(const std::string& missionId) {
   return found.has_value();
 }
 
-void PlacementRegistry::missionsRefreshed(const std::optional<std::string>& unitId) {
-  KorvaneMission::refreshMissionList(unitId);
+void PlacementRegistry::missionsRefreshed(const Context& context,
+                                          const std::optional<std::string>& unitId) {
+  KorvaneMission::refreshMissionList(*context, unitId);
+}
+
+void PlacementRegistry::openAdjoeOfferwall(const Context& context, const std::string& placementId,
+                                           std::shared_ptr<OfferwallCallback> callback,
+                                           PresentationAnchor* over) {
+  KorvaneAdjoeManager::openOfferwall(context, over, placementId, std::move(callback),
+                                     AdjoeOpener::page);
 }
 
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "context/sdk_context.h"
 #include "korvane/api/content_records.h"
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
-#include "offerwall/bridge_dispatcher.h"
 
 namespace korvane {
 
@@ -36,7 +36,10 @@ class PlacementRegistry final : public PlacementMessages {
   bool quizCompleted(const JsonValue& data) override;
   bool missionCompleted(const std::string& missionId) override;
   bool missionProgressed(const std::string& missionId) override;
-  void missionsRefreshed(const std::optional<std::string>& unitId) override;
+  void missionsRefreshed(const Context& context, const std::optional<std::string>& unitId) override;
+  void openAdjoeOfferwall(const Context& context, const std::string& placementId,
+                          std::shared_ptr<OfferwallCallback> callback,
+                          PresentationAnchor* over) override;
 
  private:
   struct Entry {

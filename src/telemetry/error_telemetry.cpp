@@ -1,8 +1,8 @@
-#include "korvane/telemetry/error_telemetry.h"
+#include "telemetry/error_telemetry.h"
 
-#include "core/no_destructor.h"
-#include "core/utf8.h"
 #include "korvane/version.h"
+#include "util/no_destructor.h"
+#include "util/utf8.h"
 
 namespace korvane {
 namespace {

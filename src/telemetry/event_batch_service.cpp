@@ -8,7 +8,7 @@
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
 #include "telemetry/event_conversion.h"
-#include "telemetry/number_text.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {

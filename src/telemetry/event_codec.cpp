@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
-#include "api/json_writer.h"
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/json_writer.h"
+#include "backend/record_codec.h"
 #include "korvane/core/json_value.h"
+#include "util/base64.h"
 
 namespace korvane {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "api/json_codec.h"
+#include "backend/json_codec.h"
 #include "korvane/telemetry/event.h"
 
 // The event file's form of an event: keys eventId, type, customEventName (when present),

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <ctime>
 
-#include "api/json_codec.h"
+#include "backend/json_codec.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
 

@@ -9,7 +9,7 @@
 #include <future>
 #include <thread>
 
-#include "api/record_codec.h"
+#include "backend/record_codec.h"
 #include "dev_server.h"
 #include "korvane/api/api_service.h"
 #include "korvane/linux/curl_http_client.h"

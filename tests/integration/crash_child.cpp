@@ -13,7 +13,7 @@
 #include "korvane/linux/linux_diagnostics.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
-#include "korvane/telemetry/error_telemetry.h"
+#include "telemetry/error_telemetry.h"
 
 namespace {
 std::string markerFile;

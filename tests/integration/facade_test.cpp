@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <future>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/host_lifecycle.h"
@@ -17,6 +16,7 @@
 #include "korvane/telemetry/event_batch_service.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane {
 namespace {

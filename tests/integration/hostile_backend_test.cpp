@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <future>
 
-#include "core/sdk_environment.h"
 #include "dev_server.h"
 #include "korvane/api/api_service.h"
 #include "korvane/core/korvane_sdk.h"
@@ -17,6 +16,7 @@
 #include "korvane/placements/korvane_mission.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane {
 namespace {

@@ -11,7 +11,7 @@
 #include <set>
 #include <thread>
 
-#include "api/record_codec.h"
+#include "backend/record_codec.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/linux/curl_http_client.h"

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "api/url_text.h"
 #include "korvane/platform/screen_presenter.h"
+#include "util/url_text.h"
 
 namespace korvane::testing {
 

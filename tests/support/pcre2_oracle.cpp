@@ -7,7 +7,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "core/log_scrubber.h"
+#include "util/log_scrubber.h"
 
 namespace korvane::testing {
 

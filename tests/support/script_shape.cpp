@@ -1,6 +1,6 @@
 #include "script_shape.h"
 
-#include "core/utf8.h"
+#include "util/utf8.h"
 
 namespace korvane::testing {
 namespace {

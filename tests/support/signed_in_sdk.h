@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"
@@ -10,6 +9,7 @@
 #include "log_capture.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane::testing {
 

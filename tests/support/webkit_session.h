@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "core/sdk_environment.h"
+#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"

@@ -1,9 +1,9 @@
 // Backend records: which bodies decode, what they decode to, and the exact encoded form.
 #include <gtest/gtest.h>
 
-#include "api/record_codec.h"
-#include "api/telemetry_json.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
+#include "backend/telemetry_json.h"
+#include "util/base64.h"
 
 namespace korvane {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <random>
 
-#include "api/gzip.h"
-#include "api/record_codec.h"
+#include "backend/gzip.h"
+#include "backend/record_codec.h"
 #include "fake_platform.h"
 #include "gunzip.h"
 #include "korvane/api/api_service.h"

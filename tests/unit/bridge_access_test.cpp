@@ -3,10 +3,10 @@
 // addresses may leave the SDK for the system.
 #include <gtest/gtest.h>
 
-#include "api/url_text.h"
 #include "korvane/offerwall/offerwall_view.h"
 #include "offerwall/outside_opening.h"
 #include "signed_in_sdk.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {

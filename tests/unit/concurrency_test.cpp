@@ -5,7 +5,6 @@
 #include <set>
 #include <thread>
 
-#include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
@@ -14,6 +13,7 @@
 #include "log_capture.h"
 #include "main_loop_thread.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane {
 namespace {

@@ -10,14 +10,14 @@
 #include <fstream>
 #include <functional>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
 #include "fake_platform.h"
 #include "korvane/api/api_service.h"
 #include "korvane/linux/linux_storage.h"
 #include "log_capture.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "telemetry/event_codec.h"
+#include "util/base64.h"
 
 namespace korvane {
 namespace {

@@ -1,10 +1,10 @@
 // Device identity, model names, install source, the advertising-identifier flow, login assembly.
 #include <gtest/gtest.h>
 
-#include "api/record_codec.h"
+#include "backend/network_manager.h"
+#include "backend/record_codec.h"
 #include "fake_platform.h"
 #include "korvane/api/device_utils.h"
-#include "korvane/api/network_manager.h"
 #include "korvane/core/sdk_defaults.h"
 #include "korvane/platform/auth_interceptor_rules.h"
 #include "log_capture.h"

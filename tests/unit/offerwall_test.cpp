@@ -5,7 +5,6 @@
 #include <iterator>
 #include <thread>
 
-#include "core/sdk_environment.h"
 #include "fake_platform.h"
 #include "fake_screens.h"
 #include "korvane/core/korvane_sdk.h"
@@ -19,6 +18,7 @@
 #include "offerwall/offerwall_url.h"
 #include "script_shape.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 
 namespace korvane {

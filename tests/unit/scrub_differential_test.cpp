@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "core/log_scrubber.h"
 #include "pcre2_oracle.h"
+#include "util/log_scrubber.h"
 
 namespace korvane {
 namespace {

@@ -5,8 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "api/record_codec.h"
-#include "core/sdk_environment.h"
+#include "backend/record_codec.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
@@ -14,6 +13,7 @@
 #include "log_capture.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane {
 namespace {

@@ -8,8 +8,7 @@
 #include <fstream>
 #include <functional>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/telemetry/event_persistence.h"
 #include "korvane/telemetry/event_queue.h"
@@ -17,7 +16,8 @@
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
-#include "telemetry/number_text.h"
+#include "util/base64.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {

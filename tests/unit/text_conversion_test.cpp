@@ -10,10 +10,10 @@
 #include <cmath>
 #include <random>
 
-#include "api/url_text.h"
-#include "core/double_text.h"
 #include "korvane/core/control_labels.h"
 #include "korvane/core/text.h"
+#include "util/double_text.h"
+#include "util/url_text.h"
 
 namespace korvane {
 namespace {

@@ -10,6 +10,7 @@
 #include "dev_server.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "log_capture.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 #include "webkit_session.h"
 

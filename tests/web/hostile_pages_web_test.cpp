@@ -11,6 +11,7 @@
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 #include "webkit_session.h"
 

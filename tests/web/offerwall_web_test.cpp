@@ -15,6 +15,7 @@
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
 #include "log_capture.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 #include "webkit_session.h"
 

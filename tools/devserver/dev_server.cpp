@@ -9,10 +9,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "api/record_codec.h"
-#include "core/base64.h"
+#include "backend/record_codec.h"
 #include "gunzip.h"
 #include "offerwall/bridge_scripts.h"
+#include "util/base64.h"
 #include "webapp_assets.h"
 
 namespace korvane::devserver {

@@ -24,6 +24,7 @@ namespace korvane {
 class EventBatchService;
 class PresentationAnchor;
 class SdkSession;
+class SdkContext;
 
 // The host application's object. Platforms without one pass nothing; the SDK only keeps it
 // (weakly) and never calls it.
@@ -35,7 +36,8 @@ using ApplicationHandle = std::weak_ptr<void>;
 // onFailure for login). Listener callbacks run on the main thread.
 class KorvaneSdk {
  public:
-  // Defined by the platform library the application links, which supplies its services.
+  // The process-wide facade, on the services of the platform library the application links
+  // (platformServicesForProcess).
   static KorvaneSdk& shared();
 
   // Stores the configuration, starts the advertising identifier, the network layer and the
@@ -131,12 +133,16 @@ class KorvaneSdk {
   explicit KorvaneSdk(std::function<PlatformServices()> platform);
   ~KorvaneSdk();
   std::shared_ptr<SdkSession> session() const;
+  std::shared_ptr<const SdkContext> context() const;
 
   friend class KorvaneSdkTestAccess;
-  friend class SdkInternals;
+  friend class FacadeAccess;
+  friend class FacadeContext;
   std::function<PlatformServices()> platform_;
   mutable std::mutex sessionLock_;
   mutable std::shared_ptr<SdkSession> session_;
+  // What the facade hands to the parts it makes; answers from the session of the moment.
+  std::shared_ptr<const SdkContext> context_;
 };
 
 }  // namespace korvane

@@ -10,6 +10,7 @@ namespace korvane {
 
 class OfferwallViewImpl;
 class Screen;
+class SdkContext;
 
 // The embeddable offerwall: a stack of pages with fades and inner-scroll memory. The last
 // "close" reports onClosed once and leaves the page for the host to remove (the host destroys
@@ -25,8 +26,13 @@ class KorvaneOfferwallView {
   // in a full-screen page of its own.
   using FirstPageMaker = std::function<std::unique_ptr<Screen>()>;
 
+  // On the process-wide SDK (KorvaneSdk::shared()), read once, now.
   static std::shared_ptr<KorvaneOfferwallView> create(FirstPageMaker makeFirstPage = nullptr);
-  KorvaneOfferwallView(Token, FirstPageMaker makeFirstPage);
+  // On the context the SDK makes its own views with.
+  static std::shared_ptr<KorvaneOfferwallView> create(std::shared_ptr<const SdkContext> context,
+                                                      FirstPageMaker makeFirstPage = nullptr);
+  KorvaneOfferwallView(Token, std::shared_ptr<const SdkContext> context,
+                       FirstPageMaker makeFirstPage);
   ~KorvaneOfferwallView();
 
   void setCallback(std::shared_ptr<OfferwallCallback> callback);

@@ -13,6 +13,7 @@ class OfferwallControllerImpl;
 class PresentationAnchor;
 class Screen;
 struct ScreenOptions;
+class SdkContext;
 
 // The full-screen offerwall: one page per controller, inner pages as further controllers. Set
 // the fields, then present. Main thread only. Callbacks are shared by all controllers, since one
@@ -24,7 +25,11 @@ class KorvaneOfferwallViewController {
   };
 
  public:
+  // On the process-wide SDK (KorvaneSdk::shared()), read once, now.
   static std::shared_ptr<KorvaneOfferwallViewController> create();
+  // On the context the SDK makes its own pages with.
+  static std::shared_ptr<KorvaneOfferwallViewController> create(
+      std::shared_ptr<const SdkContext> context);
   explicit KorvaneOfferwallViewController(Token) {}
   ~KorvaneOfferwallViewController();
 

@@ -14,6 +14,7 @@
 namespace korvane {
 
 class PresentationAnchor;
+class SdkContext;
 
 // What the host hears about one mission placement. Mission events arrive on the thread that
 // raised them (the main thread for loads and pages); onRefreshed asks the host to load again.
@@ -43,8 +44,11 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
   using SuccessCallback = std::function<void(const std::vector<Mission>&, MissionProgress)>;
   using FailureCallback = std::function<void(KorvaneAdError)>;
 
+  // On the process-wide SDK (KorvaneSdk::shared()), read once, now.
   static std::shared_ptr<KorvaneMission> create();
-  explicit KorvaneMission(Token) {}
+  // On the context the SDK makes its own objects with.
+  static std::shared_ptr<KorvaneMission> create(std::shared_ptr<const SdkContext> context);
+  KorvaneMission(Token, std::shared_ptr<const SdkContext> context);
   ~KorvaneMission();
   KorvaneMission(const KorvaneMission&) = delete;
   KorvaneMission& operator=(const KorvaneMission&) = delete;
@@ -82,12 +86,17 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
 
   // Asks every live instance's listener, once per distinct listener, to load again.
   static void refreshMissionList(const std::optional<std::string>& unitId);
+  // The same, recording the refresh through `context`.
+  static void refreshMissionList(const SdkContext& context,
+                                 const std::optional<std::string>& unitId);
 
  private:
   enum class Report { clicked, impressed, completed, progressed };
   void report(Report kind, const Mission& mission, const char* operation);
   void finishLoad(const MissionResponse& response, const SuccessCallback& onSuccess);
+  bool refusedBeforeInitialization(const char* operation) const;
 
+  const std::shared_ptr<const SdkContext> context_;
   mutable std::mutex mutex_;
   std::vector<Mission> missions_;
   std::optional<MissionResponse> missionResponse_;

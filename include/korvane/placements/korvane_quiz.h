@@ -13,6 +13,7 @@
 namespace korvane {
 
 class PresentationAnchor;
+class SdkContext;
 
 // What the host hears about quizzes, on the main thread.
 class KorvaneQuizEventsListener {
@@ -37,8 +38,11 @@ class KorvaneQuiz : public std::enable_shared_from_this<KorvaneQuiz> {
   using SuccessCallback = std::function<void(const QuizResponse&)>;
   using FailureCallback = std::function<void(KorvaneAdError)>;
 
+  // On the process-wide SDK (KorvaneSdk::shared()), read once, now.
   static std::shared_ptr<KorvaneQuiz> create();
-  explicit KorvaneQuiz(Token) {}
+  // On the context the SDK makes its own objects with.
+  static std::shared_ptr<KorvaneQuiz> create(std::shared_ptr<const SdkContext> context);
+  KorvaneQuiz(Token, std::shared_ptr<const SdkContext> context);
   KorvaneQuiz(const KorvaneQuiz&) = delete;
   KorvaneQuiz& operator=(const KorvaneQuiz&) = delete;
 
@@ -65,7 +69,9 @@ class KorvaneQuiz : public std::enable_shared_from_this<KorvaneQuiz> {
   void refreshAfterCompletion(const QuizEvent& quizEvent);
   void completed(const QuizEvent& quizEvent, int rewardAmount);
   std::shared_ptr<KorvaneQuizEventsListener> listener() const;
+  bool refusedBeforeInitialization(const char* operation) const;
 
+  const std::shared_ptr<const SdkContext> context_;
   mutable std::mutex mutex_;
   std::vector<QuizEvent> quizEvents_;
   std::weak_ptr<KorvaneQuizEventsListener> listener_;

@@ -44,4 +44,8 @@ struct PlatformServices {
   std::shared_ptr<BackgroundTime> backgroundTime;
 };
 
+// The services KorvaneSdk::shared() runs on, asked for once, when the facade is first used.
+// Defined by the platform library the application links (one per process).
+PlatformServices platformServicesForProcess();
+
 }  // namespace korvane

@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/curl_http_client.h"
 #if KORVANE_WITH_WEBKIT
 #include <gtk/gtk.h>
@@ -99,18 +98,8 @@ KorvaneOfferwallView::FirstPageMaker offerwallPageIn(GtkWidget*) {
 
 }  // namespace linux_host
 
-KorvaneSdk& KorvaneSdk::shared() {
-  // Never destroyed: its background work may still run while the process exits. (A local class
-  // may use the private constructor.)
-  union Holder {
-    Holder()
-        : sdk([] { return linux_host::makePlatformServices(linux_host::defaultDataDirectory()); }) {
-    }
-    ~Holder() {}
-    KorvaneSdk sdk;
-  };
-  static Holder holder;
-  return holder.sdk;
+PlatformServices platformServicesForProcess() {
+  return linux_host::makePlatformServices(linux_host::defaultDataDirectory());
 }
 
 }  // namespace korvane

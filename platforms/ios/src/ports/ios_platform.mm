@@ -1,6 +1,5 @@
 #import "ports/ios_platform.h"
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/core/sdk_defaults.h"
 #import "ports/att_tracking_authorization.h"
 #import "ports/dispatch_executor.h"
@@ -41,16 +40,8 @@ PlatformServices makePlatformServices() {
 
 }  // namespace ios
 
-KorvaneSdk& KorvaneSdk::shared() {
-  // Never destroyed: its background work may still run while the process exits. (A local class
-  // may use the private constructor.)
-  union Holder {
-    Holder() : sdk([] { return ios::makePlatformServices(); }) {}
-    ~Holder() {}
-    KorvaneSdk sdk;
-  };
-  static Holder holder;
-  return holder.sdk;
+PlatformServices platformServicesForProcess() {
+  return ios::makePlatformServices();
 }
 
 }  // namespace korvane

@@ -1,8 +1,8 @@
 #import <KorvaneSDK/KorvaneOfferwallView.h>
 
-#import "api/callback_bridges.h"
 #include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view.h"
+#import "objc/callback_bridges.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 

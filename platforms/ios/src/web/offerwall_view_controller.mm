@@ -2,9 +2,9 @@
 
 #import <WebKit/WebKit.h>
 
-#import "api/callback_bridges.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/core/control_labels.h"
+#import "objc/callback_bridges.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 

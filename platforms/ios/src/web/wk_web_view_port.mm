@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-#import "api/foundation_json.h"
 #include "korvane/version.h"
+#import "objc/foundation_json.h"
 #import "support/objc_text.h"
 
 using korvane::ios::toNSString;

@@ -43,7 +43,7 @@ def code_by_origin(map_path):
             else "iOS layer"
             if "platforms/ios" in name
             else "core"
-            if name.endswith(".cpp.o") or "korvane_core" in name
+            if name.endswith(".cpp.o") or "korvane_core" in name or "korvane_facade" in name
             else "other"
         )
         origin[kind] += end - address

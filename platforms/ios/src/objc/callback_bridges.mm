@@ -1,0 +1,162 @@
+#import "objc/callback_bridges.h"
+
+#import "objc/foundation_json.h"
+#import "support/objc_text.h"
+
+using korvane::ios::toNSString;
+
+@implementation KorvaneOfferwallCallbackImpl
+
+- (instancetype)initWithOnOpened:(nullable void (^)(void))onOpened
+                        onClosed:(nullable void (^)(void))onClosed
+                         onError:(nullable void (^)(NSString*))onError
+                  onRewardEarned:(nullable void (^)(NSInteger))onRewardEarned {
+  if ((self = [super init])) {
+    _onOpenedHandler = [onOpened copy];
+    _onClosedHandler = [onClosed copy];
+    _onErrorHandler = [onError copy];
+    _onRewardEarnedHandler = [onRewardEarned copy];
+  }
+  return self;
+}
+
+- (instancetype)init {
+  return [self initWithOnOpened:nil onClosed:nil onError:nil onRewardEarned:nil];
+}
+
+- (void)onOpened {
+  if (self.onOpenedHandler) self.onOpenedHandler();
+}
+- (void)onClosed {
+  if (self.onClosedHandler) self.onClosedHandler();
+}
+- (void)onError:(NSString*)message {
+  if (self.onErrorHandler) self.onErrorHandler(message);
+}
+- (void)onRewardEarned:(NSInteger)amount {
+  if (self.onRewardEarnedHandler) self.onRewardEarnedHandler(amount);
+}
+
+@end
+
+namespace korvane::ios {
+namespace {
+
+// The app is promised these callbacks on the main thread: one that reaches the bridge elsewhere
+// is moved there (the target is captured now, so a weakly held one is not lost on the way).
+void onMainThread(dispatch_block_t call) {
+  if (NSThread.isMainThread) {
+    call();
+  } else {
+    dispatch_async(dispatch_get_main_queue(), call);
+  }
+}
+
+class LoginListenerBridge final : public KorvaneSdkLoginListener {
+ public:
+  explicit LoginListenerBridge(id<KorvaneSdkLoginListener> target) : target_(target) {}
+  void onSuccess() override {
+    id<KorvaneSdkLoginListener> target = target_;
+    onMainThread(^{
+      [target onSuccess];
+    });
+  }
+  void onFailure(KorvaneLoginError error) override {
+    id<KorvaneSdkLoginListener> target = target_;
+    onMainThread(^{
+      [target onFailure:static_cast<::KorvaneLoginError>(error)];
+    });
+  }
+
+ private:
+  id<KorvaneSdkLoginListener> target_;
+};
+
+}  // namespace
+
+void OfferwallCallbackBridge::onOpened() {
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onOpened];
+  });
+}
+void OfferwallCallbackBridge::onClosed() {
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onClosed];
+  });
+}
+void OfferwallCallbackBridge::onError(const std::string& message) {
+  id<KorvaneOfferwallCallback> target = this->target();
+  NSString* text = toNSString(message);
+  onMainThread(^{
+    [target onError:text];
+  });
+}
+void OfferwallCallbackBridge::onRewardEarned(int amount) {
+  id<KorvaneOfferwallCallback> target = this->target();
+  onMainThread(^{
+    [target onRewardEarned:amount];
+  });
+}
+
+void OfferwallEventCallbackBridge::onCustomEvent(const std::string& eventType,
+                                                 const JsonValue& payload) {
+  id<KorvaneOfferwallEventCallback> target = this->target();
+  NSString* type = toNSString(eventType);
+  NSDictionary* body = dictionaryFrom(payload);
+  onMainThread(^{
+    [target onCustomEventWithEventType:type payload:body];
+  });
+}
+
+std::optional<JsonValue> OfferwallEventCallbackBridge::onDataRequest(const std::string& requestId,
+                                                                     const std::string& requestType,
+                                                                     const JsonValue& params) {
+  id answer = [target() onDataRequestWithRequestId:toNSString(requestId)
+                                       requestType:toNSString(requestType)
+                                            params:dictionaryFrom(params)];
+  if (![answer isKindOfClass:NSDictionary.class]) return std::nullopt;  // nil means "no data"
+  return jsonObjectFrom(answer, "onDataRequest answer for " + requestId);
+}
+
+std::shared_ptr<OfferwallCallback> bridge(id<KorvaneOfferwallCallback> _Nullable callback) {
+  if (!callback) return nullptr;
+  return std::make_shared<OfferwallCallbackBridge>(callback, false);
+}
+
+std::shared_ptr<OfferwallEventCallback> bridge(
+    id<KorvaneOfferwallEventCallback> _Nullable callback) {
+  if (!callback) return nullptr;
+  return std::make_shared<OfferwallEventCallbackBridge>(callback, false);
+}
+
+std::shared_ptr<OfferwallCallback> weakBridge(id<KorvaneOfferwallCallback> _Nullable callback) {
+  if (!callback) return nullptr;
+  return std::make_shared<OfferwallCallbackBridge>(callback, true);
+}
+
+std::shared_ptr<OfferwallEventCallback> weakBridge(
+    id<KorvaneOfferwallEventCallback> _Nullable callback) {
+  if (!callback) return nullptr;
+  return std::make_shared<OfferwallEventCallbackBridge>(callback, true);
+}
+
+std::shared_ptr<KorvaneSdkLoginListener> bridge(id<KorvaneSdkLoginListener> _Nullable listener) {
+  if (!listener) return nullptr;
+  return std::make_shared<LoginListenerBridge>(listener);
+}
+
+id<KorvaneOfferwallCallback> _Nullable unbridged(
+    const std::shared_ptr<OfferwallCallback>& callback) {
+  auto* app = dynamic_cast<OfferwallCallbackBridge*>(callback.get());
+  return app ? app->target() : nil;
+}
+
+id<KorvaneOfferwallEventCallback> _Nullable unbridged(
+    const std::shared_ptr<OfferwallEventCallback>& callback) {
+  auto* app = dynamic_cast<OfferwallEventCallbackBridge*>(callback.get());
+  return app ? app->target() : nil;
+}
+
+}  // namespace korvane::ios

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include "backend/network_manager.h"
+#include "context/sdk_context.h"
+#include "korvane/core/executor.h"
+#include "korvane/platform/platform_services.h"
+
+namespace korvane {
+
+// What one SDK session runs on: the platform, the network manager and two executors.
+struct SdkEnvironment {
+  PlatformServices platform;
+  // The process-wide manager unless a test gives its own.
+  std::shared_ptr<NetworkManager> network;
+  // Asynchronous tasks (requests, immediate events).
+  std::shared_ptr<Executor> tasks;
+  // The facade's serial queue: validation and login start here, in submission order.
+  std::shared_ptr<Executor> serial;
+};
+
+// The environment a host process gets: its platform layer's services, the shared network
+// manager, and the platform's executors or else a two-thread task pool and a one-thread serial
+// queue.
+SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
+
+class KorvaneSdk;
+class SdkSession;
+
+// The facade's entry points that make host-facing objects (a placement, an offerwall the host
+// creates) take the process-wide facade's context here, once, when they make one.
+class FacadeAccess {
+ public:
+  static Context context();
+};
+
+// Lets tests start again from a clean facade; not part of the public API.
+class KorvaneSdkTestAccess {
+ public:
+  // Replaces the facade's whole state. Only while no SDK call runs.
+  static void reset(KorvaneSdk& sdk, SdkEnvironment environment);
+};
+
+}  // namespace korvane
