@@ -11,7 +11,6 @@
 #include <string>
 #include <thread>
 
-#include "sdk/sdk_environment.h"
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/core/korvane_sdk.h"
@@ -20,6 +19,7 @@
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "recording_screens.h"
+#include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 
 namespace korvane::testing {
