@@ -1,15 +1,14 @@
 #pragma once
 
-#include <glib.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "dev_server.h"
 #include "fake_platform.h"
@@ -18,6 +17,7 @@
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "page_driver.h"
 #include "recording_screens.h"
 #include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
@@ -86,20 +86,12 @@ class WebKitSession : public Base {
     std::filesystem::remove_all(data_);
   }
 
-  template <typename Predicate>
-  bool pumpUntil(Predicate done, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > until) return false;
-      while (g_main_context_iteration(nullptr, FALSE)) {
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+  // The demo's page driver runs the GLib main context for both.
+  bool pumpUntil(const std::function<bool()>& done,
+                 std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+    return demo::pumpUntil(done, timeout);
   }
-  void pumpFor(std::chrono::milliseconds duration) {
-    pumpUntil([] { return false; }, duration);
-  }
+  void pumpFor(std::chrono::milliseconds duration) { demo::pumpFor(duration); }
 
   // Evaluates `script` in the page on `screen` and waits for its JSON result.
   std::string evaluate(Screen& screen, const std::string& script) {
