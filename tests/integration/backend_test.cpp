@@ -186,6 +186,49 @@ TEST_F(BackendTest, InjectedFaultsReachTheCallerAsTheRightKinds) {
       << "each fault was injected once";
 }
 
+// Pages, redirects, attacker pages and the web app's files misbehave as the endpoints do: late,
+// with a status, or with the connection dropped mid-body; a redirect may answer late.
+TEST_F(BackendTest, PagesRedirectsAndFilesTakeFaultsToo) {
+  const auto get = [&](const std::string& path, std::chrono::milliseconds timeout) {
+    HttpRequest request;
+    request.url = server_.baseUrl() + path;
+    request.timeout = timeout;
+    std::promise<HttpResult> promise;
+    http_->send(request, [&](HttpResult r) { promise.set_value(std::move(r)); });
+    return promise.get_future().get();
+  };
+  const auto body = [](const HttpResult& result) {
+    const auto* response = std::get_if<HttpResponse>(&result);
+    return response ? std::to_string(response->status) + " " + response->body : "no response";
+  };
+  const auto failure = [](const HttpResult& result) {
+    const auto* error = std::get_if<TransportError>(&result);
+    return error ? std::optional(error->kind) : std::nullopt;
+  };
+  server_.setPage("/pages/target.html", "target");
+  server_.setRedirect("/pages/away.html", server_.baseUrl() + "/pages/target.html");
+  server_.setRedirect("/pages/slow-away.html", server_.baseUrl() + "/pages/target.html", 1500ms);
+  EXPECT_EQ(body(get("/pages/away.html", 5s)), "200 target");
+  EXPECT_EQ(failure(get("/pages/slow-away.html", 300ms)), TransportErrorKind::timedOut);
+  EXPECT_EQ(body(get("/pages/slow-away.html", 5s)), "200 target");
+
+  server_.setDelay("/hostile/attack.html", 1500ms);
+  EXPECT_EQ(failure(get("/hostile/attack.html", 300ms)), TransportErrorKind::timedOut);
+  server_.setFault("/offerwall/index.html", Fault{503, 0ms, false, false, 1});
+  EXPECT_EQ(body(get("/offerwall/index.html", 5s)).substr(0, 4), "503 ");
+  EXPECT_EQ(body(get("/offerwall/index.html", 5s)).substr(0, 4), "200 ");
+  server_.setFault("/pages/target.html", Fault{0, 0ms, true, false, 1});
+  EXPECT_EQ(failure(get("/pages/target.html", 5s)), TransportErrorKind::connectionLost);
+  EXPECT_EQ(body(get("/pages/target.html", 5s)), "200 target");
+  server_.clearFaults();
+  EXPECT_EQ(body(get("/hostile/attack.html", 5s)).substr(0, 4), "200 ");
+
+  std::vector<int> statuses;
+  for (const devserver::RecordedRequest& r : server_.requestsTo("/pages/target.html"))
+    statuses.push_back(r.status);
+  EXPECT_EQ(statuses, (std::vector<int>{200, 200, 0, 200})) << "each request recorded as answered";
+}
+
 TEST_F(BackendTest, BodiesTheBackendCannotReadAreRefusedWithAReason) {
   ApiServiceImpl service = api();
   HttpRequest request = service.createRequest(server_.baseUrl() + "/v1/api/sdk/event", "POST");

@@ -312,7 +312,11 @@ struct DevServer::State {
   std::vector<RecordedRequest> requests;
   std::vector<TrackEventRequest> events;
   std::map<std::string, std::string> pages;
-  std::map<std::string, std::string> redirects;  // path -> Location
+  struct Redirect {
+    std::string location;
+    std::chrono::milliseconds delay{0};
+  };
+  std::map<std::string, Redirect> redirects;
   std::string baseUrl;
 
   std::optional<App> findApp(const std::string& key) const {
@@ -328,6 +332,25 @@ struct DevServer::State {
     if (found == faults.end() || found->second.times == 0) return std::nullopt;
     if (found->second.times > 0) --found->second.times;
     return found->second;
+  }
+
+  // A fault set for a page, a file or a redirect: its delay, then its status or its dropped
+  // connection. True when the fault answered the request; the caller records it either way.
+  bool answerWithFault(const httplib::Request& req, httplib::Response& res,
+                       RecordedRequest& record) {
+    const std::optional<Fault> fault = takeFault(req.path);
+    if (!fault) return false;
+    if (fault->delay.count() > 0) std::this_thread::sleep_for(fault->delay);
+    if (fault->dropConnection) {
+      record.status = 0;
+      res.set_content_provider(1024, "text/html",
+                               [](std::size_t, std::size_t, httplib::DataSink&) { return false; });
+      return true;
+    }
+    if (fault->status == 0) return false;
+    record.status = res.status = fault->status;
+    res.set_content("injected failure", "text/plain");
+    return true;
   }
 
   Json appData(const App& app) const {
@@ -441,9 +464,16 @@ void DevServer::setPage(const std::string& path, std::string html) {
   state_->pages[path] = std::move(html);
 }
 
-void DevServer::setRedirect(const std::string& path, std::string location) {
+void DevServer::setRedirect(const std::string& path, std::string location,
+                            std::chrono::milliseconds delay) {
   std::lock_guard lock(state_->mutex);
-  state_->redirects[path] = std::move(location);
+  state_->redirects[path] = {std::move(location), delay};
+}
+
+void DevServer::setDelay(const std::string& path, std::chrono::milliseconds delay) {
+  Fault slow;
+  slow.delay = delay;
+  setFault(path, slow);
 }
 
 std::vector<RecordedRequest> DevServer::requests() const {
@@ -689,8 +719,18 @@ void DevServer::installRoutes() {
   server_->Get(R"(/pages/.*)", [state](const httplib::Request& req, httplib::Response& res) {
     RecordedRequest record = recordOfPageRequest(req);
     // A slow resource keeps the page that uses it loading.
-    if (std::optional<Fault> fault = state->takeFault(req.path))
-      std::this_thread::sleep_for(fault->delay);
+    if (state->answerWithFault(req, res, record)) {
+      std::lock_guard lock(state->mutex);
+      state->requests.push_back(std::move(record));
+      return;
+    }
+    std::chrono::milliseconds redirectDelay{0};
+    {
+      std::lock_guard lock(state->mutex);
+      if (const auto redirect = state->redirects.find(req.path); redirect != state->redirects.end())
+        redirectDelay = redirect->second.delay;
+    }
+    if (redirectDelay.count() > 0) std::this_thread::sleep_for(redirectDelay);
     std::lock_guard lock(state->mutex);
     const auto page = state->pages.find(req.path);
     const auto redirect = state->redirects.find(req.path);
@@ -698,7 +738,7 @@ void DevServer::installRoutes() {
                     : page == state->pages.end()       ? 404
                                                        : 200;
     if (redirect != state->redirects.end()) {
-      res.set_redirect(redirect->second, 302);
+      res.set_redirect(redirect->second.location, 302);
     } else if (page == state->pages.end()) {
       res.status = 404;
       res.set_content("not found", "text/plain");
@@ -712,6 +752,11 @@ void DevServer::installRoutes() {
   const auto serveAssets = [state](const std::vector<WebAsset>& assets) {
     return [state, &assets](const httplib::Request& req, httplib::Response& res) {
       RecordedRequest record = recordOfPageRequest(req);
+      if (state->answerWithFault(req, res, record)) {
+        std::lock_guard lock(state->mutex);
+        state->requests.push_back(std::move(record));
+        return;
+      }
       const std::string name = req.matches[1].str();
       record.status = 404;
       res.status = 404;
@@ -747,6 +792,11 @@ void DevServer::installRoutes() {
   // The sample offerwall web app, its data and images; requests are recorded like pages.
   server_->Get(R"(/offerwall/(.*))", [state](const httplib::Request& req, httplib::Response& res) {
     RecordedRequest record = recordOfPageRequest(req);
+    if (state->answerWithFault(req, res, record)) {
+      std::lock_guard lock(state->mutex);
+      state->requests.push_back(std::move(record));
+      return;
+    }
     const std::string name = req.matches[1].str().empty() ? "index.html" : req.matches[1].str();
     const std::string base = state->baseUrl + "/offerwall/";
     std::optional<std::pair<std::string, std::string>> body;  // content, type

@@ -47,7 +47,8 @@ struct RecordedRequest {
   std::optional<std::string> header(std::string_view name) const;
 };
 
-// How an endpoint misbehaves, for the next `times` requests (negative: until cleared).
+// How an endpoint, a page or a file misbehaves, for the next `times` requests (negative: until
+// cleared). A page or a file takes the delay, the status and the dropped connection.
 struct Fault {
   int status = 0;                      // answer with this status and an error body
   std::chrono::milliseconds delay{0};  // wait this long first
@@ -91,9 +92,13 @@ class DevServer {
   int port() const { return port_; }
 
   void addApp(App app);
-  // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch", or the path of a page
-  // (see setPage), where only the delay applies.
+  // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch", or the path of anything
+  // else the server answers: a page or redirect (see setPage), an attacker page, a file of the
+  // web app. A fault on a redirect's path comes before its delay.
   void setFault(const std::string& path, Fault fault);
+  // Every request for `path` is answered `delay` late, until the faults are cleared (a slow
+  // page keeps its load, and its frame's or window's, under way that long).
+  void setDelay(const std::string& path, std::chrono::milliseconds delay);
   void clearFaults();
   // Refuse unknown apps with a body the SDK cannot decode instead of a JSON refusal.
   void setUndecodableRefusals(bool undecodable);
@@ -103,8 +108,9 @@ class DevServer {
   // Serves `html` at `path`, which starts with "/pages/"; a path ending in ".js" is served as a
   // script (module scripts need that type).
   void setPage(const std::string& path, std::string html);
-  // Answers requests for `path` (under "/pages/") with a 302 to `location`.
-  void setRedirect(const std::string& path, std::string location);
+  // Answers requests for `path` (under "/pages/") with a 302 to `location`, `delay` late.
+  void setRedirect(const std::string& path, std::string location,
+                   std::chrono::milliseconds delay = {});
   // Every origin also serves the attacker pages of tools/devserver/hostile at "/hostile/<name>";
   // what they send to "/hostile/report" (query and body) is recorded like any request.
 
