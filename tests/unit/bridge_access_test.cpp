@@ -175,7 +175,7 @@ class BridgeAccessTest : public testing::SignedInSdk {
 };
 
 // The table: a trusted origin's main frame gets everything; any other origin, an opaque one and
-// every sub frame (even of a trusted origin) get only "close" and "retry", and each refusal is
+// every sub frame (even of a trusted origin) get only "close", and each refusal is
 // one warning naming the type and the origin.
 TEST_F(BridgeAccessTest, OnlyATrustedOriginsMainFrameGetsMoreThanTheHarmlessMessages) {
   const struct {
@@ -488,7 +488,7 @@ TEST_F(BridgeAccessTest, RedirectsOfTheOfferwallsOwnLoadToTheSameSiteKeepTheBrid
     EXPECT_EQ(log_.contains("[W/KorvaneOfferwallViewController] 🚫 Offerwall address redirected "
                             "to origin " +
                             origin +
-                            ", which is not trusted: its pages get only \"close\" and \"retry\" "
+                            ", which is not trusted: its pages get only \"close\" "
                             "from the bridge. An app that trusts it adds it with "
                             "KorvaneSdkConfig::Builder::addTrustedOrigin(\"" +
                             origin + "\") (-addTrustedOrigin: in Objective-C)"),
