@@ -40,6 +40,7 @@ class NullHost final : public BridgeHost {
   bool isSubPage() const override { return false; }
   std::string contextType() const override { return "quiz"; }
   std::optional<std::string> quizId() const override { return "q"; }
+  bool showsOfflinePage() const override { return false; }
   std::shared_ptr<OfferwallEventCallback> events = std::make_shared<AnsweringEvents>();
 };
 
