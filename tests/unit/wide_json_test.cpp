@@ -1,5 +1,5 @@
 // JSON objects of many keys from outside the process: read whole, in order, with the library's
-// meaning of a repeated key.
+// meaning of a repeated key; and bridge messages longer than their limit refused unread.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -8,6 +8,7 @@
 #include "korvane/api/api_service.h"
 #include "korvane/core/json_object_builder.h"
 #include "log_capture.h"
+#include "signed_in_sdk.h"
 #include "telemetry/event_codec.h"
 #include "util/base64.h"
 #include "util/keyed_hash.h"
@@ -161,6 +162,59 @@ TEST_F(WideJsonDoorTest, BackendAnswersAndTheEventFileAreReadWhole) {
   ASSERT_EQ(events.value().size(), 1u);
   EXPECT_TRUE(isWideObject(events.value()[0].payload.value(), 100000, {5}));
   EXPECT_EQ(validEventCount(file), 1u);
+}
+
+class HeardEvents final : public OfferwallEventCallback {
+ public:
+  void onCustomEvent(const std::string&, const JsonValue& payload) override {
+    payloads.push_back(payload);
+  }
+  std::optional<JsonValue> onDataRequest(const std::string&, const std::string&,
+                                         const JsonValue&) override {
+    return std::nullopt;
+  }
+  std::vector<JsonValue> payloads;
+};
+
+class WideBridgeTest : public testing::SignedInSdk {
+ protected:
+  void SetUp() override {
+    SignedInSdk::SetUp();
+    KorvaneOfferwallViewController::setEventCallback(events_);
+    controller_ = KorvaneOfferwallViewController::create();
+    controller_->baseUrl = "https://hub.example/";
+    controller_->present();
+    settle();
+  }
+  // A customEvent message whose payload is wideObject(keys), padded to `bytes` in all.
+  static std::string customEvent(std::size_t keys, std::size_t bytes) {
+    std::string message =
+        R"({"type":"customEvent","data":{"eventType":"wide","payload":)" + wideObject(keys) + "}}";
+    message.insert(1, bytes - message.size(), ' ');
+    return message;
+  }
+  void post(const std::string& body) {
+    log_.clear();
+    screen(0).view.post(body);
+    settle();
+  }
+
+  std::shared_ptr<HeardEvents> events_ = std::make_shared<HeardEvents>();
+  std::shared_ptr<KorvaneOfferwallViewController> controller_;
+};
+
+TEST_F(WideBridgeTest, AMessageOfTheLongestLengthIsReadWholeAndALongerOneIsRefusedUnread) {
+  post(customEvent(15000, kMaxScriptMessageBytes));
+  ASSERT_EQ(events_->payloads.size(), 1u);
+  EXPECT_TRUE(isWideObject(events_->payloads[0], 15000));
+
+  for (const std::size_t bytes : {kMaxScriptMessageBytes + 1, 4 * kMaxScriptMessageBytes}) {
+    post(customEvent(15000, bytes));
+    EXPECT_EQ(events_->payloads.size(), 1u) << bytes;
+    EXPECT_EQ(log_.messages(),
+              std::vector<std::string>{"[W/KorvaneOfferwallViewController] Refused a message to "
+                                       "korvaneNative: longer than 262144 bytes"});
+  }
 }
 
 }  // namespace
