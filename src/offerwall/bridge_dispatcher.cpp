@@ -31,6 +31,11 @@ std::optional<std::string> textField(const JsonValue& data, const char* key) {
 std::optional<BridgeMessage> parseBridgeMessage(const ScriptMessage& message, BridgeHostKind kind,
                                                 std::string_view tag) {
   if (!acceptedHandler(message.handlerName) || !message.isString) return std::nullopt;
+  // The port should have refused it already; the core does not count on that.
+  if (message.body.size() > kMaxScriptMessageBytes) {
+    warnOverlongScriptMessage(tag, message.handlerName);
+    return std::nullopt;
+  }
   KorvaneLogger::d(tag, (kind == BridgeHostKind::controller ? "Received webkit message from "
                                                             : "Received webkit message: ") +
                             message.handlerName);

@@ -140,7 +140,7 @@ class EventFileValidator final : public nlohmann::json_sax<Json> {
     --depth_;
     return true;
   }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+  bool parse_error(std::size_t, const std::string&, const Json::exception&) override {
     return refuse(json::corrupted("", "the given data was not valid JSON"));
   }
 

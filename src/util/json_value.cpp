@@ -1,8 +1,11 @@
 #include "korvane/core/json_value.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "korvane/core/json_object_builder.h"
 
 namespace korvane {
 namespace {
@@ -43,7 +46,7 @@ class DepthLimit {
     return inner_.end_array();
   }
   bool parse_error(std::size_t position, const std::string& token,
-                   const nlohmann::detail::exception& error) {
+                   const JsonValue::exception& error) {
     return inner_.parse_error(position, token, error);
   }
 
@@ -79,9 +82,77 @@ class Nothing final : public nlohmann::json_sax<JsonValue> {
   bool end_object() override { return true; }
   bool start_array(std::size_t) override { return true; }
   bool end_array() override { return true; }
-  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+  bool parse_error(std::size_t, const std::string&, const JsonValue::exception&) override {
     return false;
   }
+};
+
+// Builds the value the parser's events describe. Each object is filled through a
+// JsonObjectBuilder, so that an object of many keys costs time in proportion to its text, as an
+// array does.
+class TreeBuilder final : public nlohmann::json_sax<JsonValue> {
+ public:
+  explicit TreeBuilder(JsonValue& root) : root_(root) {}
+
+  bool null() override { return put(nullptr); }
+  bool boolean(bool value) override { return put(value); }
+  bool number_integer(number_integer_t value) override { return put(value); }
+  bool number_unsigned(number_unsigned_t value) override { return put(value); }
+  bool number_float(number_float_t value, const string_t&) override { return put(value); }
+  // The parser clears its text before the next token: the text can be taken, not copied.
+  bool string(string_t& value) override { return put(std::move(value)); }
+  bool binary(binary_t& value) override { return put(std::move(value)); }
+  bool start_object(std::size_t) override {
+    JsonValue& object = place(JsonValue::object());
+    open_.push_back(Open{nullptr, JsonObjectBuilder(object)});
+    return true;
+  }
+  bool key(string_t& name) override {
+    nextValue_ = &(*open_.back().object)[std::move(name)];
+    return true;
+  }
+  bool end_object() override {
+    open_.pop_back();
+    return true;
+  }
+  bool start_array(std::size_t) override {
+    JsonValue& array = place(JsonValue::array());
+    open_.push_back(Open{array.get_ptr<JsonValue::array_t*>(), std::nullopt});
+    return true;
+  }
+  bool end_array() override {
+    open_.pop_back();
+    return true;
+  }
+  bool parse_error(std::size_t, const std::string&, const JsonValue::exception&) override {
+    return false;
+  }
+
+ private:
+  // An array or an object still open, the innermost last. Only the innermost one grows, so what
+  // points into the outer ones stays valid.
+  struct Open {
+    JsonValue::array_t* array;
+    std::optional<JsonObjectBuilder> object;
+  };
+
+  template <typename Value>
+  bool put(Value&& value) {
+    place(JsonValue(std::forward<Value>(value)));
+    return true;
+  }
+
+  // Where a new value goes: the root, the open array's end, or the key just read.
+  JsonValue& place(JsonValue&& value) {
+    if (open_.empty()) return root_ = std::move(value);
+    if (JsonValue::array_t* array = open_.back().array)
+      return array->emplace_back(std::move(value));
+    return *nextValue_ = std::move(value);
+  }
+
+  JsonValue& root_;
+  std::vector<Open> open_;
+  JsonValue* nextValue_ = nullptr;
 };
 
 Error malformed() {
@@ -98,8 +169,7 @@ Error tooDeep() {
 
 Result<JsonValue> parseDepthLimitedJson(std::string_view text) {
   JsonValue value;
-  // The library's own tree builder, the one JsonValue::parse uses, behind the depth check.
-  nlohmann::detail::json_sax_dom_parser<JsonValue> builder(value, /*allow_exceptions_=*/false);
+  TreeBuilder builder(value);
   DepthLimit limited(builder);
   if (JsonValue::sax_parse(text.begin(), text.end(), &limited)) return value;
   return limited.tooDeep() ? tooDeep() : malformed();

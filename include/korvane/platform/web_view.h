@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "korvane/core/error.h"
 #include "korvane/platform/http_client.h"
@@ -53,6 +55,15 @@ struct ScriptMessage {
   bool mainFrame = true;
   std::string frameOrigin{};
 };
+
+// The longest script message body, in bytes of UTF-8 (of its JSON text for a body that is not a
+// string), that a port hands on and the core reads. The bridge's own messages are a few KB; the
+// limit leaves them ample room and keeps any frame from making the main thread read megabytes.
+inline constexpr std::size_t kMaxScriptMessageBytes = 256 * 1024;
+
+// Writes, under `tag`, the one warning line that refuses a script message to `handlerName` for
+// being longer than kMaxScriptMessageBytes. The body is not logged.
+void warnOverlongScriptMessage(std::string_view tag, std::string_view handlerName);
 
 // What a web view reports, always on the main thread.
 class WebViewDelegate {

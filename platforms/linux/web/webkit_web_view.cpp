@@ -215,6 +215,10 @@ void onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult* result, 
   ScriptMessage message;
   message.handlerName = entry->second;
   message.body = stringProperty(value, "body");
+  // WebKitGTK tells a string's length only by converting it; the conversion is linear, the
+  // reading the core would do next is what must not see a long body.
+  if (message.body.size() > kMaxScriptMessageBytes)
+    return warnOverlongScriptMessage("WebKitWebView", message.handlerName);
   message.isString = booleanProperty(value, "isString");
   message.mainFrame = booleanProperty(value, "mainFrame");
   message.frameOrigin = stringProperty(value, "origin");

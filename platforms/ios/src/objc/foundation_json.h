@@ -2,7 +2,9 @@
 
 #import <Foundation/Foundation.h>
 
+#include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "korvane/core/json_value.h"
@@ -21,6 +23,12 @@ std::optional<JsonValue> jsonObjectFrom(NSDictionary* _Nullable dictionary,
 
 // Any value an app or WebKit hands over, by the same rules; nothing when it is left out.
 std::optional<JsonValue> jsonValueFrom(id _Nullable value, std::string_view context);
+
+// The JSON text of a value WebKit hands over, by the same rules ("null" for what is left out);
+// nothing when the text would be longer than `maxBytes`, in which case the conversion stops as
+// soon as that is certain.
+std::optional<std::string> jsonTextFrom(id _Nullable value, std::string_view context,
+                                        std::size_t maxBytes);
 
 // A JSON value for the app: objects as dictionaries, arrays, strings, numbers, booleans, NSNull.
 id foundationFrom(const JsonValue& value);

@@ -182,12 +182,23 @@ korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
   korvane::ScriptMessage received;
   received.handlerName = toStdString(message.name);
   if ([message.body isKindOfClass:NSString.class]) {
-    received.body = toStdString(message.body);
+    // No string has more UTF-16 units than its UTF-8 bytes: a long one is refused unconverted.
+    NSString* body = message.body;
+    if (body.length <= korvane::kMaxScriptMessageBytes) received.body = toStdString(body);
+    if (body.length > korvane::kMaxScriptMessageBytes ||
+        received.body.size() > korvane::kMaxScriptMessageBytes) {
+      korvane::warnOverlongScriptMessage("WKWebView", received.handlerName);
+      return;
+    }
   } else {
     received.isString = false;
-    received.body = korvane::ios::jsonValueFrom(message.body, "script message")
-                        .value_or(korvane::JsonValue(nullptr))
-                        .dump(-1, ' ', false, korvane::JsonValue::error_handler_t::replace);
+    std::optional<std::string> text =
+        korvane::ios::jsonTextFrom(message.body, "script message", korvane::kMaxScriptMessageBytes);
+    if (!text) {
+      korvane::warnOverlongScriptMessage("WKWebView", received.handlerName);
+      return;
+    }
+    received.body = std::move(*text);
   }
   received.mainFrame = message.frameInfo.isMainFrame;
   received.frameOrigin = originOf(message.frameInfo);
