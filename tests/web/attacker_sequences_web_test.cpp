@@ -374,7 +374,8 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
         return {{"op", "bridgeThenLeave"},
                 {"type", step.message},
                 {"n", step.index},
-                {"leaveTo", pageUrl(attacker_, step.index)}};
+                {"leaveTo", pageUrl(attacker_, step.index)},
+                {"leaveFirst", step.leaveFirst}};
       default:
         return JsonValue::object();
     }

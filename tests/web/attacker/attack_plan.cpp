@@ -204,6 +204,7 @@ Plan planAttack(std::uint64_t seed, std::size_t steps) {
         break;
       case Action::bridgeThenLeave:
         step.message = random() % 2 ? "getUserInfo" : "dataRequest";
+        step.leaveFirst = random() % 2 == 0;
         break;
       case Action::personClick:
         step.target = Target::top;
@@ -241,7 +242,10 @@ std::string describe(const Step& step) {
                   ? std::string(" for ") + name(step.place)
                   : "");
     case Action::bridgeThenLeave:
-      return line + in + "sends \"" + step.message + "\", then goes to the attacker's page at once";
+      return line + in +
+             (step.leaveFirst
+                  ? "goes to the attacker's page and at once sends \"" + step.message + "\""
+                  : "sends \"" + step.message + "\", then goes to the attacker's page at once");
     case Action::personClick:
       return line + "a person clicks the top page's offer link to " + name(step.place);
     case Action::slowBase:

@@ -17,7 +17,8 @@ enum class Action {
   removeFrame,      // the last frame it added
   storm,            // a frame pointed at an app or store Place every 50 ms for 3 s
   bridge,           // a bridge message; openWebView and closeOpenWebView take a Place's page
-  bridgeThenLeave,  // a message whose reply comes later, then at once to the attacker's page
+  bridgeThenLeave,  // a message answered into the page, and at once to the attacker's page
+                    // (before the message or after it)
   personClick,      // a person clicks the top page's offer link, pointed at an app or store Place
   slowBase,         // the offerwall's own address answers 1.5 s late from now on, or quickly again
 };
@@ -50,8 +51,9 @@ struct Step {
   Target target = Target::top;
   How how = How::location;
   Place place = Place::trustedPage;
-  std::string message;  // bridge and bridgeThenLeave: the message type
-  bool on = true;       // slowBase
+  std::string message;      // bridge and bridgeThenLeave: the message type
+  bool on = true;           // slowBase
+  bool leaveFirst = false;  // bridgeThenLeave: the page leaves, then sends the message
 };
 
 // A sequence: where the offerwall is shown, whether its own address starts slow, the steps.
