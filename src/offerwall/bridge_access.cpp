@@ -43,10 +43,6 @@ bool isWebScheme(std::string_view scheme) {
 
 }  // namespace
 
-bool mayLearnAdvertisingId(const BridgeTrust& trust, const std::optional<std::string>& currentUrl) {
-  return !trust.policyEnabled || (currentUrl && trust.trusts(*currentUrl));
-}
-
 bool redirectKeepsTrust(std::string_view from, std::string_view to) {
   const std::optional<OriginParts> a = partsOf(from);
   const std::optional<OriginParts> b = partsOf(to);
@@ -88,15 +84,17 @@ BridgeTrust bridgeTrustForOfferwall(const SessionFacts& session,
 }
 
 bool isHarmlessBridgeMessage(std::string_view type) {
-  return type == "close" || type == "retry";
+  return type == "close";
 }
 
 std::optional<std::string> bridgeRefusal(const BridgeTrust& trust, const std::string& type,
-                                         const ScriptMessage& sender) {
+                                         const ScriptMessage& sender, bool offlinePageShown) {
   if (!trust.policyEnabled || isHarmlessBridgeMessage(type)) return std::nullopt;
   const bool trustedOrigin = trust.trusts(sender.frameOrigin);
   if (sender.mainFrame && trustedOrigin) return std::nullopt;
   const std::string origin = sender.frameOrigin.empty() ? "(opaque)" : sender.frameOrigin;
+  if (type == "retry" && sender.mainFrame && sender.frameOrigin.empty() && offlinePageShown)
+    return std::nullopt;
   return "🚫 Bridge message '" + type + "' refused: " +
          (sender.mainFrame ? "origin " + origin + " is not trusted"
                            : "sent from a sub frame (origin " + origin + ")");

@@ -29,13 +29,8 @@ struct BridgeTrust {
 BridgeTrust bridgeTrustForOfferwall(const SessionFacts& session,
                                     const std::optional<std::string>& address);
 
-// Messages any page or frame may send: they only act on the page that sent them ("close") or
-// reload the offerwall's own address ("retry").
+// The message any page or frame may send: it only closes the page that sent it.
 bool isHarmlessBridgeMessage(std::string_view type);
-
-// Whether the page shown at `currentUrl` may learn the advertising id: like the user's profile,
-// only a page of a trusted origin (any page with the policy off).
-bool mayLearnAdvertisingId(const BridgeTrust& trust, const std::optional<std::string>& currentUrl);
 
 // Whether a server redirect of the offerwall's own load from origin `from` to origin `to` (both in
 // normal form) stays with the same site, so that `to` is trusted as `from` is: only http upgraded
@@ -47,8 +42,10 @@ bool redirectKeepsTrust(std::string_view from, std::string_view to);
 std::string untrustedRedirectWarning(const std::string& origin);
 
 // Nothing when a message of `type` from `sender` is honoured; otherwise the one warning to log.
-// With the policy on, only a trusted origin's main frame gets more than the harmless messages.
+// With the policy on, only a trusted origin's main frame gets more than "close"; "retry" comes
+// from a trusted origin's main frame or, while the page shows it, the SDK's own offline page (the
+// main frame of an opaque origin).
 std::optional<std::string> bridgeRefusal(const BridgeTrust& trust, const std::string& type,
-                                         const ScriptMessage& sender);
+                                         const ScriptMessage& sender, bool offlinePageShown);
 
 }  // namespace korvane

@@ -71,8 +71,14 @@ BridgeDispatcher::BridgeDispatcher(BridgeHostKind kind, std::string tag,
 void BridgeDispatcher::receive(const ScriptMessage& message) {
   std::optional<BridgeMessage> parsed = parseBridgeMessage(message, kind_, tag_);
   if (!parsed) return;
-  if (std::optional<std::string> refusal = bridgeRefusal(*trust_, parsed->type, message))
+  const auto host = host_.lock();
+  const bool offline = host && host->showsOfflinePage();
+  if (std::optional<std::string> refusal = bridgeRefusal(*trust_, parsed->type, message, offline))
     return KorvaneLogger::w(tag_, *refusal);
+  if (trust_->policyEnabled) {
+    if (std::optional<std::string> origin = url::origin(message.frameOrigin))
+      parsed->replyOrigins.push_back(*origin);
+  }
   dispatch(*parsed);
 }
 
@@ -112,7 +118,7 @@ void BridgeDispatcher::dispatch(const BridgeMessage& message) {
   } else if (type == "openAdjoeOfferwall") {
     openAdjoe(data);
   } else if (type == "checkAppInstalled") {
-    checkAppInstalled(data);
+    checkAppInstalled(data, message.replyOrigins);
   } else if (type == "quizCompleted") {
     quizCompleted(data);
   } else if (type == "quizStarted") {
@@ -121,11 +127,11 @@ void BridgeDispatcher::dispatch(const BridgeMessage& message) {
              type == "missionRefreshed") {
     missionMessage(type, data);
   } else if (type == "getUserInfo") {
-    getUserInfo();
+    getUserInfo(message.replyOrigins);
   } else if (type == "customEvent") {
     customEvent(data);
   } else if (type == "dataRequest") {
-    dataRequest(data);
+    dataRequest(data, message.replyOrigins);
   } else {
     KorvaneLogger::w(tag_, "Unknown message type: " + type);
   }
@@ -179,13 +185,18 @@ void BridgeDispatcher::openAdjoe(const JsonValue& data) {
   });
 }
 
+std::string BridgeDispatcher::forSender(const std::vector<std::string>& replyTo,
+                                        const std::string& script) const {
+  return trust_->policyEnabled ? forDocumentsOf(replyTo, script) : script;
+}
+
 void BridgeDispatcher::replyAppInstalled(const std::string& callbackName, bool installed,
-                                         const std::string& identifier) {
-  onMain([tag = tag_, callbackName, installed, identifier](BridgeHost& host) {
-    std::optional<std::string> script =
-        appInstalledReplyScript(callbackName, installed, identifier);
-    if (!script) return;  // the name was refused when the message arrived
-    host.evaluate(*script, [tag, callbackName](const Result<std::string>& outcome) {
+                                         const std::string& identifier,
+                                         const std::vector<std::string>& replyTo) {
+  std::optional<std::string> script = appInstalledReplyScript(callbackName, installed, identifier);
+  if (!script) return;  // the name was refused when the message arrived
+  onMain([tag = tag_, callbackName, reply = forSender(replyTo, *script)](BridgeHost& host) {
+    host.evaluate(reply, [tag, callbackName](const Result<std::string>& outcome) {
       if (outcome) {
         KorvaneLogger::d(tag, "App installed result sent to " + callbackName + " successfully");
       } else {
@@ -196,7 +207,8 @@ void BridgeDispatcher::replyAppInstalled(const std::string& callbackName, bool i
   });
 }
 
-void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
+void BridgeDispatcher::checkAppInstalled(const JsonValue& data,
+                                         const std::vector<std::string>& replyTo) {
   std::string callbackName = textField(data, "callback").value_or("");
   if (callbackName.empty()) callbackName = "onAppInstalledResult";
   // The name becomes a global name in the reply, so anything else could run the page's own code.
@@ -207,32 +219,33 @@ void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
   const std::optional<std::string> identifier = textField(data, "identifier");
   if (!identifier || identifier->empty()) {
     KorvaneLogger::w(tag_, "checkAppInstalled: Missing identifier");
-    return replyAppInstalled(callbackName, false, "");
+    return replyAppInstalled(callbackName, false, "", replyTo);
   }
   const bool controller = kind_ == BridgeHostKind::controller;
-  mainThread_->post([self = shared_from_this(), callbackName, id = *identifier, controller] {
+  mainThread_->post([self = shared_from_this(), callbackName, id = *identifier, controller,
+                     replyTo] {
     if (!url::isValid(id) || !self->urlOpener_) {
       KorvaneLogger::w(self->tag_, "Invalid URL scheme: " + id);
-      return self->replyAppInstalled(callbackName, false, id);
+      return self->replyAppInstalled(callbackName, false, id, replyTo);
     }
     if (!mayOpenOutside(id, OutsideOpening::app)) {
       KorvaneLogger::w(self->tag_, outsideOpeningRefusal(id));
-      return self->replyAppInstalled(callbackName, false, id);
+      return self->replyAppInstalled(callbackName, false, id, replyTo);
     }
     // Whichever comes first answers: the system's completion or the fallback.
     auto answered = std::make_shared<std::atomic<bool>>(false);
     TaskHandle fallback = self->mainThread_->postAfter(
-        kAppCheckFallback, [self, answered, callbackName, id, controller] {
+        kAppCheckFallback, [self, answered, callbackName, id, controller, replyTo] {
           if (answered->exchange(true)) return;
           KorvaneLogger::w(self->tag_, controller
                                            ? "⏱️ Timeout fallback triggered: completion handler not "
                                              "called for " +
                                                  id
                                            : "⏱️ Timeout fallback triggered for " + id);
-          self->replyAppInstalled(callbackName, false, id);
+          self->replyAppInstalled(callbackName, false, id, replyTo);
         });
     self->urlOpener_->open(
-        id, [self, answered, fallback, callbackName, id, controller](bool opened) {
+        id, [self, answered, fallback, callbackName, id, controller, replyTo](bool opened) {
           if (answered->exchange(true)) return;
           fallback.cancel();
           if (opened) {
@@ -242,7 +255,7 @@ void BridgeDispatcher::checkAppInstalled(const JsonValue& data) {
                                                      : "❌ App not installed or failed: ") +
                                              id);
           }
-          self->replyAppInstalled(callbackName, opened, id);
+          self->replyAppInstalled(callbackName, opened, id, replyTo);
         });
   });
 }
@@ -311,14 +324,14 @@ void BridgeDispatcher::missionMessage(const std::string& type, const JsonValue& 
   });
 }
 
-void BridgeDispatcher::getUserInfo() {
-  onMain([session = context_->session()](BridgeHost& host) {
+void BridgeDispatcher::getUserInfo(const std::vector<std::string>& replyTo) {
+  onMain([self = shared_from_this(), session = context_->session(), replyTo](BridgeHost& host) {
     const std::optional<KorvaneSdkUser> user = session->currentUser();
     JsonValue info{{"userId", user ? user->userId() : std::string()},
                    {"gender", user && user->gender() ? stringValue(*user->gender()) : ""},
                    {"birthYear", nullptr}};
     if (user && user->birthYear()) info["birthYear"] = *user->birthYear();
-    host.evaluate(userInfoReplyScript(info), nullptr);
+    host.evaluate(self->forSender(replyTo, userInfoReplyScript(info)), nullptr);
   });
 }
 
@@ -347,7 +360,7 @@ void BridgeDispatcher::customEvent(const JsonValue& data) {
   });
 }
 
-void BridgeDispatcher::dataRequest(const JsonValue& data) {
+void BridgeDispatcher::dataRequest(const JsonValue& data, const std::vector<std::string>& replyTo) {
   const std::optional<std::string> requestId = textField(data, "requestId");
   const std::optional<std::string> requestType = textField(data, "requestType");
   if (!requestId || !requestType) {
@@ -371,10 +384,10 @@ void BridgeDispatcher::dataRequest(const JsonValue& data) {
     return KorvaneLogger::d(tag_,
                             "No data returned for request '" + *requestId + "' from parent app");
   }
-  onMain([tag = tag_, id = *requestId, response = std::move(*response)](BridgeHost& alive) {
-    std::optional<std::string> script = dataResponseScript(id, response);
-    if (!script) return;
-    alive.evaluate(*script, [tag, id](const Result<std::string>& outcome) {
+  std::optional<std::string> script = dataResponseScript(*requestId, *response);
+  if (!script) return;
+  onMain([tag = tag_, id = *requestId, reply = forSender(replyTo, *script)](BridgeHost& alive) {
+    alive.evaluate(reply, [tag, id](const Result<std::string>& outcome) {
       if (outcome) {
         KorvaneLogger::d(tag, "Data response sent for request '" + id + "'");
       } else {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "context/sdk_context.h"
 #include "korvane/core/error.h"
@@ -22,6 +23,9 @@ enum class BridgeHostKind { controller, embeddedView };
 struct BridgeMessage {
   std::string type;
   JsonValue data = JsonValue::object();
+  // The origins a reply carrying the user's data may reach: the sender's own. Empty with the
+  // origin policy off (any document).
+  std::vector<std::string> replyOrigins{};
 };
 
 // Reads a script message: only the bridge's handler names, only string bodies holding a JSON
@@ -47,6 +51,8 @@ class BridgeHost {
   virtual bool isSubPage() const = 0;
   virtual std::string contextType() const = 0;
   virtual std::optional<std::string> quizId() const = 0;
+  // Whether the page shows the SDK's own offline page (loaded by the SDK, not navigated to).
+  virtual bool showsOfflinePage() const = 0;
 };
 
 // Runs bridge messages for one host: the sixteen types in their documented order, every action
@@ -60,26 +66,29 @@ class BridgeDispatcher : public std::enable_shared_from_this<BridgeDispatcher> {
 
   void receive(const ScriptMessage& message);
   const BridgeTrust& trust() const { return *trust_; }
+
+ private:
   void dispatch(const BridgeMessage& message);
 
   // How long checkAppInstalled waits for the system before answering "not installed".
   static constexpr std::chrono::milliseconds kAppCheckFallback{2000};
 
- private:
   // Runs `action` on the main thread if the host still exists.
   void onMain(std::function<void(BridgeHost&)> action);
   void externalOpenBrowser(const JsonValue& data);
   void trackEvent(const JsonValue& data);
   void openAdjoe(const JsonValue& data);
-  void checkAppInstalled(const JsonValue& data);
+  void checkAppInstalled(const JsonValue& data, const std::vector<std::string>& replyTo);
   void replyAppInstalled(const std::string& callbackName, bool installed,
-                         const std::string& identifier);
+                         const std::string& identifier, const std::vector<std::string>& replyTo);
   void quizCompleted(const JsonValue& data);
   void quizStarted();
   void missionMessage(const std::string& type, const JsonValue& data);
-  void getUserInfo();
+  void getUserInfo(const std::vector<std::string>& replyTo);
   void customEvent(const JsonValue& data);
-  void dataRequest(const JsonValue& data);
+  void dataRequest(const JsonValue& data, const std::vector<std::string>& replyTo);
+  // A reply for the sender's document only (see forDocumentsOf).
+  std::string forSender(const std::vector<std::string>& replyTo, const std::string& script) const;
 
   BridgeHostKind kind_;
   std::string tag_;

@@ -103,6 +103,17 @@ std::string advertisingIdScript(const std::string& advertisingId) {
          singleQuotedContent(advertisingId) + "'; }";
 }
 
+std::string forDocumentsOf(const std::vector<std::string>& origins, const std::string& script) {
+  if (origins.empty()) return "undefined";
+  // Plain comparisons only: a page can replace the functions a script would call, not these.
+  std::string test;
+  for (const std::string& origin : origins) {
+    if (!test.empty()) test += " || ";
+    test += "location.origin === " + scriptJson(JsonValue(origin));
+  }
+  return "if (" + test + ") {\n" + script + "\n}";
+}
+
 std::string userInfoReplyScript(const JsonValue& userInfo) {
   return "if (window.onUserInfoReceived) {\n    window.onUserInfoReceived(" + scriptJson(userInfo) +
          ");\n}";

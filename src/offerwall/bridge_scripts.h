@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "korvane/core/json_value.h"
 
@@ -20,6 +21,13 @@ const std::string& korvaneBridgeScript();
 // Tells a page that defines window.KorvaneConfig the advertising identifier (as a string
 // literal, whatever the text holds).
 std::string advertisingIdScript(const std::string& advertisingId);
+
+// `script` made to run only in a document of one of `origins` (in url::origin's normal form),
+// as that document's own location says when it runs: what the SDK writes into a page (the
+// advertising id, replies with the user's data) reaches no other document, even one that
+// replaced the page after the SDK decided. The location of a document cannot be changed by its
+// scripts. Without origins it runs nowhere.
+std::string forDocumentsOf(const std::vector<std::string>& origins, const std::string& script);
 
 // Whether `name` may stand in a reply as a global name: an ASCII JavaScript identifier.
 bool isPlainIdentifier(std::string_view name);

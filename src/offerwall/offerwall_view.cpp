@@ -114,6 +114,7 @@ class EmbeddedPage final : public PageHost, public BridgeHost {
   bool isSubPage() const override { return false; }
   std::string contextType() const override { return "offerwall"; }
   std::optional<std::string> quizId() const override { return std::nullopt; }
+  bool showsOfflinePage() const override { return offlinePageShown(); }
 
  protected:
   void closeFromPage() override { closePage(); }

@@ -101,6 +101,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   std::optional<std::string> quizId() const override {
     return owner() ? owner()->quizId : std::nullopt;
   }
+  bool showsOfflinePage() const override { return offlinePageShown(); }
 
   // PageHost
   void closeFromPage() override { closePage(); }

@@ -34,17 +34,36 @@ std::string outsideOpeningRefusal(const std::string& url) {
   return "🚫 Not handing this URL to the system (scheme not allowed): " + url;
 }
 
-std::optional<std::string> ungesturedOpeningRefusal(const BridgeTrust& trust,
-                                                    const NavigationAction& action,
-                                                    const std::optional<std::string>& pageUrl) {
-  if (action.userGesture) return std::nullopt;
-  const bool trustedPage = !trust.policyEnabled || (pageUrl && trust.trusts(*pageUrl));
-  if (action.mainFrame && trustedPage) return std::nullopt;
-  std::string origin = pageUrl ? url::origin(*pageUrl).value_or("") : "";
-  if (origin.empty()) origin = "(opaque)";
-  return "🚫 Not opening a " + lowerCaseScheme(action.url) + ": address without a user gesture: " +
-         (action.mainFrame ? "origin " + origin + " is not trusted"
-                           : "it comes from a sub frame of a page of origin " + origin);
+bool TouchWindow::take(std::int64_t nowMillis) {
+  if (!lastTouch_) return false;
+  const std::int64_t since = nowMillis - *lastTouch_;
+  if (since < 0 || since > kWindowMillis) return false;
+  lastTouch_.reset();
+  return true;
+}
+
+OpeningJudgement judgeOutsideOpening(const BridgeTrust& trust, const NavigationAction& action,
+                                     TouchWindow& touches, std::int64_t nowMillis) {
+  const std::optional<FrameFacts>& source = action.source;
+  if (source && source->mainFrame && (!trust.policyEnabled || trust.trusts(source->origin)))
+    return {true, {}};
+  if (action.userGesture) return {true, {}};
+  if (touches.take(nowMillis)) return {true, {}};
+  if (!source) return {false, "the web engine does not say which page asked"};
+  const std::string origin = source->origin.empty() ? "(opaque)" : source->origin;
+  return {false, source->mainFrame ? "origin " + origin + " is not trusted"
+                                   : "it comes from a sub frame (origin " + origin + ")"};
+}
+
+PersonQuestion outsideOpeningQuestion(const std::string& url) {
+  const NavigationDecision decision = decideNavigation(url);
+  if (decision == NavigationDecision::openAppStore ||
+      decision == NavigationDecision::openUniversalLink) {
+    return {"App Store에서 여시겠습니까?", "이 페이지가 App Store를 열려고 합니다.", "열기",
+            "취소"};
+  }
+  return {"다른 앱에서 여시겠습니까?",
+          "이 페이지가 다른 앱(" + lowerCaseScheme(url) + ":)을 열려고 합니다.", "열기", "취소"};
 }
 
 }  // namespace korvane

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "korvane/platform/person_prompt.h"
 #include "korvane/platform/web_view.h"
 #include "offerwall/bridge_access.h"
 
@@ -25,13 +27,40 @@ bool mayOpenOutside(std::string_view url, OutsideOpening purpose);
 // The warning logged when an address is kept in.
 std::string outsideOpeningRefusal(const std::string& url);
 
-// Whether a navigation the policy would hand to the system (another app, the App Store) may go:
-// when a person started it, or when the main frame of a trusted page did, as the offerwall's own
-// pages script their store and app links (with the origin policy off, any page's main frame).
-// Not by origin alone: an advertiser's offer page opens its app when the person taps. `pageUrl`
-// is the address of the page shown. Nothing when it may go; otherwise the one warning to log.
-std::optional<std::string> ungesturedOpeningRefusal(const BridgeTrust& trust,
-                                                    const NavigationAction& action,
-                                                    const std::optional<std::string>& pageUrl);
+// A person's touches on one web view, and the outside opening each allows. A touch allows one
+// opening within kWindow of it: an offer's tap goes through a click tracker, its redirects and a
+// landing page whose script sends the person to the store, which takes a few seconds on a slow
+// mobile network; a page cannot save a touch for later or spend one twice.
+class TouchWindow {
+ public:
+  static constexpr std::int64_t kWindowMillis = 10000;
+
+  void touched(std::int64_t nowMillis) { lastTouch_ = nowMillis; }
+  // Whether a touch allows an opening now; it is spent when it does.
+  bool take(std::int64_t nowMillis);
+  // Whether one was reported and not spent yet (within its window or not).
+  bool pending() const { return lastTouch_.has_value(); }
+
+ private:
+  std::optional<std::int64_t> lastTouch_;
+};
+
+// How an address that the navigation policy would hand to the system (another app, the App
+// Store) goes: at once, or only if the person says yes.
+struct OpeningJudgement {
+  bool openNow = false;
+  // Why the person is asked (the engine's account of who asked), for the warning.
+  std::string reason;
+};
+
+// At once when the trusted page's own main-frame document asked (any page's main frame with the
+// origin policy off), when the engine recorded a person's activation for it, or within a touch's
+// window (which it spends). Anything else is asked of the person: a sub frame, an untrusted
+// document, and a navigation whose asker the engine does not report.
+OpeningJudgement judgeOutsideOpening(const BridgeTrust& trust, const NavigationAction& action,
+                                     TouchWindow& touches, std::int64_t nowMillis);
+
+// The question put to the person before `url` leaves for the App Store or another app.
+PersonQuestion outsideOpeningQuestion(const std::string& url);
 
 }  // namespace korvane

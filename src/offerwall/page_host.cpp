@@ -1,5 +1,7 @@
 #include "offerwall/page_host.h"
 
+#include <cstdint>
+
 #include "korvane/core/logger.h"
 #include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"
@@ -46,6 +48,16 @@ bool PageHost::networkAvailable() const {
   return !platform().reachability || platform().reachability->isConnected();
 }
 
+std::int64_t PageHost::nowMillis() const {
+  return platform().clock ? platform().clock->nowMillis() : 0;
+}
+
+void PageHost::loadInPage(const WebRequest& request) {
+  if (!webView_) return;
+  offlineShown_ = false;
+  webView_->load(request);
+}
+
 void PageHost::loadComposed(bool includeQuizItems) {
   if (!networkAvailable()) {
     KorvaneLogger::w(tag_, "No network connection detected, showing offline UI");
@@ -81,8 +93,9 @@ void PageHost::loadComposed(bool includeQuizItems) {
     KorvaneLogger::d(self->tag_, "Loading offerwall URL: " + *url);
     const WebRequest request = offerwallRequest(*url, self->page_);
     self->identifiedOrigin_ = url::origin(*url).value_or("");
-    self->identificationInFlight_ = !request.headers.empty();
-    self->webView_->load(request);
+    self->identifies_ = !request.headers.empty();
+    self->identificationInFlight_ = self->identifies_;
+    self->loadInPage(request);
   });
 }
 
@@ -90,7 +103,7 @@ void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
-  webView_->load(plainRequest(url));
+  loadInPage(plainRequest(url));
 }
 
 void PageHost::showOfflinePage() {
@@ -100,6 +113,7 @@ void PageHost::showOfflinePage() {
     if (!self || !self->webView_) return;
     self->identificationInFlight_ = false;
     self->ownLoadOrigin_.reset();
+    self->offlineShown_ = true;
     self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
   });
 }
@@ -118,14 +132,16 @@ void PageHost::retryLoad() {
     if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
     self->identificationInFlight_ = false;
-    self->webView_->load(plainRequest(*base));
+    self->loadInPage(plainRequest(*base));
     // The offerwall's own address again: its redirects are judged as the first load's are.
     self->ownLoadOrigin_ = url::origin(*base).value_or("");
   });
 }
 
 void PageHost::reloadPage() {
-  if (webView_) webView_->reload();
+  if (!webView_) return;
+  identificationInFlight_ = identifies_;
+  webView_->reload();
 }
 
 void PageHost::evaluateInPage(const std::string& script,
@@ -147,36 +163,77 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
   const NavigationDecision decision = decideNavigation(url);
   if (handsToSystem(decision)) {
-    const std::optional<std::string> refusal =
-        ungesturedOpeningRefusal(*trust_, action, webView_ ? webView_->currentUrl() : std::nullopt);
-    if (refusal) {
-      KorvaneLogger::w(tag_, *refusal);
-      return NavigationPolicy::cancel;
+    const OpeningJudgement judgement = judgeOutsideOpening(*trust_, action, touches_, nowMillis());
+    if (judgement.openNow) {
+      handToSystem(url, decision);
+    } else {
+      askBeforeOpening(url, decision, judgement.reason);
     }
+    return NavigationPolicy::cancel;
   }
+  if (decision == NavigationDecision::closeOfferwall) {
+    platform().mainThread->post([weak = weak_from_this()] {
+      if (auto self = weak.lock()) self->closeFromPage();
+    });
+    return NavigationPolicy::cancel;
+  }
+  // Whatever replaces the SDK's offline page is not it.
+  if (!action.fromSdk) offlineShown_ = false;
+  return action.mainFrame ? followOwnLoad(url) : NavigationPolicy::allow;
+}
+
+void PageHost::handToSystem(const std::string& url, NavigationDecision decision) {
   switch (decision) {
-    case NavigationDecision::allow:
-      return action.mainFrame ? followOwnLoad(url) : NavigationPolicy::allow;
-    case NavigationDecision::closeOfferwall:
-      platform().mainThread->post([weak = weak_from_this()] {
-        if (auto self = weak.lock()) self->closeFromPage();
-      });
-      break;
     case NavigationDecision::openAppStore:
-      openOutside(url, OutsideOpening::browser, "✅ Opened App Store: " + url,
-                  "❌ Failed to open App Store: " + url);
-      break;
+      return openOutside(url, OutsideOpening::browser, "✅ Opened App Store: " + url,
+                         "❌ Failed to open App Store: " + url);
     case NavigationDecision::openUniversalLink:
-      openOutside(url, OutsideOpening::browser, "✅ Opened App Store (Universal Link): " + url,
-                  "❌ Failed to open App Store (Universal Link): " + url);
-      break;
+      return openOutside(url, OutsideOpening::browser,
+                         "✅ Opened App Store (Universal Link): " + url,
+                         "❌ Failed to open App Store (Universal Link): " + url);
     case NavigationDecision::openWithSystem:
-      openOutside(url, OutsideOpening::app, "✅ Opened custom scheme: " + url,
-                  "❌ Failed to open custom scheme: " + lowerCaseScheme(url) +
-                      ":// (app not installed or launch failed)");
-      break;
+      return openOutside(url, OutsideOpening::app, "✅ Opened custom scheme: " + url,
+                         "❌ Failed to open custom scheme: " + lowerCaseScheme(url) +
+                             ":// (app not installed or launch failed)");
+    case NavigationDecision::allow:
+    case NavigationDecision::closeOfferwall:
+      return;
   }
-  return NavigationPolicy::cancel;
+}
+
+void PageHost::askBeforeOpening(const std::string& url, NavigationDecision decision,
+                                const std::string& reason) {
+  const OutsideOpening purpose = decision == NavigationDecision::openWithSystem
+                                     ? OutsideOpening::app
+                                     : OutsideOpening::browser;
+  if (!mayOpenOutside(url, purpose)) return KorvaneLogger::w(tag_, outsideOpeningRefusal(url));
+  const std::string refusal =
+      "🚫 Not opening a " + lowerCaseScheme(url) + ": address without a person's touch: " + reason;
+  if (!platform().prompt || !webView_)
+    return KorvaneLogger::w(tag_, refusal + "; there is no one to ask");
+  if (questionOpen_)
+    return KorvaneLogger::w(tag_, refusal + "; the person is being asked about another address");
+  if (declined_) {
+    return KorvaneLogger::w(tag_,
+                            refusal + "; the person said no and has not touched the page since");
+  }
+  KorvaneLogger::w(tag_, refusal + "; asking the person");
+  questionOpen_ = true;
+  platform().prompt->ask(*webView_, outsideOpeningQuestion(url),
+                         [weak = weak_from_this(), url, decision](bool yes) {
+                           auto self = weak.lock();
+                           // A page that left the screen opens nothing for a late answer.
+                           if (!self || !self->webView_) return;
+                           self->questionOpen_ = false;
+                           if (yes) return self->handToSystem(url, decision);
+                           self->declined_ = true;
+                           KorvaneLogger::i(self->tag_, "The person chose not to open " + url);
+                         });
+}
+
+void PageHost::personTouched() {
+  touches_.touched(nowMillis());
+  declined_ = false;
 }
 
 // Pages have no windows besides their own: an address meant for a new one follows the same
@@ -186,22 +243,24 @@ void PageHost::requestNewWindow(const NavigationAction& action) {
   const std::string& url = action.url;
   if (url.empty() || url == "about:blank") return;
   if (decideNavigation(url) != NavigationDecision::allow) {
-    // As a navigation of the main frame (the ports do not say which frame asked for the
-    // window), with the person's gesture when there was one.
-    decidePolicy({url, true, action.userGesture});
+    // As a navigation of the main frame, asked for by whoever the engine says asked.
+    NavigationAction asNavigation = action;
+    asNavigation.mainFrame = true;
+    decidePolicy(asNavigation);
     return;
   }
   KorvaneLogger::d(tag_, "Loading a new window's address in the page: " + url);
   if (!webView_) return;
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
-  webView_->load(plainRequest(url));
+  loadInPage(plainRequest(url));
 }
 
 NavigationPolicy PageHost::followOwnLoad(const std::string& url) {
   const std::string to = url::origin(url).value_or("");
   if (identificationInFlight_) {
-    if (to == identifiedOrigin_) return NavigationPolicy::allow;
+    // Only an origin both addresses have is the same: two without one are not alike.
+    if (!to.empty() && to == identifiedOrigin_) return NavigationPolicy::allow;
     judgeRedirect(identifiedOrigin_, to);
     return loadWithoutIdentification(url);
   }
@@ -232,7 +291,7 @@ NavigationPolicy PageHost::loadWithoutIdentification(const std::string& url) {
   platform().mainThread->post([weak = weak_from_this(), url] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
-    self->webView_->load(plainRequest(url));
+    self->loadInPage(plainRequest(url));
     // Still the offerwall's own load: its further redirects are judged as well.
     self->ownLoadOrigin_ = url::origin(url).value_or("");
   });
@@ -267,9 +326,13 @@ void PageHost::didFinishNavigation() {
     }
   });
   // The identifier is for the offerwall's own pages, not for whatever the web view came to show
-  // (a link followed, a new window's address, a redirect elsewhere).
-  if (advertisingIdKnown_ && mayLearnAdvertisingId(*trust_, webView_->currentUrl()))
-    webView_->evaluateJavaScript(advertisingIdScript(page_.advertisingId), nullptr);
+  // (a link followed, a new window's address, a redirect elsewhere): the document it reaches
+  // decides, when the script runs, by its own origin.
+  if (advertisingIdKnown_) {
+    const std::string script = advertisingIdScript(page_.advertisingId);
+    webView_->evaluateJavaScript(
+        trust_->policyEnabled ? forDocumentsOf(trust_->origins, script) : script, nullptr);
+  }
   afterPageLoaded();
 }
 

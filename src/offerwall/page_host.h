@@ -9,6 +9,7 @@
 #include "korvane/platform/platform_services.h"
 #include "korvane/platform/web_view.h"
 #include "offerwall/bridge_dispatcher.h"
+#include "offerwall/navigation_policy.h"
 #include "offerwall/offerwall_url.h"
 #include "offerwall/outside_opening.h"
 
@@ -43,8 +44,12 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void loadComposed(bool includeQuizItems);
   void loadAsGiven(const std::string& url);
   void retryLoad();
+  // Loads the page shown again; its redirects are judged as the composed load's are, since a
+  // reload sends again whatever headers the page was loaded with.
   void reloadPage();
   void showOfflinePage();
+  // Whether the page shows the SDK's own offline page (loaded by the SDK, not navigated to).
+  bool offlinePageShown() const { return offlineShown_; }
   void evaluateInPage(const std::string& script,
                       std::function<void(Result<std::string>)> completion);
   void openAdjoeFromPage(const std::string& placementId,
@@ -57,6 +62,7 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void didFailNavigation(const Error& error, bool provisional) override;
   void webContentProcessDidTerminate() override;
   void didReceiveScriptMessage(const ScriptMessage& message) override;
+  void personTouched() override;
   void runAlert(const std::string& message, std::function<void()> dismissed) override;
 
  protected:
@@ -74,6 +80,14 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
 
  private:
   bool networkAvailable() const;
+  std::int64_t nowMillis() const;
+  // Every load the SDK starts in the page goes through here.
+  void loadInPage(const WebRequest& request);
+  // Hands an address the navigation policy sends out to the system.
+  void handToSystem(const std::string& url, NavigationDecision decision);
+  // An opening nobody vouched for: the person decides, one question at a time.
+  void askBeforeOpening(const std::string& url, NavigationDecision decision,
+                        const std::string& reason);
   void openOutside(const std::string& url, OutsideOpening purpose, const std::string& opened,
                    const std::string& failed);
   // Web engines carry a request's headers along its redirects; the identification headers are
@@ -96,6 +110,13 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   OfferwallPage page_;
   WebView* webView_ = nullptr;  // owned by its screen
   bool advertisingIdKnown_ = false;
+  bool offlineShown_ = false;
+  TouchWindow touches_;
+  bool questionOpen_ = false;
+  // The person said no; the page is not asked again until they touch it.
+  bool declined_ = false;
+  // The composed load carried the identification headers: a reload sends them again.
+  bool identifies_ = false;
   // The composed address's load with its identification headers, until it finishes or fails.
   bool identificationInFlight_ = false;
   std::string identifiedOrigin_;

@@ -123,7 +123,8 @@ void EventBatchService::loadPersistedEvents() {
     KorvaneLogger::w(kTag, "Dropped the " + std::to_string(pushedOut) +
                                " oldest queued events to make room for persisted ones");
   accepted_ += count;
-  KorvaneLogger::d(kTag, "Cleared persistence after loading " + std::to_string(count) + " events");
+  // The file may keep events the queue had no room for; takeEvents logs how many.
+  KorvaneLogger::d(kTag, "Queued " + std::to_string(count) + " persisted events");
 }
 
 EventBatchService::Tally EventBatchService::tally() const {

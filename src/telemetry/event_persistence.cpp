@@ -15,8 +15,6 @@
 namespace korvane {
 namespace {
 
-constexpr std::size_t kTrimTrigger = 1000;  // trimming starts once the file held this many
-constexpr std::size_t kTrimKeep = 500;      // and keeps this many of the newest
 constexpr std::string_view kTag = "EventBatchService";
 
 std::optional<std::string> readWhole(const std::string& path) {
@@ -181,9 +179,11 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   }
   const std::string added = encodeEvent(event);
   const std::size_t count = existing ? existing->events : 0;
-  const bool withinLimits =
-      count < kTrimTrigger && (!existing || isYoung(existing->oldestTimestamp)) &&
-      isYoung(event.timestamp) && fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
+  // No bound on the count: the size and age bounds already bound the file, and a file that grew
+  // during an outage keeps what may exist nowhere else until loads drain it.
+  const bool withinLimits = (!existing || isYoung(existing->oldestTimestamp)) &&
+                            isYoung(event.timestamp) &&
+                            fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
   if (!withinLimits) {
     std::vector<Event> events;
     if (text) {
@@ -194,8 +194,6 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
         noteReplacedDamage(decoded.error());  // the check above and decoding disagree
     }
     events.push_back(event);
-    if (count >= kTrimTrigger)
-      events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(kTrimKeep));
     return writeLocked(path.value(), events);
   }
   // The usual case: the file's own text stays as it is and the new event is added at its end.

@@ -126,6 +126,24 @@ class FakeUrlOpener final : public UrlOpener {
   std::vector<std::function<void(bool)>> pending;
 };
 
+// The person, asked before a page opens something unasked: answers `yes` at once, or holds the
+// answer when `holds` is set. Records the questions in order.
+class FakePersonPrompt final : public PersonPrompt {
+ public:
+  bool yes = false;
+  bool holds = false;
+  void ask(WebView&, const PersonQuestion& question, std::function<void(bool)> answer) override {
+    asked.push_back(question);
+    if (holds) {
+      held.push_back(std::move(answer));
+    } else if (answer) {
+      answer(yes);
+    }
+  }
+  std::vector<PersonQuestion> asked;
+  std::vector<std::function<void(bool)>> held;
+};
+
 class FakeReachability final : public Reachability {
  public:
   bool connected = true;
@@ -144,6 +162,7 @@ struct FakePlatform {
   std::shared_ptr<FakeLifecycle> lifecycle = std::make_shared<FakeLifecycle>();
   std::shared_ptr<FakeUrlOpener> urlOpener = std::make_shared<FakeUrlOpener>();
   std::shared_ptr<FakeReachability> reachability = std::make_shared<FakeReachability>();
+  std::shared_ptr<FakePersonPrompt> prompt = std::make_shared<FakePersonPrompt>();
 
   PlatformServices services() const {
     PlatformServices s;
@@ -157,6 +176,7 @@ struct FakePlatform {
     s.lifecycle = lifecycle;
     s.urlOpener = urlOpener;
     s.reachability = reachability;
+    s.prompt = prompt;
     return s;
   }
 };

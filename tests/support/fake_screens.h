@@ -85,7 +85,7 @@ class FakePresenter final : public ScreenPresenter {
     }
     WebView& webView() override { return view; }
     void setCloseHandler(std::function<void()> handler) override { close = std::move(handler); }
-    void setRefreshHandler(std::function<void()>) override {}
+    void setRefreshHandler(std::function<void()> handler) override { refresh = std::move(handler); }
     void setDismissedHandler(std::function<void()> handler) override {
       dismissed = std::move(handler);
     }
@@ -108,6 +108,7 @@ class FakePresenter final : public ScreenPresenter {
     void afterTransition(std::function<void()> then) override { then(); }
     FakeWebView view;
     std::function<void()> close;
+    std::function<void()> refresh;
     std::function<void()> dismissed;
 
    private:

@@ -33,6 +33,8 @@ struct WebSessionParts {
   std::shared_ptr<UrlOpener> opener;
   std::shared_ptr<OfferwallEventCallback> events;
   std::shared_ptr<Reachability> reachability = std::make_shared<FakeReachability>();
+  // The person, asked before a page opens something unasked.
+  std::shared_ptr<PersonPrompt> prompt = std::make_shared<FakePersonPrompt>();
 };
 
 // The SDK on the Linux platform with real WebKitGTK screens, validated by and logged in to a
@@ -55,6 +57,7 @@ class WebKitSession : public Base {
         tracking_status::kAuthorized, parts.advertisingId);
     environment.platform.urlOpener = parts.opener;
     environment.platform.reachability = parts.reachability;
+    environment.platform.prompt = parts.prompt;
     environment.platform.screens = screens_;
     environment.platform.lifecycle = nullptr;
     environment.network = std::make_shared<NetworkManager>(parts.networkSession);

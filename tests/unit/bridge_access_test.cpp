@@ -231,15 +231,53 @@ TEST_F(BridgeAccessTest, OnlyATrustedOriginsMainFrameGetsMoreThanTheHarmlessMess
                 "origin https://evil.example is not trusted"}));
 }
 
-TEST_F(BridgeAccessTest, AnySenderMayCloseItsOwnPageOrRetry) {
+// Any sender may close its own page. "retry" reloads the offerwall's address without the user's
+// identification, so it comes only from a trusted main frame or the SDK's own offline page.
+TEST_F(BridgeAccessTest, AnySenderMayCloseItsOwnPageRetryComesFromTheWallOrTheOfflinePage) {
+  const struct {
+    const char* sender;
+    bool mainFrame;
+    const char* origin;
+    bool offlinePageShown;
+    bool retries;
+  } senders[] = {
+      {"the trusted page", true, "https://hub.example", false, true},
+      {"the offline page", true, "", true, true},
+      {"an opaque page the wall went to", true, "", false, false},
+      {"another origin", true, "https://evil.example", false, false},
+      {"another origin once the offline page was up", true, "https://evil.example", true, false},
+      {"a frame of the trusted page", false, "https://hub.example", false, false},
+      {"a frame over the offline page", false, "", true, false},
+  };
+  for (const auto& sender : senders) {
+    SCOPED_TRACE(sender.sender);
+    fake_.reachability->connected = !sender.offlinePageShown;
+    auto root = present("https://hub.example/");
+    fake_.reachability->connected = true;
+    testing::FakeWebView& view = screen(0).view;
+    ASSERT_EQ(view.htmlLoads.size(), sender.offlinePageShown ? 1u : 0u);
+    if (!sender.offlinePageShown) {
+      view.delegate.lock()->didFinishNavigation();
+      view.delegate.lock()->decidePolicy({"data:text/html,x", true});
+    }
+    const std::size_t loads = view.loads.size();
+    log_.clear();
+    view.postFrom(R"({"type":"retry"})", sender.mainFrame, sender.origin);
+    settle();
+    EXPECT_EQ(view.loads.size(), loads + (sender.retries ? 1u : 0u));
+    EXPECT_EQ(refusals(), sender.retries ? 0u : 1u);
+    root->closeOfferwall();
+    settle();
+  }
+
+  KorvaneOfferwallViewController::setOfferwallCallback(callback_);
+  KorvaneOfferwallViewController::setHasFiredOnClosed(false);
   auto root = present("https://hub.example/");
   screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://evil.example/landing"}})");
   settle();
   ASSERT_EQ(presenter_->live.size(), 2u);
-  screen(1).view.postFrom(R"({"type":"retry"})", false, "https://ads.example");
-  settle();
-  ASSERT_EQ(screen(1).view.loads.size(), 2u);
-  EXPECT_EQ(screen(1).view.loads[1].url, "https://evil.example/landing");
+  log_.clear();
+  callback_->heard.clear();
   screen(1).view.postFrom(R"({"type":"close"})", false, "https://ads.example");
   settle();
   EXPECT_EQ(presenter_->live.size(), 1u) << "the inner page closed, the root stays";
@@ -276,84 +314,15 @@ TEST_F(BridgeAccessTest, OnlyAllowedSchemesReachTheSystem) {
   EXPECT_NE(page.view.scripts[0].find("\"installed\": false"), std::string::npos);
 
   page.view.post(R"({"type":"checkAppInstalled","data":{"identifier":"kakaotalk://open"}})");
-  EXPECT_EQ(delegate->decidePolicy({"kakaotalk://chat", true}), NavigationPolicy::cancel);
+  EXPECT_EQ(delegate->decidePolicy(
+                {"kakaotalk://chat", true, false, FrameFacts{true, "https://hub.example"}}),
+            NavigationPolicy::cancel);
   EXPECT_EQ(sdk_.openExternalBrowser("file:///tmp/x.html", "p"), false);
   EXPECT_EQ(sdk_.openExternalBrowser("https://example.com/deal", "p"), true);
   settle();
   EXPECT_EQ(fake_.urlOpener->opened,
             (std::vector<std::string>{"https://example.com/deal", "kakaotalk://open",
                                       "kakaotalk://chat"}));
-}
-
-// What the navigation policy hands to the system (another app, the App Store) leaves only when a
-// person started the navigation, or when the main frame of a trusted page did (the offerwall's own
-// pages script their store links); anything else is cancelled with one warning naming the scheme
-// and the origin, whatever the road: a navigation or a new window's address.
-TEST_F(BridgeAccessTest, AppsAndTheAppStoreOpenOnlyOnAGestureOrFromATrustedMainFrame) {
-  enum class From { trustedMainFrame, untrustedMainFrame, subFrame, untrustedNewWindow };
-  const struct {
-    From from;
-    bool gesture;
-    bool opens;
-  } cases[] = {
-      {From::trustedMainFrame, true, true},   {From::trustedMainFrame, false, true},
-      {From::untrustedMainFrame, true, true}, {From::untrustedMainFrame, false, false},
-      {From::subFrame, true, true},           {From::subFrame, false, false},
-      {From::untrustedNewWindow, true, true}, {From::untrustedNewWindow, false, false},
-  };
-  const struct {
-    const char* url;
-    const char* scheme;
-  } addresses[] = {
-      {"kakaotalk://chat/room", "kakaotalk"},
-      {"itms-apps://apps.apple.com/app/id1", "itms-apps"},
-      {"https://apps.apple.com/app/id1", "https"},
-  };
-  for (const auto& address : addresses) {
-    for (const auto& c : cases) {
-      SCOPED_TRACE(std::string(address.url) + " from case " +
-                   std::to_string(static_cast<int>(c.from)) +
-                   (c.gesture ? " with a gesture" : " without a gesture"));
-      auto root = present("https://hub.example/wall");
-      testing::FakeWebView& view = screen(0).view;
-      auto delegate = view.delegate.lock();
-      ASSERT_TRUE(delegate);
-      delegate->didFinishNavigation();
-      const bool untrusted =
-          c.from == From::untrustedMainFrame || c.from == From::untrustedNewWindow;
-      if (untrusted) {
-        ASSERT_EQ(view.follow("https://ads.example/landing"), NavigationPolicy::allow);
-      }
-      delegate->didFinishNavigation();
-      settle();
-      fake_.urlOpener->opened.clear();
-      log_.clear();
-      const NavigationAction action{address.url, c.from != From::subFrame, c.gesture};
-      if (c.from == From::untrustedNewWindow) {
-        delegate->requestNewWindow(action);
-      } else {
-        EXPECT_EQ(delegate->decidePolicy(action), NavigationPolicy::cancel);
-      }
-      settle();
-      EXPECT_EQ(fake_.urlOpener->opened,
-                c.opens ? std::vector<std::string>{address.url} : std::vector<std::string>{});
-      const std::string origin = untrusted ? "https://ads.example" : "https://hub.example";
-      const std::string warning =
-          std::string("[W/KorvaneOfferwallViewController] 🚫 Not opening a ") + address.scheme +
-          ": address without a user gesture: " +
-          (c.from == From::subFrame ? "it comes from a sub frame of a page of origin " + origin
-                                    : "origin " + origin + " is not trusted");
-      std::size_t warnings = 0;
-      for (const std::string& line : log_.messages())
-        warnings += line.find("🚫 Not opening a ") != std::string::npos;
-      EXPECT_EQ(warnings, c.opens ? 0u : 1u);
-      if (!c.opens) {
-        EXPECT_TRUE(log_.contains(warning)) << warning;
-      }
-      root->closeOfferwall();
-      settle();
-    }
-  }
 }
 
 // The identification headers go to the offerwall address's origin only: a redirect of that load
@@ -390,59 +359,43 @@ TEST_F(BridgeAccessTest, IdentificationHeadersStayWithTheOfferwallsOrigin) {
       << "a later navigation carries no headers";
 }
 
-// The advertising id goes only into a page whose address is of an origin the offerwall trusts,
-// however the web view came to show it.
-TEST_F(BridgeAccessTest, OnlyPagesOfATrustedOriginLearnTheAdvertisingId) {
-  using Step = std::function<void(testing::FakeWebView&)>;
-  const struct {
-    const char* name;
-    Step step;  // after the offerwall's own page has finished
-    bool learns;
-  } cases[] = {
-      {"the offerwall's own page", [](auto&) {}, true},
-      {"a page of its origin it links to",
-       [](auto& view) { view.follow("https://partner.example/next"); }, true},
-      {"the hub it links to", [](auto& view) { view.follow("https://hub.example/"); }, true},
-      {"another origin it links to", [](auto& view) { view.follow("https://ads.example/landing"); },
-       false},
-      {"a _blank link or window.open to another origin",
-       [](auto& view) {
-         view.delegate.lock()->requestNewWindow({"https://ads.example/blank", true});
-       },
-       false},
-      {"a _blank link or window.open to its own origin",
-       [](auto& view) {
-         view.delegate.lock()->requestNewWindow({"https://partner.example/blank", true});
-       },
-       true},
+// What the SDK writes into a page carries its own check: it runs only in a document of an origin
+// the page trusts (the advertising id) or of the sender's origin (replies), as that document's
+// location says when the script runs, whatever the web view came to show in between.
+TEST_F(BridgeAccessTest, WhatIsWrittenIntoAPageRunsOnlyInTheDocumentsItIsFor) {
+  const auto guardOf = [](const std::string& script) {
+    return script.substr(0, script.find(") {\n") + 1);
   };
-  const auto learned = [](const testing::FakeWebView& view, std::size_t from) {
-    for (std::size_t i = from; i < view.scripts.size(); ++i)
-      if (view.scripts[i].find("KorvaneConfig.ifa") != std::string::npos) return true;
-    return false;
-  };
-  for (const auto& c : cases) {
-    auto root = present("https://partner.example/wall");
-    testing::FakeWebView& view = screen(0).view;
-    view.delegate.lock()->didFinishNavigation();
-    ASSERT_TRUE(learned(view, 0)) << c.name;
-    const std::size_t before = view.scripts.size();
-    c.step(view);
-    settle();
-    view.delegate.lock()->didFinishNavigation();
-    EXPECT_EQ(learned(view, before), c.learns) << c.name;
-    root->closeOfferwall();
-    settle();
-  }
-
-  // The offerwall's own load, redirected by its server to another origin before it finished.
+  const std::string trusted =
+      "if (location.origin === \"https://hub.example\" || location.origin === "
+      "\"https://partner.example\")";
   auto root = present("https://partner.example/wall");
   testing::FakeWebView& view = screen(0).view;
-  view.follow("https://clicks.example/r");
-  settle();
-  ASSERT_EQ(view.currentUrl(), "https://clicks.example/r");
-  view.delegate.lock()->didFinishNavigation();
-  EXPECT_FALSE(learned(view, 0));
+  for (const char* then : {"", "https://ads.example/landing", "https://hub.example/"}) {
+    SCOPED_TRACE(then);
+    if (*then) view.follow(then);
+    view.scripts.clear();
+    view.delegate.lock()->didFinishNavigation();
+    settle();
+    std::vector<std::string> ifa;
+    for (const std::string& script : view.scripts)
+      if (script.find("KorvaneConfig.ifa") != std::string::npos) ifa.push_back(script);
+    ASSERT_EQ(ifa.size(), 1u);
+    EXPECT_EQ(guardOf(ifa[0]), trusted);
+  }
+  const char* const asks[] = {
+      R"({"type":"getUserInfo"})",
+      R"({"type":"dataRequest","data":{"requestId":"req_1","requestType":"points"}})",
+      R"({"type":"checkAppInstalled","data":{"identifier":"someapp://x"}})",
+  };
+  for (const char* ask : asks) {
+    view.scripts.clear();
+    view.postFrom(ask, true, "HTTPS://Partner.Example:443");
+    settle();
+    ASSERT_EQ(view.scripts.size(), 1u) << ask;
+    EXPECT_EQ(guardOf(view.scripts[0]), "if (location.origin === \"https://partner.example\")")
+        << ask;
+  }
 }
 
 // A server redirect of the offerwall's own load keeps the bridge when it stays with the same
@@ -609,6 +562,13 @@ TEST_F(PolicyOffTest, WithThePolicyOffEveryFrameGetsEveryMessage) {
     root->closeOfferwall();
     settle();
   }
+  auto root = present("https://hub.example/");
+  testing::FakeWebView& view = screen(0).view;
+  view.postFrom(R"({"type":"getUserInfo"})", false, "https://ads.example");
+  view.delegate.lock()->didFinishNavigation();
+  settle();
+  for (const std::string& script : view.scripts)
+    EXPECT_EQ(script.find("location.origin"), std::string::npos) << "no document is singled out";
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 
 #include "backend/record_codec.h"
 #include "korvane/linux/linux_storage.h"
@@ -174,20 +177,77 @@ class EventFileTest : public ::testing::Test {
   std::shared_ptr<testing::ManualClock> clock_ = std::make_shared<testing::ManualClock>();
 };
 
-TEST_F(EventFileTest, SavingPastAThousandKeepsTheNewestFiveHundred) {
-  for (const std::size_t existing : {999u, 1000u}) {
-    auto store = manager();
-    std::vector<Event> events;
-    for (std::size_t i = 0; i < existing; ++i) events.push_back(eventAt(now(), std::to_string(i)));
-    ASSERT_TRUE(store.saveEvents(events).ok());
-    ASSERT_TRUE(store.saveEvent(eventAt(now(), "new")).ok());
-    const std::vector<Event> kept = store.loadEvents().value();
-    if (existing == 999) {
-      EXPECT_EQ(kept.size(), 1000u);
-    } else {
-      ASSERT_EQ(kept.size(), 500u);
-      EXPECT_EQ(kept.front().eventId, "501");
-      EXPECT_EQ(kept.back().eventId, "new");
+// A crash report or a tracked login saved into a file that grew during an outage keeps every
+// event the file's size and age bounds allow. What they push out is the oldest by timestamp,
+// wherever it stands in the file, and it is counted and logged.
+TEST_F(EventFileTest, ASaveIntoALargeFileDropsOnlyWhatItsBoundsPushOut) {
+  constexpr double kMaxAgeMillis = 604800.0 * 1000.0;
+  struct Case {
+    const char* name;
+    std::size_t newer;     // merged first
+    std::size_t older;     // merged behind them, each older than every one of them
+    std::size_t stale;     // the oldest this many are past the maximum age at the save
+    bool fileSizeIsLimit;  // the merged file's size is the limit, so the report does not fit
+  };
+  const Case cases[] = {
+      {"a backlog within its bounds", 3000, 0, 0, false},
+      {"a backlog partly past the maximum age", 3000, 0, 1000, false},
+      {"older events behind newer ones, at the size limit", 1500, 1500, 0, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    fs::remove_all(dir_);
+    const double start = now();
+    std::vector<Event> merged;
+    std::vector<Event> older;
+    for (std::size_t i = 0; i < c.newer; ++i)
+      merged.push_back(eventAt(start - static_cast<double>(c.newer - i), "n" + std::to_string(i)));
+    for (std::size_t i = 0; i < c.older; ++i)
+      older.push_back(
+          eventAt(start - static_cast<double>(c.newer + c.older - i), "o" + std::to_string(i)));
+    ASSERT_TRUE(manager().mergeEvents(merged).ok());
+    ASSERT_TRUE(manager().mergeEvents(older).ok());
+    merged.insert(merged.end(), older.begin(), older.end());
+    std::vector<Event> byAge = merged;
+    std::ranges::sort(byAge, {}, &Event::timestamp);
+    // Moves the clock until exactly the oldest `stale` events are the maximum age or older.
+    if (c.stale > 0)
+      clock_->advance(std::chrono::milliseconds(
+          static_cast<std::int64_t>(kMaxAgeMillis - (start - byAge[c.stale - 1].timestamp))));
+    const std::int64_t limit =
+        c.fileSizeIsLimit ? static_cast<std::int64_t>(fs::file_size(file())) : 10485760;
+    EventPersistenceManager store(documents_, clock_, "korvane_events.json", limit, 604800);
+    const Event crash = Event::make("crash", EventType::sdkCrash, now(), "error",
+                                    Json{{"message", "terminate called"}});
+
+    testing::LogCapture capture;
+    ASSERT_TRUE(store.saveEvent(crash).ok());
+
+    std::ifstream in(file());
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    const std::vector<Event> kept = decodeEventFile(text).value();
+    EXPECT_GE(store.droppedCount(), c.stale);
+    const std::size_t overSize = std::max(store.droppedCount(), c.stale) - c.stale;
+    EXPECT_EQ(overSize > 0, c.fileSizeIsLimit);
+    EXPECT_LE(static_cast<std::int64_t>(text.size()), limit);
+    std::set<std::string> expected{crash.eventId};
+    for (std::size_t i = c.stale + overSize; i < byAge.size(); ++i)
+      expected.insert(byAge[i].eventId);
+    std::set<std::string> keptIds;
+    for (const Event& event : kept) keptIds.insert(event.eventId);
+    EXPECT_EQ(kept.size(), expected.size());
+    EXPECT_EQ(keptIds, expected) << "the oldest by timestamp go, and only they";
+    if (overSize > 0) {
+      EXPECT_GT(text.size() + 1 + encodeEvent(byAge[c.stale + overSize - 1]).size(),
+                static_cast<std::size_t>(limit))
+          << "the youngest of the dropped would not have fitted";
+    }
+    EXPECT_EQ(capture.count("events from the event file ("), store.droppedCount() > 0 ? 1u : 0u);
+    if (store.droppedCount() > 0) {
+      EXPECT_TRUE(capture.mentions(
+          "[W/EventBatchService] Dropped " + std::to_string(store.droppedCount()) +
+          " events from the event file (" + std::to_string(c.stale) + " older than 604800 s, " +
+          std::to_string(overSize) + " past its " + std::to_string(limit) + "-byte limit)"));
     }
   }
 }

@@ -9,6 +9,7 @@
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/http_client.h"
 #include "korvane/platform/main_thread.h"
+#include "korvane/platform/person_prompt.h"
 #include "korvane/platform/process_diagnostics.h"
 #include "korvane/platform/random_source.h"
 #include "korvane/platform/reachability.h"
@@ -34,6 +35,8 @@ struct PlatformServices {
   std::shared_ptr<AppLifecycle> lifecycle;
   std::shared_ptr<UrlOpener> urlOpener;
   std::shared_ptr<ScreenPresenter> screens;
+  // Asks the person before a page sends them to another app or the browser unasked.
+  std::shared_ptr<PersonPrompt> prompt;
   std::shared_ptr<ProcessDiagnostics> diagnostics;
   // Optional: where the core's background work runs (asynchronous tasks; the facade's serial
   // queue). A platform whose system calls need per-task cleanup (iOS autorelease pools) gives

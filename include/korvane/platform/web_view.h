@@ -16,15 +16,29 @@ struct WebRequest {
   std::chrono::milliseconds timeout{60000};
 };
 
-// A navigation the engine asks about. `mainFrame` is whether the frame that navigates is the
-// page's main frame. `userGesture` is whether a person started it (a tap or click on a link, a
-// form sent by hand), as the engine tells it; a script's navigation (a scripted click, a frame's
-// address, a location change, a redirect the page made) is false. Only a person, or the main frame
-// of a trusted page, may send the person to another app or the App Store.
+// A frame's document as the engine reports it, never as a page script could describe it: whether
+// it is the page's main frame, and its security origin ("scheme://host" or "scheme://host:port";
+// empty when the origin is opaque).
+struct FrameFacts {
+  bool mainFrame = false;
+  std::string origin{};
+};
+
+// A navigation the engine asks about. `mainFrame` is whether the frame that navigates (the
+// target) is the page's main frame. `source` is the document that asked for it, when the engine
+// says which (WebKit on iOS does; WebKitGTK does not, and then it is empty: who asked is
+// unknown). `fromSdk` marks the SDK's own load (the request the port was asked to load, a reload,
+// going back) and that load's server redirects. `userGesture` is the engine's own record of a
+// person's activation, where the engine keeps one that scripts cannot set (WebKitGTK); a port
+// whose engine says only how a navigation looks (iOS: a scripted click arrives as link
+// activation) leaves it false and reports the person's touches instead
+// (WebViewDelegate::personTouched).
 struct NavigationAction {
   std::string url;
   bool mainFrame = true;
   bool userGesture = false;
+  std::optional<FrameFacts> source{};
+  bool fromSdk = false;
 };
 
 enum class NavigationPolicy { allow, cancel };
@@ -55,6 +69,9 @@ class WebViewDelegate {
   virtual void didFailNavigation(const Error& error, bool provisional) = 0;
   virtual void webContentProcessDidTerminate() = 0;
   virtual void didReceiveScriptMessage(const ScriptMessage& message) = 0;
+  // A person's touch or click ended on this web view, as the platform's input system reports it
+  // (never the engine, never a page). Reported before the engine acts on it.
+  virtual void personTouched() {}
   // A page's alert(); `dismissed` must be called once the person has seen it.
   virtual void runAlert(const std::string& message, std::function<void()> dismissed) = 0;
 };

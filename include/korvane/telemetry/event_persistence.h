@@ -50,8 +50,8 @@ class EventPersistenceProtocol {
 // The event file: a JSON array of events (oldest first, payloads as base64 of their JSON) named
 // `fileName` in the documents directory. Every write keeps it within its limits: events past the
 // maximum age leave, then the oldest until the text fits in `maxFileSize` bytes; what leaves is
-// counted and logged. Saving one event to a file already holding 1000 or more keeps the newest
-// 500. The file exists only while it holds events.
+// counted and logged. There is no bound on the number of events. The file exists only while it
+// holds events.
 class EventPersistenceManager final : public EventPersistenceProtocol {
  public:
   EventPersistenceManager(std::shared_ptr<DocumentsDirectory> documents,

@@ -4,6 +4,7 @@
 #if KORVANE_WITH_WEBKIT
 #include <gtk/gtk.h>
 
+#include "korvane/linux/gtk_person_prompt.h"
 #include "korvane/linux/gtk_screens.h"
 #endif
 #include "korvane/linux/gio_url_opener.h"
@@ -45,6 +46,9 @@ PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory
   services.urlOpener = std::make_shared<GioUrlOpener>(mainThread);
   services.diagnostics = std::make_shared<LinuxProcessDiagnostics>();
   services.screens = screenPresenter();
+#if KORVANE_WITH_WEBKIT
+  services.prompt = std::make_shared<GtkPersonPrompt>();
+#endif
   return services;
 }
 

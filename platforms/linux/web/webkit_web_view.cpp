@@ -15,8 +15,9 @@ namespace korvane::linux_host {
 struct WebKitWebViewPort::Signals {
   std::weak_ptr<WebViewDelegate> delegate;
   bool loadFailed = false;
-  bool loadAsked = false;    // the port asked for a load whose first decision is still to come
-  bool provisional = false;  // the main frame started a load that has not committed
+  bool loadAsked = false;  // the port asked for a load whose first decision is still to come
+  std::string askedUrl;    // that load's address, as WebKit spells it; empty: whichever comes
+  bool ownLoad = false;    // that load started and has not committed
   std::shared_ptr<WebViewDelegate> target() const { return delegate.lock(); }
 };
 
@@ -47,13 +48,19 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
   WebKitURIRequest* request = webkit_navigation_action_get_request(action);
   NavigationAction asked;
   asked.url = webkit_uri_request_get_uri(request);
-  // WebKitGTK does not say which frame navigates. Only what is known to be the main frame's
-  // counts as such: the first decision of a load the port asked for, and the redirects of the
-  // main frame's load before its document commits. Anything else (frames a document loads, and
-  // what a page's frames or scripts do once it is shown) counts as a sub frame, so a frame of a
-  // trusted page is never taken for the page.
-  asked.mainFrame = signals.loadAsked || signals.provisional;
-  signals.loadAsked = false;
+  // WebKitGTK says neither which frame navigates nor which document asked. What is known is the
+  // SDK's own: the first decision of a load the port asked for, and the server redirects while
+  // that load has not committed. Everything else has no known asker and counts as no main frame's.
+  const bool redirect = webkit_navigation_action_is_redirect(action);
+  const bool askedFor =
+      signals.loadAsked && (signals.askedUrl.empty() || signals.askedUrl == asked.url);
+  asked.fromSdk = askedFor || (redirect && signals.ownLoad);
+  asked.mainFrame = asked.fromSdk;
+  if (askedFor) {
+    signals.ownLoad = true;
+    signals.loadAsked = false;
+  }
+  // The engine's own record of a person's activation; page scripts cannot set it.
   asked.userGesture = webkit_navigation_action_is_user_gesture(action);
   if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
     webkit_policy_decision_use(decision);
@@ -68,6 +75,7 @@ GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer dat
   if (auto delegate = signalsOf(data).target()) {
     NavigationAction asked;
     asked.url = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    asked.mainFrame = false;
     asked.userGesture = webkit_navigation_action_is_user_gesture(action);
     delegate->requestNewWindow(asked);
   }
@@ -78,7 +86,7 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
   Signals& signals = signalsOf(data);
   if (event == WEBKIT_LOAD_STARTED) signals.loadFailed = false;
   if (event == WEBKIT_LOAD_STARTED) signals.loadAsked = false;
-  signals.provisional = event == WEBKIT_LOAD_STARTED || event == WEBKIT_LOAD_REDIRECTED;
+  if (event == WEBKIT_LOAD_COMMITTED || event == WEBKIT_LOAD_FINISHED) signals.ownLoad = false;
   if (event != WEBKIT_LOAD_FINISHED || signals.loadFailed) return;
   if (auto delegate = signals.target()) delegate->didFinishNavigation();
 }
@@ -86,13 +94,34 @@ void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
 gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* error, gpointer data) {
   Signals& signals = signalsOf(data);
   signals.loadFailed = true;
-  signals.provisional = false;
+  signals.ownLoad = false;
   if (auto delegate = signals.target()) {
     delegate->didFailNavigation(
         urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
         event == WEBKIT_LOAD_STARTED);
   }
   return TRUE;  // never WebKit's own error page
+}
+
+// A person's click, touch or key press ended on the web view, as GTK delivers it; the handler
+// runs before WebKit's own, so the core hears of it before the page acts on it.
+gboolean onButtonReleased(GtkWidget*, GdkEventButton* event, gpointer data) {
+  if (event->button == GDK_BUTTON_PRIMARY)
+    if (auto delegate = signalsOf(data).target()) delegate->personTouched();
+  return FALSE;
+}
+
+gboolean onTouched(GtkWidget*, GdkEvent* event, gpointer data) {
+  if (event->type == GDK_TOUCH_END)
+    if (auto delegate = signalsOf(data).target()) delegate->personTouched();
+  return FALSE;
+}
+
+gboolean onKeyReleased(GtkWidget*, GdkEventKey* event, gpointer data) {
+  const guint key = event->keyval;
+  if (key == GDK_KEY_Return || key == GDK_KEY_KP_Enter || key == GDK_KEY_space)
+    if (auto delegate = signalsOf(data).target()) delegate->personTouched();
+  return FALSE;
 }
 
 void onProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer data) {
@@ -256,6 +285,9 @@ WebKitWebViewPort::WebKitWebViewPort() : signals_(std::make_shared<Signals>()) {
   connect(view_, "load-failed", onLoadFailed, signals_);
   connect(view_, "web-process-terminated", onProcessTerminated, signals_);
   connect(view_, "script-dialog", onScriptDialog, signals_);
+  connect(view_, "button-release-event", onButtonReleased, signals_);
+  connect(view_, "touch-event", onTouched, signals_);
+  connect(view_, "key-release-event", onKeyReleased, signals_);
 }
 
 WebKitWebViewPort::~WebKitWebViewPort() {
@@ -346,6 +378,7 @@ void WebKitWebViewPort::load(const WebRequest& request) {
       soup_message_headers_append(headers, name.c_str(), value.c_str());
   }
   signals_->loadAsked = true;
+  signals_->askedUrl = webkit_uri_request_get_uri(uri);
   webkit_web_view_load_request(view_, uri);
   g_object_unref(uri);
 }
@@ -353,6 +386,7 @@ void WebKitWebViewPort::load(const WebRequest& request) {
 void WebKitWebViewPort::loadHtml(const std::string& html,
                                  const std::optional<std::string>& baseUrl) {
   signals_->loadAsked = true;
+  signals_->askedUrl = baseUrl ? std::string() : "about:blank";
   webkit_web_view_load_html(view_, html.c_str(), baseUrl ? baseUrl->c_str() : nullptr);
 }
 
@@ -388,6 +422,8 @@ void WebKitWebViewPort::evaluateJavaScript(const std::string& script,
 
 void WebKitWebViewPort::reload() {
   signals_->loadAsked = true;
+  const gchar* shown = webkit_web_view_get_uri(view_);
+  signals_->askedUrl = shown ? shown : "";
   webkit_web_view_reload(view_);
 }
 void WebKitWebViewPort::stopLoading() {
@@ -398,6 +434,7 @@ bool WebKitWebViewPort::canGoBack() const {
 }
 void WebKitWebViewPort::goBack() {
   signals_->loadAsked = true;
+  signals_->askedUrl.clear();
   webkit_web_view_go_back(view_);
 }
 

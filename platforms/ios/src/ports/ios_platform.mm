@@ -11,6 +11,7 @@
 #import "ports/uikit_device_probe.h"
 #import "ports/url_session_http_client.h"
 #import "ports/user_defaults_store.h"
+#import "web/uikit_person_prompt.h"
 #import "web/uikit_screens.h"
 
 namespace korvane {
@@ -32,6 +33,7 @@ PlatformServices makePlatformServices() {
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
   services.screens = std::make_shared<UIKitScreenPresenter>();
+  services.prompt = std::make_shared<UIKitPersonPrompt>();
   services.backgroundTime = std::make_shared<UIKitBackgroundTime>();
   services.tasks = DispatchQueueExecutor::tasks();
   services.serial = DispatchQueueExecutor::serial();

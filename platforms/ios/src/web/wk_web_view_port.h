@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "korvane/platform/web_view.h"
+#include "web/navigation_facts.h"
 
 NS_ASSUME_NONNULL_BEGIN
 
@@ -19,7 +20,9 @@ namespace korvane::ios {
 // user scripts at document start in every frame; script message handlers registered through a
 // forwarding object that holds the page's delegate weakly (so the content controller, which
 // retains its handlers, never keeps the page alive); the navigation policy answered inside
-// decidePolicyForNavigationAction exactly once; failures and content-process ends reported with
+// decidePolicyForNavigationAction exactly once, with the document that asked (sourceFrame) and
+// never the navigation type for a person's gesture: a recogniser that blocks nothing reports the
+// person's touches on the view instead; failures and content-process ends reported with
 // NSURLErrorDomain codes; alerts answered without showing anything. Main thread only.
 class WKWebViewPort final : public WebView {
  public:
@@ -47,6 +50,7 @@ class WKWebViewPort final : public WebView {
  private:
   WKWebView* view_;
   KorvaneWebViewRelay* relay_;
+  std::shared_ptr<IosNavigationTranslator> translator_;
   std::vector<std::string> handlers_;
 };
 

@@ -1,10 +1,13 @@
 #import "web/wk_web_view_port.h"
 
+#import <UIKit/UIGestureRecognizerSubclass.h>
+
 #include <atomic>
 
 #include "korvane/version.h"
 #import "objc/foundation_json.h"
 #import "support/objc_text.h"
+#include "web/navigation_facts.h"
 
 using korvane::ios::toNSString;
 using korvane::ios::toStdString;
@@ -14,6 +17,46 @@ using korvane::ios::toStdString;
 @interface KorvaneWebViewRelay
     : NSObject <WKNavigationDelegate, WKUIDelegate, WKScriptMessageHandler>
 @property(nonatomic) std::weak_ptr<korvane::WebViewDelegate> delegate;
+@property(nonatomic) std::shared_ptr<korvane::ios::IosNavigationTranslator> translator;
+- (void)personTouched;
+@end
+
+// Hears every touch that ends on the web view and never recognises anything: it cancels,
+// delays and blocks no touch of the page's, and it runs beside WebKit's own recognisers.
+@interface KorvaneTouchObserver : UIGestureRecognizer <UIGestureRecognizerDelegate>
+@property(nonatomic, weak) KorvaneWebViewRelay* relay;
+@end
+
+@implementation KorvaneTouchObserver
+
+- (instancetype)initWithRelay:(KorvaneWebViewRelay*)relay {
+  self = [super initWithTarget:nil action:nil];
+  if (self) {
+    _relay = relay;
+    self.cancelsTouchesInView = NO;
+    self.delaysTouchesBegan = NO;
+    self.delaysTouchesEnded = NO;
+    self.delegate = self;
+  }
+  return self;
+}
+
+- (void)touchesEnded:(NSSet<UITouch*>*)touches withEvent:(UIEvent*)event {
+  [super touchesEnded:touches withEvent:event];
+  [self.relay personTouched];
+  self.state = UIGestureRecognizerStateFailed;
+}
+
+- (void)touchesCancelled:(NSSet<UITouch*>*)touches withEvent:(UIEvent*)event {
+  [super touchesCancelled:touches withEvent:event];
+  self.state = UIGestureRecognizerStateFailed;
+}
+
+- (BOOL)gestureRecognizer:(UIGestureRecognizer*)gestureRecognizer
+    shouldRecognizeSimultaneouslyWithGestureRecognizer:(UIGestureRecognizer*)other {
+  return YES;
+}
+
 @end
 
 namespace {
@@ -21,17 +64,38 @@ namespace {
 // The frame a message came from, as "scheme://host[:port]"; empty when opaque or unknown.
 std::string originOf(WKFrameInfo* frame) {
   WKSecurityOrigin* origin = frame.securityOrigin;
-  if (origin.protocol.length == 0 || origin.host.length == 0) return {};
-  std::string text = toStdString(origin.protocol) + "://" + toStdString(origin.host);
-  if (origin.port != 0) text += ":" + std::to_string(origin.port);
-  return text;
+  return korvane::ios::originText(toStdString(origin.protocol), toStdString(origin.host),
+                                  static_cast<int>(origin.port));
 }
 
-// Whether a person started the navigation: WebKit's public API says only that a link was
-// activated. A script's click on a link may count as activation too, so this is weaker than
-// WebKit's own user-gesture flag; window.open and location changes are not activation.
-bool isUserGesture(WKNavigationAction* action) {
-  return action.navigationType == WKNavigationTypeLinkActivated;
+korvane::ios::IosNavigationType typeOf(WKNavigationType type) {
+  using korvane::ios::IosNavigationType;
+  switch (type) {
+    case WKNavigationTypeLinkActivated:
+      return IosNavigationType::linkActivated;
+    case WKNavigationTypeFormSubmitted:
+      return IosNavigationType::formSubmitted;
+    case WKNavigationTypeBackForward:
+      return IosNavigationType::backForward;
+    case WKNavigationTypeReload:
+      return IosNavigationType::reload;
+    case WKNavigationTypeFormResubmitted:
+      return IosNavigationType::formResubmitted;
+    default:
+      return IosNavigationType::other;
+  }
+}
+
+// What WebKit says of a navigation: its target and the document that asked for it. WebKit
+// declares sourceFrame non-null but leaves it nil for loads no document started.
+korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
+  korvane::ios::IosNavigationFacts facts;
+  facts.url = toStdString(action.request.URL.absoluteString);
+  facts.type = typeOf(action.navigationType);
+  facts.targetIsMainFrame = action.targetFrame != nil && action.targetFrame.isMainFrame;
+  WKFrameInfo* source = action.sourceFrame;
+  if (source != nil) facts.source = korvane::FrameFacts{source.isMainFrame, originOf(source)};
+  return facts;
 }
 
 }  // namespace
@@ -45,10 +109,7 @@ bool isUserGesture(WKNavigationAction* action) {
   if (!delegate) return decisionHandler(WKNavigationActionPolicyCancel);
   // One for a new window is decided once, when WebKit asks for the window.
   if (navigationAction.targetFrame == nil) return decisionHandler(WKNavigationActionPolicyAllow);
-  korvane::NavigationAction action;
-  action.url = toStdString(navigationAction.request.URL.absoluteString);
-  action.mainFrame = navigationAction.targetFrame.isMainFrame;
-  action.userGesture = isUserGesture(navigationAction);
+  const korvane::NavigationAction action = self.translator->translate(factsOf(navigationAction));
   decisionHandler(delegate->decidePolicy(action) == korvane::NavigationPolicy::allow
                       ? WKNavigationActionPolicyAllow
                       : WKNavigationActionPolicyCancel);
@@ -60,13 +121,17 @@ bool isUserGesture(WKNavigationAction* action) {
     createWebViewWithConfiguration:(WKWebViewConfiguration*)configuration
                forNavigationAction:(WKNavigationAction*)navigationAction
                     windowFeatures:(WKWindowFeatures*)windowFeatures {
-  if (auto delegate = self.delegate.lock()) {
-    korvane::NavigationAction action;
-    action.url = toStdString(navigationAction.request.URL.absoluteString);
-    action.userGesture = isUserGesture(navigationAction);
-    delegate->requestNewWindow(action);
-  }
+  if (auto delegate = self.delegate.lock())
+    delegate->requestNewWindow(self.translator->translate(factsOf(navigationAction)));
   return nil;
+}
+
+- (void)personTouched {
+  if (auto delegate = self.delegate.lock()) delegate->personTouched();
+}
+
+- (void)webView:(WKWebView*)webView didCommitNavigation:(null_unspecified WKNavigation*)navigation {
+  self.translator->settled();
 }
 
 - (void)webView:(WKWebView*)webView didFinishNavigation:(null_unspecified WKNavigation*)navigation {
@@ -76,6 +141,7 @@ bool isUserGesture(WKNavigationAction* action) {
 - (void)webView:(WKWebView*)webView
     didFailNavigation:(null_unspecified WKNavigation*)navigation
             withError:(NSError*)error {
+  self.translator->settled();
   if (auto delegate = self.delegate.lock())
     delegate->didFailNavigation(korvane::ios::urlLoadingError(error), false);
 }
@@ -83,6 +149,7 @@ bool isUserGesture(WKNavigationAction* action) {
 - (void)webView:(WKWebView*)webView
     didFailProvisionalNavigation:(null_unspecified WKNavigation*)navigation
                        withError:(NSError*)error {
+  self.translator->settled();
   if (auto delegate = self.delegate.lock())
     delegate->didFailNavigation(korvane::ios::urlLoadingError(error), true);
 }
@@ -172,9 +239,14 @@ WKWebView* makeWebView() {
 
 }  // namespace
 
-WKWebViewPort::WKWebViewPort() : view_(makeWebView()), relay_([[KorvaneWebViewRelay alloc] init]) {
+WKWebViewPort::WKWebViewPort()
+    : view_(makeWebView()),
+      relay_([[KorvaneWebViewRelay alloc] init]),
+      translator_(std::make_shared<IosNavigationTranslator>()) {
+  relay_.translator = translator_;
   view_.navigationDelegate = relay_;
   view_.UIDelegate = relay_;
+  [view_ addGestureRecognizer:[[KorvaneTouchObserver alloc] initWithRelay:relay_]];
 }
 
 WKWebViewPort::~WKWebViewPort() {
@@ -228,11 +300,13 @@ void WKWebViewPort::load(const WebRequest& request) {
                           timeoutInterval:static_cast<double>(request.timeout.count()) / 1000.0];
   for (const auto& [name, value] : request.headers)
     [urlRequest setValue:toNSString(value) forHTTPHeaderField:toNSString(name)];
+  translator_->asked(toStdString(url.absoluteString));
   [view_ loadRequest:urlRequest];
 }
 
 void WKWebViewPort::loadHtml(const std::string& html, const std::optional<std::string>& baseUrl) {
   NSURL* base = baseUrl ? [NSURL URLWithString:toNSString(*baseUrl)] : nil;
+  translator_->asked(base ? toStdString(base.absoluteString) : "about:blank");
   [view_ loadHTMLString:toNSString(html) baseURL:base];
 }
 
@@ -256,6 +330,7 @@ void WKWebViewPort::evaluateJavaScript(const std::string& script,
 }
 
 void WKWebViewPort::reload() {
+  translator_->asked(toStdString(view_.URL.absoluteString));
   [view_ reload];
 }
 
@@ -268,6 +343,7 @@ bool WKWebViewPort::canGoBack() const {
 }
 
 void WKWebViewPort::goBack() {
+  translator_->asked("");
   [view_ goBack];
 }
 
