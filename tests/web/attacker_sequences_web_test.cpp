@@ -398,6 +398,8 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
         "  if (command.type === 'retry') { retry(); return 'offline page'; }\n"
         "  if (command.type === 'close') { closeOfferwall(); return 'offline page'; }\n }\n"
         " return 'no agent'; })()";
+    // Native may act on the message while the answer is awaited.
+    const auto sent = Clock::now();
     const std::optional<std::string> answer = demo::evaluate(screen, script, 2s);
     const JsonValue read = JsonValue::parse(answer.value_or(""), nullptr, false);
     const std::string top = read.is_string() ? read.get<std::string>() : "no answer";
@@ -407,8 +409,8 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
     // page may retry.
     const bool trustedMainFrame = path.empty() && top == trustedSender_;
     if (step.message == "retry" && (trustedMainFrame || top == "offline page"))
-      retriesAsked_.push_back(Clock::now());
-    if (trustedMainFrame && asksForAPage(step.message)) pagesAsked_.push_back(Clock::now());
+      retriesAsked_.push_back(sent);
+    if (trustedMainFrame && asksForAPage(step.message)) pagesAsked_.push_back(sent);
   }
 
   // A sender as the agent names it ("top_<port>"), in words.
