@@ -1,11 +1,12 @@
 // A generative attacker inside real offerwalls (WebKitGTK; the local backend as the trusted
 // origin, and an attacker's and a tracker's origin on other loopback ports). A seed draws a
 // sequence of steps (attacker/attack_plan.h); the agent page (tools/devserver/hostile/agent.html)
-// carries each out in the document it names, as that document's own script, and a person's
-// clicks come through GTK (person_input.h). After every step the host must have given no other
-// origin an identifier or the user's data, opened nothing outside that neither a person's click
-// nor the trusted main frame's bridge message asked for, honoured bridge powers and "retry" for
-// no one else, and kept its own memory bounded; after the sequence a new trusted page must still
+// carries each out in the document it names, as that document's own script; a person's clicks
+// come through GTK (person_input.h), and the person answers the SDK's questions (the fake prompt)
+// yes or no as the sequence says. After every step the host must have given no other origin an
+// identifier or the user's data, opened nothing outside that neither a person's click or yes nor
+// the trusted main frame's bridge message asked for, honoured bridge powers and "retry" for no
+// one else, and kept its own memory bounded; after the sequence a new trusted page must still
 // work. A broken rule fails the seed with the whole sequence, ready to replay: the seeds and the
 // steps come from KORVANE_ATTACK_SEEDS and KORVANE_ATTACK_STEPS (docs/security.md).
 #include <gtest/gtest.h>
@@ -200,8 +201,11 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
                   .userId = kUserId,
                   .advertisingId = kIdfa,
                   .opener = opener_,
-                  .events = events_});
+                  .events = events_,
+                  .prompt = prompt_});
     if (HasFatalFailure()) return;
+    // The person answers the SDK's questions after each step, as the step's mood says.
+    prompt_->holds = true;
     ASSERT_NE(attacker_.start(), 0);
     ASSERT_NE(tracker_.start(), 0);
     const std::string& agent = agentHtml();
@@ -253,6 +257,7 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
   // Carrying out a step.
 
   void run(const Step& step) {
+    if (step.answersFromNow) personSaysYes_ = *step.answersFromNow;
     ensureAnOfferwall(step);
     if (screens_->live.empty()) return;
     switch (step.action) {
@@ -301,19 +306,21 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
     server_.setFault(kBasePath, devserver::Fault{0, slow ? kSlow : 0ms, false, false, -1});
   }
 
-  std::string pageUrl(const devserver::DevServer& origin, std::size_t n) const {
-    return origin.baseUrl() + "/hostile/agent.html?n=" + std::to_string(n);
+  std::string pageUrl(const devserver::DevServer& origin, std::size_t n,
+                      bool trapped = false) const {
+    return origin.baseUrl() + "/hostile/agent.html?n=" + std::to_string(n) +
+           (trapped ? "&trap=1" : "");
   }
 
-  std::string urlFor(Place place, std::size_t step) const {
+  std::string urlFor(Place place, std::size_t step, bool trapped = false) const {
     const std::string n = std::to_string(step);
     switch (place) {
       case Place::trustedPage:
         return pageUrl(server_, step);
       case Place::attackerPage:
-        return pageUrl(attacker_, step);
+        return pageUrl(attacker_, step, trapped);
       case Place::trackerPage:
-        return pageUrl(tracker_, step);
+        return pageUrl(tracker_, step, trapped);
       case Place::slowTrustedPage:
         return trusted_ + "/pages/slow.html?n=" + n;
       case Place::trustedRedirect:
@@ -347,7 +354,7 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
   }
 
   JsonValue commandFor(const Step& step) const {
-    const std::string url = urlFor(step.place, step.index);
+    const std::string url = urlFor(step.place, step.index, step.trapped);
     switch (step.action) {
       case Action::navigate:
         return {{"op", "navigate"}, {"how", howName(step.how)}, {"url", url}};
@@ -374,7 +381,7 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
         return {{"op", "bridgeThenLeave"},
                 {"type", step.message},
                 {"n", step.index},
-                {"leaveTo", pageUrl(attacker_, step.index)},
+                {"leaveTo", pageUrl(attacker_, step.index, step.trapped)},
                 {"leaveFirst", step.leaveFirst}};
       default:
         return JsonValue::object();
@@ -447,6 +454,7 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
   // The rules, after every step.
 
   void check(const std::string& when) {
+    answerTheQuestions();
     checkOpenings(when);
     checkPages(when);
     checkAppCallbacks(when);
@@ -463,17 +471,29 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
     violations_.push_back(when + ": " + rule);
   }
 
+  // The questions the SDK put to the person since the last check, answered as the person now
+  // answers: each yes allows one opening.
+  void answerTheQuestions() {
+    std::vector<std::function<void(bool)>> held = std::move(prompt_->held);
+    prompt_->held.clear();
+    for (const std::function<void(bool)>& answer : held) {
+      if (personSaysYes_) yeses_.push_back(Clock::now());
+      if (answer) answer(personSaysYes_);
+    }
+  }
+
   // Outside openings: the trusted main frame's bridge message (what it asks to open names it as
-  // its sender), or one within 10 s of a person's touch.
+  // its sender), one within 10 s of a person's touch, or one for each yes.
   void checkOpenings(const std::string& when) {
     const auto now = Clock::now();
     for (; openedSeen_ < opener_->opened.size(); ++openedSeen_) {
       const std::string& url = opener_->opened[openedSeen_];
       if (url.find("sender=" + trustedSender_ + "&") != std::string::npos) continue;
       if (take(touches_, [&](Clock::time_point t) { return now - t <= kTouchWindow; })) continue;
+      if (take(yeses_, [&](Clock::time_point t) { return now - t <= kAskedWindow; })) continue;
       broken(when, "opened " + url +
-                       " outside without a person's touch or the trusted main frame's bridge "
-                       "message");
+                       " outside without a person's touch or yes, or the trusted main frame's "
+                       "bridge message");
     }
   }
 
@@ -630,6 +650,8 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
   devserver::DevServer attacker_;
   devserver::DevServer tracker_;
   std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
+  std::shared_ptr<testing::FakePersonPrompt> prompt_ =
+      std::make_shared<testing::FakePersonPrompt>();
   std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
   std::shared_ptr<KorvaneOfferwallViewController> offerwall_;
   std::shared_ptr<KorvaneOfferwallView> view_;
@@ -641,6 +663,8 @@ class AttackerSequences : public testing::WebKitSession<::testing::TestWithParam
   std::vector<std::string> violations_;
   std::size_t residentBefore_ = 0;
   std::vector<Clock::time_point> touches_;
+  bool personSaysYes_ = false;
+  std::vector<Clock::time_point> yeses_;
   std::vector<Clock::time_point> retriesAsked_;
   std::vector<Clock::time_point> pagesAsked_;
   std::size_t openedSeen_ = 0;

@@ -177,6 +177,7 @@ const char* name(Place place) {
 
 Plan planAttack(std::uint64_t seed, std::size_t steps) {
   std::mt19937_64 random(seed);
+  std::mt19937_64 more(seed ^ 0x9E3779B97F4A7C15u);
   Plan plan;
   plan.seed = seed;
   plan.embedded = random() % 3 == 0;
@@ -216,42 +217,67 @@ Plan planAttack(std::uint64_t seed, std::size_t steps) {
       case Action::removeFrame:
         break;
     }
+    const std::uint64_t trap = more();
+    const std::uint64_t answer = more();
+    step.trapped = trap % 2 == 0;
+    if (answer % 6 == 0) step.answersFromNow = answer / 6 % 2 == 0;
     plan.steps.push_back(std::move(step));
   }
   return plan;
 }
 
-std::string describe(const Step& step) {
-  std::string line = std::to_string(step.index) + ". ";
+namespace {
+
+// What the step does, in words.
+std::string action(const Step& step) {
   const std::string in = std::string(name(step.target)) + ": ";
   switch (step.action) {
     case Action::navigate:
-      if (step.how == How::back) return line + in + "goes back in its history";
-      return line + in + "navigates by " + name(step.how) + " to " + name(step.place);
+      if (step.how == How::back) return in + "goes back in its history";
+      return in + "navigates by " + name(step.how) + " to " + name(step.place);
     case Action::addFrame:
-      return line + in + "adds a frame of " + name(step.place);
+      return in + "adds a frame of " + name(step.place);
     case Action::sandboxedFrame:
-      return line + in + "adds a sandboxed frame of " + name(step.place);
+      return in + "adds a sandboxed frame of " + name(step.place);
     case Action::removeFrame:
-      return line + in + "removes its last frame";
+      return in + "removes its last frame";
     case Action::storm:
-      return line + in + "adds a frame of " + name(step.place) + " every 50 ms for 3 s";
+      return in + "adds a frame of " + name(step.place) + " every 50 ms for 3 s";
     case Action::bridge:
-      return line + in + "sends \"" + step.message + "\"" +
+      return in + "sends \"" + step.message + "\"" +
              (step.message == "openWebView" || step.message == "closeOpenWebView"
                   ? std::string(" for ") + name(step.place)
                   : "");
     case Action::bridgeThenLeave:
-      return line + in +
+      return in +
              (step.leaveFirst
                   ? "goes to the attacker's page and at once sends \"" + step.message + "\""
                   : "sends \"" + step.message + "\", then goes to the attacker's page at once");
     case Action::personClick:
-      return line + "a person clicks the top page's offer link to " + name(step.place);
+      return "a person clicks the top page's offer link to " + std::string(name(step.place));
     case Action::slowBase:
-      return line + "the offerwall's own address " +
+      return std::string("the offerwall's own address ") +
              (step.on ? "answers 1.5 s late from now on" : "answers at once again");
   }
+  return "";
+}
+
+bool loadsAPage(const Step& step) {
+  return step.action == Action::navigate || step.action == Action::addFrame ||
+         step.action == Action::sandboxedFrame || step.action == Action::bridgeThenLeave ||
+         (step.action == Action::bridge &&
+          (step.message == "openWebView" || step.message == "closeOpenWebView"));
+}
+
+}  // namespace
+
+std::string describe(const Step& step) {
+  std::string line = std::to_string(step.index) + ". ";
+  if (step.answersFromNow)
+    line += std::string("(the person answers ") + (*step.answersFromNow ? "yes" : "no") +
+            " from now on) ";
+  line += action(step);
+  if (step.trapped && loadsAPage(step)) line += " (other origins' pages trap the SDK's scripts)";
   return line;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,11 @@ struct Step {
   std::string message;      // bridge and bridgeThenLeave: the message type
   bool on = true;           // slowBase
   bool leaveFirst = false;  // bridgeThenLeave: the page leaves, then sends the message
+  // The attacker's and the tracker's pages this step loads set traps for the SDK's own scripts:
+  // code of theirs that those scripts run (a setter, console.log) sends the page to an app.
+  bool trapped = false;
+  // Before the step, the person starts answering the SDK's questions with yes (or with no).
+  std::optional<bool> answersFromNow;
 };
 
 // A sequence: where the offerwall is shown, whether its own address starts slow, the steps.
@@ -65,7 +71,8 @@ struct Plan {
 };
 
 // A pure function of the seed: std::mt19937_64 and plain modular picks, so that a seed replays
-// the same on every standard library.
+// the same on every standard library. The traps and the person's answers come from a second
+// stream of the seed, so that they leave the first stream's steps as they were.
 Plan planAttack(std::uint64_t seed, std::size_t steps);
 
 // One line a person can read and replay by hand.
