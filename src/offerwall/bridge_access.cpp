@@ -58,7 +58,7 @@ bool redirectKeepsTrust(std::string_view from, std::string_view to) {
 
 std::string untrustedRedirectWarning(const std::string& origin) {
   return "🚫 Offerwall address redirected to origin " + origin +
-         ", which is not trusted: its pages get only \"close\" and \"retry\" from the bridge. "
+         ", which is not trusted: its pages get only \"close\" from the bridge. "
          "An app that trusts it adds it with KorvaneSdkConfig::Builder::addTrustedOrigin(\"" +
          origin + "\") (-addTrustedOrigin: in Objective-C)";
 }

@@ -43,16 +43,24 @@ bool TouchWindow::take(std::int64_t nowMillis) {
 }
 
 OpeningJudgement judgeOutsideOpening(const BridgeTrust& trust, const NavigationAction& action,
-                                     TouchWindow& touches, std::int64_t nowMillis) {
+                                     bool refusedBefore, TouchWindow& touches,
+                                     std::int64_t nowMillis) {
+  using Verdict = OpeningJudgement::Verdict;
   const std::optional<FrameFacts>& source = action.source;
   if (source && source->mainFrame && (!trust.policyEnabled || trust.trusts(source->origin)))
-    return {true, {}};
-  if (action.userGesture) return {true, {}};
-  if (touches.take(nowMillis)) return {true, {}};
-  if (!source) return {false, "the web engine does not say which page asked"};
+    return {Verdict::open, {}};
+  if (refusedBefore) {
+    const std::string said =
+        "the person said no to " + lowerCaseScheme(action.url) + ": addresses on this page";
+    // Touched since: it may be the person's own link to that app; they are asked once more.
+    return touches.take(nowMillis) ? OpeningJudgement{Verdict::ask, said + " before"}
+                                   : OpeningJudgement{Verdict::refuse, said};
+  }
+  if (touches.take(nowMillis)) return {Verdict::open, {}};
+  if (!source) return {Verdict::ask, "the web engine does not say which page asked"};
   const std::string origin = source->origin.empty() ? "(opaque)" : source->origin;
-  return {false, source->mainFrame ? "origin " + origin + " is not trusted"
-                                   : "it comes from a sub frame (origin " + origin + ")"};
+  return {Verdict::ask, source->mainFrame ? "origin " + origin + " is not trusted"
+                                          : "it comes from a sub frame (origin " + origin + ")"};
 }
 
 PersonQuestion outsideOpeningQuestion(const std::string& url) {

@@ -46,19 +46,23 @@ class TouchWindow {
 };
 
 // How an address that the navigation policy would hand to the system (another app, the App
-// Store) goes: at once, or only if the person says yes.
+// Store) goes: at once, only if the person says yes, or not at all.
 struct OpeningJudgement {
-  bool openNow = false;
-  // Why the person is asked (the engine's account of who asked), for the warning.
+  enum class Verdict { open, ask, refuse };
+  Verdict verdict = Verdict::ask;
+  // Why it does not open at once (the engine's account of who asked), for the warning.
   std::string reason;
 };
 
 // At once when the trusted page's own main-frame document asked (any page's main frame with the
-// origin policy off), when the engine recorded a person's activation for it, or within a touch's
-// window (which it spends). Anything else is asked of the person: a sub frame, an untrusted
-// document, and a navigation whose asker the engine does not report.
+// origin policy off), or within a touch's window (which it spends). Anything else is asked of the
+// person: a sub frame, an untrusted document, and a navigation whose asker the engine does not
+// report. A scheme the person already refused on this page (`refusedBefore`) is not asked about
+// again until the person touches the page, and then asked, never opened by the touch alone: a
+// page that keeps trying cannot spend the person's next touch.
 OpeningJudgement judgeOutsideOpening(const BridgeTrust& trust, const NavigationAction& action,
-                                     TouchWindow& touches, std::int64_t nowMillis);
+                                     bool refusedBefore, TouchWindow& touches,
+                                     std::int64_t nowMillis);
 
 // The question put to the person before `url` leaves for the App Store or another app.
 PersonQuestion outsideOpeningQuestion(const std::string& url);

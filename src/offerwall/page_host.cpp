@@ -1,5 +1,6 @@
 #include "offerwall/page_host.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "korvane/core/logger.h"
@@ -92,6 +93,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
     }
     KorvaneLogger::d(self->tag_, "Loading offerwall URL: " + *url);
     const WebRequest request = offerwallRequest(*url, self->page_);
+    self->refusedSchemes_.clear();
     self->identifiedOrigin_ = url::origin(*url).value_or("");
     self->identifies_ = !request.headers.empty();
     self->identificationInFlight_ = self->identifies_;
@@ -103,6 +105,7 @@ void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
+  refusedSchemes_.clear();
   loadInPage(plainRequest(url));
 }
 
@@ -132,6 +135,7 @@ void PageHost::retryLoad() {
     if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
     self->identificationInFlight_ = false;
+    self->refusedSchemes_.clear();
     self->loadInPage(plainRequest(*base));
     // The offerwall's own address again: its redirects are judged as the first load's are.
     self->ownLoadOrigin_ = url::origin(*base).value_or("");
@@ -163,11 +167,21 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
   const NavigationDecision decision = decideNavigation(url);
   if (handsToSystem(decision)) {
-    const OpeningJudgement judgement = judgeOutsideOpening(*trust_, action, touches_, nowMillis());
-    if (judgement.openNow) {
-      handToSystem(url, decision);
-    } else {
-      askBeforeOpening(url, decision, judgement.reason);
+    const std::string scheme = lowerCaseScheme(url);
+    const bool refused =
+        std::find(refusedSchemes_.begin(), refusedSchemes_.end(), scheme) != refusedSchemes_.end();
+    const OpeningJudgement judgement =
+        judgeOutsideOpening(*trust_, action, refused, touches_, nowMillis());
+    switch (judgement.verdict) {
+      case OpeningJudgement::Verdict::open:
+        handToSystem(url, decision);
+        break;
+      case OpeningJudgement::Verdict::ask:
+        askBeforeOpening(url, decision, judgement.reason);
+        break;
+      case OpeningJudgement::Verdict::refuse:
+        KorvaneLogger::w(tag_, "🚫 Not opening a " + scheme + ": address: " + judgement.reason);
+        break;
     }
     return NavigationPolicy::cancel;
   }
@@ -227,6 +241,7 @@ void PageHost::askBeforeOpening(const std::string& url, NavigationDecision decis
                            self->questionOpen_ = false;
                            if (yes) return self->handToSystem(url, decision);
                            self->declined_ = true;
+                           self->refusedSchemes_.push_back(lowerCaseScheme(url));
                            KorvaneLogger::i(self->tag_, "The person chose not to open " + url);
                          });
 }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "context/sdk_context.h"
 #include "korvane/offerwall/offerwall_callback.h"
@@ -115,6 +116,8 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   bool questionOpen_ = false;
   // The person said no; the page is not asked again until they touch it.
   bool declined_ = false;
+  // The schemes the person said no to, until the SDK loads the page anew.
+  std::vector<std::string> refusedSchemes_;
   // The composed load carried the identification headers: a reload sends them again.
   bool identifies_ = false;
   // The composed address's load with its identification headers, until it finishes or fails.

@@ -175,7 +175,7 @@ class BridgeAccessTest : public testing::SignedInSdk {
 };
 
 // The table: a trusted origin's main frame gets everything; any other origin, an opaque one and
-// every sub frame (even of a trusted origin) get only "close" and "retry", and each refusal is
+// every sub frame (even of a trusted origin) get only "close", and each refusal is
 // one warning naming the type and the origin.
 TEST_F(BridgeAccessTest, OnlyATrustedOriginsMainFrameGetsMoreThanTheHarmlessMessages) {
   const struct {
@@ -314,9 +314,9 @@ TEST_F(BridgeAccessTest, OnlyAllowedSchemesReachTheSystem) {
   EXPECT_NE(page.view.scripts[0].find("\"installed\": false"), std::string::npos);
 
   page.view.post(R"({"type":"checkAppInstalled","data":{"identifier":"kakaotalk://open"}})");
-  EXPECT_EQ(delegate->decidePolicy(
-                {"kakaotalk://chat", true, false, FrameFacts{true, "https://hub.example"}}),
-            NavigationPolicy::cancel);
+  EXPECT_EQ(
+      delegate->decidePolicy({"kakaotalk://chat", true, FrameFacts{true, "https://hub.example"}}),
+      NavigationPolicy::cancel);
   EXPECT_EQ(sdk_.openExternalBrowser("file:///tmp/x.html", "p"), false);
   EXPECT_EQ(sdk_.openExternalBrowser("https://example.com/deal", "p"), true);
   settle();
@@ -357,6 +357,50 @@ TEST_F(BridgeAccessTest, IdentificationHeadersStayWithTheOfferwallsOrigin) {
   next->didFinishNavigation();
   EXPECT_EQ(next->decidePolicy({"https://elsewhere.example/", true}), NavigationPolicy::allow)
       << "a later navigation carries no headers";
+}
+
+// A reload sends again the headers its page was loaded with, so it is judged as the composed
+// load is: where the address now redirects to another origin, the reload goes there without
+// them. Two addresses without an origin are not the same origin.
+TEST_F(BridgeAccessTest, AReloadTakesTheIdentificationToTheComposedOriginOnly) {
+  const struct {
+    const char* address;
+    const char* redirect;
+    const char* reloadedBy;
+  } cases[] = {
+      {"https://hub.example/", "https://cdn.example/wall", "the refresh control"},
+      {"https://hub.example/", "https://cdn.example/wall", "the web content process ending"},
+      {"https:hub.example/wall", "https://x@evil.example/", "the refresh control"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.address) + " reloaded by " + c.reloadedBy);
+    auto root = present(c.address);
+    FakePresenter::FakeScreen& page = screen(0);
+    auto delegate = page.view.delegate.lock();
+    ASSERT_EQ(page.view.loads.size(), 1u);
+    ASSERT_FALSE(page.view.loads[0].headers.empty());
+    if (url::origin(c.address)) {
+      ASSERT_EQ(delegate->decidePolicy({page.view.loads[0].url, true, {}, true}),
+                NavigationPolicy::allow);
+      delegate->didFinishNavigation();
+      if (std::string_view(c.reloadedBy) == "the refresh control") {
+        page.refresh();
+      } else {
+        delegate->webContentProcessDidTerminate();
+      }
+      ASSERT_EQ(page.view.reloads, 1);
+      EXPECT_EQ(delegate->decidePolicy({page.view.loads[0].url, true, {}, true}),
+                NavigationPolicy::allow)
+          << "the reload of the composed address";
+    }
+    EXPECT_EQ(delegate->decidePolicy({c.redirect, true, {}, true}), NavigationPolicy::cancel);
+    settle();
+    ASSERT_EQ(page.view.loads.size(), 2u);
+    EXPECT_EQ(page.view.loads[1].url, c.redirect);
+    EXPECT_TRUE(page.view.loads[1].headers.empty());
+    root->closeOfferwall();
+    settle();
+  }
 }
 
 // What the SDK writes into a page carries its own check: it runs only in a document of an origin
@@ -444,7 +488,7 @@ TEST_F(BridgeAccessTest, RedirectsOfTheOfferwallsOwnLoadToTheSameSiteKeepTheBrid
     EXPECT_EQ(log_.contains("[W/KorvaneOfferwallViewController] 🚫 Offerwall address redirected "
                             "to origin " +
                             origin +
-                            ", which is not trusted: its pages get only \"close\" and \"retry\" "
+                            ", which is not trusted: its pages get only \"close\" "
                             "from the bridge. An app that trusts it adds it with "
                             "KorvaneSdkConfig::Builder::addTrustedOrigin(\"" +
                             origin + "\") (-addTrustedOrigin: in Objective-C)"),

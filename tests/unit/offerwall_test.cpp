@@ -602,7 +602,7 @@ TEST_F(OfferwallTest, NewWindowsFollowTheNavigationPolicy) {
     FakePresenter::FakeScreen& page = screen(0);
     const std::size_t before = page.view.loads.size();
     page.view.delegate.lock()->requestNewWindow(
-        {c.url, false, false, FrameFacts{true, "https://hub.example"}});
+        {c.url, false, FrameFacts{true, "https://hub.example"}});
     settle();
     EXPECT_EQ(fake_.urlOpener->opened, c.openedOutside) << c.url;
     EXPECT_EQ(presenter_->live.empty(), c.closes) << c.url;

@@ -23,6 +23,12 @@ class OutsideOpeningTest : public testing::SignedInSdk {
  protected:
   void SetUp() override {
     SignedInSdk::SetUp();
+    reopen();
+  }
+  // A fresh offerwall page: nothing refused on it yet.
+  void reopen() {
+    if (root_) root_->closeOfferwall();
+    settle();
     root_ = KorvaneOfferwallViewController::create();
     root_->baseUrl = std::string(kHub) + "/wall";
     root_->present();
@@ -53,35 +59,31 @@ class OutsideOpeningTest : public testing::SignedInSdk {
   std::shared_ptr<KorvaneOfferwallViewController> root_;
 };
 
-NavigationAction askedBy(std::string url, std::optional<FrameFacts> source, bool gesture = false) {
-  return NavigationAction{std::move(url), true, gesture, std::move(source)};
+NavigationAction askedBy(std::string url, std::optional<FrameFacts> source) {
+  return NavigationAction{std::move(url), true, std::move(source)};
 }
 
-// Each asker on each road out: the trusted page's own main-frame document and a person's
-// activation the engine recorded open at once; anything else asks the person, and only a yes
-// opens.
-TEST_F(OutsideOpeningTest, TheTrustedMainFrameAndAPersonOpenAtOnceAnythingElseAsks) {
+// Each asker on each road out: the trusted page's own main-frame document opens at once; anything
+// else asks the person, and only a yes opens.
+TEST_F(OutsideOpeningTest, TheTrustedMainFrameOpensAtOnceAnythingElseAsksThePerson) {
   const struct {
     const char* asker;
     std::optional<FrameFacts> source;
-    bool engineGesture;
     bool atOnce;
     const char* reason;
   } askers[] = {
-      {"the trusted page's main frame", FrameFacts{true, kHub}, false, true, ""},
-      {"the trusted origin spelled otherwise", FrameFacts{true, "HTTPS://Hub.Example:443"}, false,
-       true, ""},
-      {"a sub frame of the trusted origin", FrameFacts{false, kHub}, false, false,
+      {"the trusted page's main frame", FrameFacts{true, kHub}, true, ""},
+      {"the trusted origin spelled otherwise", FrameFacts{true, "HTTPS://Hub.Example:443"}, true,
+       ""},
+      {"a sub frame of the trusted origin", FrameFacts{false, kHub}, false,
        "it comes from a sub frame (origin https://hub.example)"},
-      {"another origin's main frame", FrameFacts{true, "https://ads.example"}, false, false,
+      {"another origin's main frame", FrameFacts{true, "https://ads.example"}, false,
        "origin https://ads.example is not trusted"},
-      {"an opaque main frame", FrameFacts{true, ""}, false, false,
-       "origin (opaque) is not trusted"},
-      {"an asker the engine does not name", std::nullopt, false, false,
+      {"an opaque main frame", FrameFacts{true, ""}, false, "origin (opaque) is not trusted"},
+      {"an asker the engine does not name", std::nullopt, false,
        "the web engine does not say which page asked"},
-      {"an unnamed asker a person activated", std::nullopt, true, true, ""},
-      {"an ad frame a person activated", FrameFacts{false, "https://ads.example"}, true, true, ""},
   };
+
   const char* const addresses[] = {"kakaotalk://chat/room", "itms-apps://apps.apple.com/app/id1",
                                    "https://apps.apple.com/app/id1"};
   for (const auto& asker : askers) {
@@ -90,11 +92,12 @@ TEST_F(OutsideOpeningTest, TheTrustedMainFrameAndAPersonOpenAtOnceAnythingElseAs
         for (const bool yes : {false, true}) {
           SCOPED_TRACE(std::string(asker.asker) + ", " + url + (window ? ", new window" : "") +
                        (yes ? ", the person says yes" : ", the person says no"));
+          reopen();
           opened().clear();
           fake_.prompt->asked.clear();
           fake_.prompt->yes = yes;
           log_.clear();
-          const NavigationAction action = askedBy(url, asker.source, asker.engineGesture);
+          const NavigationAction action = askedBy(url, asker.source);
           if (window) {
             delegate()->requestNewWindow(action);
             settle();
@@ -109,9 +112,6 @@ TEST_F(OutsideOpeningTest, TheTrustedMainFrameAndAPersonOpenAtOnceAnythingElseAs
                                    asker.reason + "; asking the person"),
                       1u);
           }
-          // After a no, the page is not asked again until the person touches it.
-          delegate()->personTouched();
-          fake_.clock->advance(std::chrono::seconds(TouchWindow::kWindowMillis / 1000 + 1));
         }
       }
     }
@@ -138,6 +138,7 @@ TEST_F(OutsideOpeningTest, ATouchLetsOneOpeningGoWithinItsWindow) {
   } cases[] = {{0ms, true}, {9'999ms, true}, {10'000ms, true}, {10'001ms, false}, {60s, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.after.count());
+    reopen();
     opened().clear();
     fake_.prompt->asked.clear();
     delegate()->personTouched();
@@ -149,7 +150,6 @@ TEST_F(OutsideOpeningTest, ATouchLetsOneOpeningGoWithinItsWindow) {
     fake_.prompt->asked.clear();
     navigate(askedBy("someapp://again", landing));
     EXPECT_EQ(fake_.prompt->asked.size(), c.opens ? 1u : 0u) << "after a no, the page waits";
-    fake_.clock->advance(11s);
   }
 }
 
@@ -172,13 +172,28 @@ TEST_F(OutsideOpeningTest, ThePersonIsAskedOneQuestionAtATime) {
   fake_.prompt->held.front()(false);
   settle();
   EXPECT_TRUE(log_.mentions("The person chose not to open someapp://third"));
-  navigate(askedBy("someapp://fourth", ad));
+  navigate(askedBy("otherapp://fourth", ad));
   EXPECT_EQ(fake_.prompt->asked.size(), 2u) << "not asked again after a no";
   EXPECT_EQ(warningsWith("; the person said no and has not touched the page since"), 1u);
+  // A refused scheme stays refused; after a touch the person is asked about it again, and only
+  // a yes opens it. The touch is not spent on opening it.
+  navigate(askedBy("someapp://again", ad));
+  EXPECT_EQ(warningsWith("🚫 Not opening a someapp: address: the person said no to someapp: "
+                         "addresses on this page"),
+            1u);
   delegate()->personTouched();
+  navigate(askedBy("someapp://again", ad));
+  ASSERT_EQ(fake_.prompt->asked.size(), 3u);
+  fake_.prompt->held.back()(false);
+  settle();
+  navigate(askedBy("otherapp://declined", ad));
+  EXPECT_EQ(fake_.prompt->asked.size(), 3u);
+  delegate()->personTouched();
+  navigate(askedBy("otherapp://touched", ad));
+  EXPECT_EQ(opened().back(), "otherapp://touched");
   fake_.clock->advance(11s);
-  navigate(askedBy("someapp://fifth", ad));
-  EXPECT_EQ(fake_.prompt->asked.size(), 3u) << "a touch lets the page ask again";
+  navigate(askedBy("thirdapp://fifth", ad));
+  EXPECT_EQ(fake_.prompt->asked.size(), 4u) << "after the touch the page may ask again";
 
   // The page closes while the question is open: the late answer opens nothing.
   auto late = std::move(fake_.prompt->held.back());
@@ -186,7 +201,7 @@ TEST_F(OutsideOpeningTest, ThePersonIsAskedOneQuestionAtATime) {
   settle();
   late(true);
   settle();
-  EXPECT_EQ(opened(), std::vector<std::string>{"someapp://first"});
+  EXPECT_EQ(opened().back(), "otherapp://touched");
 }
 
 class NoPromptTest : public OutsideOpeningTest {
@@ -280,7 +295,6 @@ TEST(IosNavigationTranslator, OnlyTheAskedLoadAndItsMainFrameDecisionsUntilCommi
   const NavigationAction later = translator.translate(
       {"https://hub.example/next", IosNavigationType::linkActivated, true, page});
   EXPECT_FALSE(later.fromSdk);
-  EXPECT_FALSE(later.userGesture) << "link activation says nothing of a person";
   EXPECT_EQ(ios::originText("https", "hub.example", 0), kHub);
   EXPECT_EQ(ios::originText("https", "", 0), "");
   EXPECT_EQ(ios::originText("http", "127.0.0.1", 8080), "http://127.0.0.1:8080");

@@ -105,7 +105,8 @@ class OfferwallWeb : public testing::WebKitSession<> {
                   .advertisingId = kIdfa,
                   .opener = opener_,
                   .events = events_,
-                  .reachability = reachability_});
+                  .reachability = reachability_,
+                  .prompt = prompt_});
     if (HasFatalFailure()) return;
     server_.setPage("/pages/root.html", page("Root"));
     server_.setPage("/pages/sub.html", page("Sub"));
@@ -136,6 +137,8 @@ class OfferwallWeb : public testing::WebKitSession<> {
 
   testing::LogCapture log_{LogLevel::verbose};
   std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
+  std::shared_ptr<testing::FakePersonPrompt> prompt_ =
+      std::make_shared<testing::FakePersonPrompt>();
   std::shared_ptr<testing::FakeReachability> reachability_ =
       std::make_shared<testing::FakeReachability>();
   std::shared_ptr<RecordingEvents> events_ = std::make_shared<RecordingEvents>();
@@ -230,10 +233,15 @@ TEST_F(OfferwallWeb, AnUnansweredAppCheckFallsBackAfterTwoSeconds) {
   EXPECT_EQ(evaluate(screen(0), "window.__replies.length"), "1");
 }
 
+// WebKitGTK does not say which document navigates, so even the trusted page's scripted store
+// link asks the person first; a yes sends it out and the page stays.
 TEST_F(OfferwallWeb, NavigationPolicyClosesAndLeavesTheWebView) {
+  prompt_->yes = true;
   auto root = openRoot("/pages/root.html");
   callBridge(screen(0), "window.location.href = 'itms-apps://apps.apple.com/app/id1'");
   ASSERT_TRUE(pumpUntil([&] { return opener_->opened.size() == 1; }));
+  ASSERT_EQ(prompt_->asked.size(), 1u);
+  EXPECT_EQ(prompt_->asked[0].title, "App Store에서 여시겠습니까?");
   EXPECT_EQ(opener_->opened[0], "itms-apps://apps.apple.com/app/id1");
   EXPECT_NE(screen(0).webView().currentUrl().value_or("").find("/pages/root.html"),
             std::string::npos);
@@ -246,6 +254,7 @@ TEST_F(OfferwallWeb, NavigationPolicyClosesAndLeavesTheWebView) {
 // WebKit asks for a window for target="_blank" links and window.open: none is made, and the
 // address follows the page's navigation policy.
 TEST_F(OfferwallWeb, NewWindowsLoadInThePageOrOpenOutside) {
+  prompt_->yes = true;  // the page's own script: the person is asked
   auto root = openRoot("/pages/root.html");
   const auto showing = [&](const std::string& path) {
     return pumpUntil([&] {

@@ -83,13 +83,16 @@ class PersonInput : public testing::WebKitSession<> {
                   .userId = "person-input-user",
                   .advertisingId = "6D92078A-8246-4BA4-AE5B-76104861E7DC",
                   .opener = opener_,
-                  .events = nullptr});
+                  .events = nullptr,
+                  .prompt = prompt_});
     if (HasFatalFailure()) return;
     server_.setPage("/pages/person.html", kPage);
   }
   void TearDown() override { endSession(); }
 
   std::shared_ptr<testing::FakeUrlOpener> opener_ = std::make_shared<testing::FakeUrlOpener>();
+  std::shared_ptr<testing::FakePersonPrompt> prompt_ =
+      std::make_shared<testing::FakePersonPrompt>();
 };
 
 // The page's own scripts first: a person's click leaves the page's user activation on for a while.
@@ -118,6 +121,9 @@ TEST_F(PersonInput, ASynthesisedClickIsAPersonsAndAScriptedClickIsNot) {
 
   // A person's: trusted, with activation; the link's navigation carries the gesture, and the
   // SDK opens the app for it. The link lies below the fold, so the page scrolls to it first.
+  // The person said no when the script tried that app, so the SDK asks once more: yes.
+  ASSERT_EQ(prompt_->asked.size(), 1u);
+  prompt_->yes = true;
   ASSERT_TRUE(testing::clickElement(page, "#record"));
   ASSERT_TRUE(pumpUntil([&] { return evaluate(page, "window.__clicks.length") == "2"; }));
   EXPECT_EQ(evaluate(page, "window.__clicks[1]"), R"("trusted true, active true")");
@@ -125,6 +131,7 @@ TEST_F(PersonInput, ASynthesisedClickIsAPersonsAndAScriptedClickIsNot) {
   ASSERT_TRUE(pumpUntil([&] { return gestures.gestureOf("hostileapp://person-link") == true; }));
   ASSERT_TRUE(pumpUntil([&] { return !opener_->opened.empty(); }));
   EXPECT_EQ(opener_->opened, std::vector<std::string>{"hostileapp://person-link"});
+  EXPECT_EQ(prompt_->asked.size(), 2u);
 
   EXPECT_FALSE(testing::clickElement(page, "#no-such-element"));
 }

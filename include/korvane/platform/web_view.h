@@ -28,15 +28,13 @@ struct FrameFacts {
 // target) is the page's main frame. `source` is the document that asked for it, when the engine
 // says which (WebKit on iOS does; WebKitGTK does not, and then it is empty: who asked is
 // unknown). `fromSdk` marks the SDK's own load (the request the port was asked to load, a reload,
-// going back) and that load's server redirects. `userGesture` is the engine's own record of a
-// person's activation, where the engine keeps one that scripts cannot set (WebKitGTK); a port
-// whose engine says only how a navigation looks (iOS: a scripted click arrives as link
-// activation) leaves it false and reports the person's touches instead
-// (WebViewDelegate::personTouched).
+// going back) and that load's server redirects. Whether a person started it is not here: engines
+// tell it from what a navigation looks like (iOS: a script's click is link activation) or count
+// scripts the host evaluates as a person's (both), so ports report the person's touches from the
+// platform's input system instead (WebViewDelegate::personTouched).
 struct NavigationAction {
   std::string url;
   bool mainFrame = true;
-  bool userGesture = false;
   std::optional<FrameFacts> source{};
   bool fromSdk = false;
 };

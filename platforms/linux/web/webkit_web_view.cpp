@@ -60,8 +60,6 @@ gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
     signals.ownLoad = true;
     signals.loadAsked = false;
   }
-  // The engine's own record of a person's activation; page scripts cannot set it.
-  asked.userGesture = webkit_navigation_action_is_user_gesture(action);
   if (delegate->decidePolicy(asked) == NavigationPolicy::allow) {
     webkit_policy_decision_use(decision);
   } else {
@@ -76,7 +74,6 @@ GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer dat
     NavigationAction asked;
     asked.url = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
     asked.mainFrame = false;
-    asked.userGesture = webkit_navigation_action_is_user_gesture(action);
     delegate->requestNewWindow(asked);
   }
   return nullptr;
