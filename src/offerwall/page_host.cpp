@@ -163,10 +163,24 @@ void PageHost::openAdjoeFromPage(const std::string& placementId,
     context_->placements()->openAdjoeOfferwall(context_, placementId, std::move(callback), over);
 }
 
+namespace {
+
+OutsideOpening purposeOf(NavigationDecision decision) {
+  return decision == NavigationDecision::openWithSystem ? OutsideOpening::app
+                                                        : OutsideOpening::browser;
+}
+
+}  // namespace
+
 NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
   const std::string& url = action.url;
   const NavigationDecision decision = decideNavigation(url);
   if (handsToSystem(decision)) {
+    // A scheme that may never leave is refused before anything else, so it spends no touch.
+    if (!mayOpenOutside(url, purposeOf(decision))) {
+      KorvaneLogger::w(tag_, outsideOpeningRefusal(url));
+      return NavigationPolicy::cancel;
+    }
     const std::string scheme = lowerCaseScheme(url);
     const bool refused =
         std::find(refusedSchemes_.begin(), refusedSchemes_.end(), scheme) != refusedSchemes_.end();
@@ -199,7 +213,7 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
 void PageHost::handToSystem(const std::string& url, NavigationDecision decision) {
   switch (decision) {
     case NavigationDecision::openAppStore:
-      return openOutside(url, OutsideOpening::browser, "✅ Opened App Store: " + url,
+      return openOutside(url, purposeOf(decision), "✅ Opened App Store: " + url,
                          "❌ Failed to open App Store: " + url);
     case NavigationDecision::openUniversalLink:
       return openOutside(url, OutsideOpening::browser,
@@ -217,10 +231,6 @@ void PageHost::handToSystem(const std::string& url, NavigationDecision decision)
 
 void PageHost::askBeforeOpening(const std::string& url, NavigationDecision decision,
                                 const std::string& reason) {
-  const OutsideOpening purpose = decision == NavigationDecision::openWithSystem
-                                     ? OutsideOpening::app
-                                     : OutsideOpening::browser;
-  if (!mayOpenOutside(url, purpose)) return KorvaneLogger::w(tag_, outsideOpeningRefusal(url));
   const std::string refusal =
       "🚫 Not opening a " + lowerCaseScheme(url) + ": address without a person's touch: " + reason;
   if (!platform().prompt || !webView_)

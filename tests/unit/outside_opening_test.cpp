@@ -151,6 +151,13 @@ TEST_F(OutsideOpeningTest, ATouchLetsOneOpeningGoWithinItsWindow) {
     navigate(askedBy("someapp://again", landing));
     EXPECT_EQ(fake_.prompt->asked.size(), c.opens ? 1u : 0u) << "after a no, the page waits";
   }
+  // An address that may never leave is refused first and spends no touch.
+  reopen();
+  opened().clear();
+  delegate()->personTouched();
+  navigate(askedBy("smb://server/share", landing));
+  navigate(askedBy("itms-apps://apps.apple.com/app/id1", landing));
+  EXPECT_EQ(opened(), std::vector<std::string>{"itms-apps://apps.apple.com/app/id1"});
 }
 
 // One question at a time; a no holds until the person touches the page; without a platform to
