@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
@@ -29,6 +28,7 @@
 #include "korvane/offerwall/offerwall_view_controller.h"
 #include "page_driver.h"
 #include "person_input.h"
+#include "resident_memory.h"
 #include "webapp_assets.h"
 #include "webkit_session.h"
 
@@ -53,23 +53,12 @@ constexpr auto kSettle = 300ms;
 constexpr auto kTouchWindow = 10s;
 // What a trusted main frame asked for (a page, a retry) is done within this, or not counted.
 constexpr auto kAskedWindow = 5s;
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::size_t kResidentGrowthBoundKiB = 1024u * 1024u;
-#else
-constexpr std::size_t kResidentGrowthBoundKiB = 512u * 1024u;
-#endif
+using testing::kResidentGrowthBoundKiB;
+using testing::residentKiB;
 
 // The default suite's seeds and steps, about 90 s on two cores: among them sequences in which
 // frames point at apps while the main frame's load is pending, and untrusted pages send "retry".
 const attack::Campaign kCiCampaign = {{1, 2, 3, 4, 5, 7, 14, 19, 24, 39}, 12};
-
-std::size_t residentKiB() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line))
-    if (line.rfind("VmRSS:", 0) == 0) return std::stoul(line.substr(6));
-  return 0;
-}
 
 const std::string& agentHtml() {
   static const std::string html = [] {

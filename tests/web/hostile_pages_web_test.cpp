@@ -5,12 +5,12 @@
 // trusted page working and its own memory bounded.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <mutex>
 
 #include "dev_server.h"
 #include "fake_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "resident_memory.h"
 #include "sdk/sdk_environment.h"
 #include "signed_in_sdk.h"
 #include "webkit_session.h"
@@ -22,11 +22,8 @@ using namespace std::chrono_literals;
 
 constexpr const char* kIdfa = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
 constexpr const char* kUserId = "hostile-harness-user-7Q";
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::size_t kResidentGrowthBoundKiB = 1024u * 1024u;
-#else
-constexpr std::size_t kResidentGrowthBoundKiB = 512u * 1024u;
-#endif
+using testing::kResidentGrowthBoundKiB;
+using testing::residentKiB;
 
 // Log lines as a host that writes them out would hold them: each cut to 1 KiB (a page can make
 // the SDK log its 64 MiB message, which is the log's size, not the SDK's memory).
@@ -72,15 +69,6 @@ class RecordingEvents final : public OfferwallEventCallback {
   std::vector<std::string> custom;
   std::vector<std::string> dataRequests;
 };
-
-// The resident set of this process (the host; page scripts run in WebKit's web processes).
-std::size_t residentKiB() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line))
-    if (line.rfind("VmRSS:", 0) == 0) return std::stoul(line.substr(6));
-  return 0;
-}
 
 const char* kTrustedPage = R"(<!doctype html><html><head><meta charset="utf-8">
 <title>Trusted</title></head><body><h1>Trusted</h1><script>
