@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
@@ -343,6 +344,36 @@ TEST_F(EventFileTest, WritesCountOnlyTheEventsThatAgedOut) {
             << name;
       }
     }
+  }
+}
+
+// A merge that adds nothing (a batch that failed again, an empty list) leaves the file as it is:
+// no write, not even one that renames the same text over it.
+TEST_F(EventFileTest, AMergeThatAddsNothingWritesNothing) {
+  struct Case {
+    const char* name;
+    std::vector<Event> merged;
+    bool written;
+  };
+  const std::vector<Event> inFile = {eventAt(now(), "a"), eventAt(now(), "b")};
+  const Case cases[] = {
+      {"the same events", inFile, false},
+      {"some of them", {inFile[1]}, false},
+      {"none", {}, false},
+      {"one new among them", {inFile[0], eventAt(now(), "c")}, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto store = manager();
+    ASSERT_TRUE(store.saveEvents(inFile).ok());
+    const auto inode = [&] {
+      struct stat status{};
+      return ::stat(file().c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    const ino_t before = inode();
+    ASSERT_TRUE(store.mergeEvents(c.merged).ok());
+    EXPECT_EQ(inode() != before, c.written) << "each write renames a new file over the old one";
+    EXPECT_EQ(store.loadEvents().value().size(), c.written ? 3u : 2u);
   }
 }
 
