@@ -510,6 +510,9 @@ class ComplainingQueue final : public EventQueueProtocol {
     inner.enqueue(std::move(event));
     KorvaneLogger::e("Queue", "enqueue trouble", Error{"X", 1, "inner", "QueueError"});
   }
+  std::vector<Event> prepend(std::vector<Event> events) override {
+    return inner.prepend(std::move(events));
+  }
   std::vector<Event> dequeue(std::size_t n) override { return inner.dequeue(n); }
   std::size_t count() const override { return inner.count(); }
   std::size_t room() const override { return inner.room(); }

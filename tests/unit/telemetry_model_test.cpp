@@ -159,6 +159,39 @@ TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
   EXPECT_EQ(small.count(), 0u);
 }
 
+// Events read back from the file are older than anything queued since: they go ahead of it, the
+// oldest of them first, and what does not fit is handed back rather than pushing anything out.
+TEST(EventQueue, PutsOlderEventsAheadAsFarAsThereIsRoom) {
+  struct Case {
+    std::size_t capacity;
+    int queued;
+    int older;
+    std::vector<std::string> expected;
+    std::vector<std::string> handedBack;
+  };
+  const Case cases[] = {
+      {5, 2, 2, {"o0", "o1", "q0", "q1"}, {}},
+      {5, 2, 4, {"o0", "o1", "o2", "q0", "q1"}, {"o3"}},
+      {5, 5, 1, {"q0", "q1", "q2", "q3", "q4"}, {"o0"}},
+      {5, 0, 0, {}, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::to_string(c.queued) + " queued, " + std::to_string(c.older) + " older");
+    EventQueueManager queue(c.capacity);
+    for (int i = 0; i < c.queued; ++i) queue.enqueue(eventAt(100 + i, "q" + std::to_string(i)));
+    std::vector<Event> older;
+    for (int i = 0; i < c.older; ++i) older.push_back(eventAt(i, "o" + std::to_string(i)));
+    std::vector<std::string> handedBack;
+    for (const Event& e : queue.prepend(std::move(older))) handedBack.push_back(e.eventId);
+    std::vector<std::string> queued;
+    for (const Event& e : queue.snapshot()) queued.push_back(e.eventId);
+    EXPECT_EQ(queued, c.expected);
+    EXPECT_EQ(handedBack, c.handedBack);
+    EXPECT_EQ(queue.count(), c.expected.size());
+    EXPECT_EQ(queue.droppedCount(), 0u);
+  }
+}
+
 class EventFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
