@@ -103,6 +103,7 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   deps.clock = platform.clock;
   deps.random = platform.random;
   deps.lifecycle = platform.lifecycle;
+  deps.reachability = platform.reachability;
   deps.executor = environment_.tasks;
   deps.backgroundTime = platform.backgroundTime;
 
