@@ -76,6 +76,7 @@ std::shared_ptr<EventBatchService> quietService() {
   deps.clock = std::make_shared<linux_host::SystemClock>();
   deps.random = platform.random;
   deps.executor = std::make_shared<testing::ManualExecutor>();
+  deps.serial = deps.executor;
   // Nothing triggers a send, so the caller's own cost is what is measured.
   return EventBatchService::create(std::move(deps), 1'000'000'000, 1e12);
 }

@@ -86,11 +86,17 @@ void EventBatchService::start() {
       if (self) self->networkChanged(connected);
     });
   }
-  loadAtStart();
+  // Reading the file can take long (it may hold 10 MiB): never on the caller's thread, which is
+  // the main thread at launch.
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.serial->submit([weak] {
+    if (auto self = weak.lock()) self->loadAtStart();
+  });
   KorvaneLogger::i(kTag, "EventBatchService initialized successfully");
 }
 
 void EventBatchService::loadAtStart() {
+  deps_.persistence->cleanupOldEvents();
   loadPersistedEvents();
   updateFlushTimer();
   const std::size_t count = deps_.queue->count();
@@ -131,17 +137,19 @@ void EventBatchService::loadPersistedEvents() {
     return;
   }
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
-  std::size_t pushedOut = 0;  // by events tracked since the room was measured
-  for (Event& event : loaded.value()) {
-    pushedOut += deps_.queue->room() == 0 ? 1 : 0;
-    deps_.queue->enqueue(std::move(event));
+  // Older than anything tracked while the file was read, so they go ahead of it.
+  const std::vector<Event> noRoom = deps_.queue->prepend(std::move(loaded).value());
+  if (!noRoom.empty()) {
+    // Events tracked meanwhile took the room that was measured: these wait in the file again.
+    Status kept = persistMerged(noRoom);
+    if (!kept) KorvaneLogger::e(kTag, "Failed to persist events: " + kept.error().description);
+    KorvaneLogger::w(kTag, "Left " + std::to_string(noRoom.size()) +
+                               " persisted events in the event file: the queue filled up while "
+                               "they were read");
   }
-  if (pushedOut > 0)
-    KorvaneLogger::w(kTag, "Dropped the " + std::to_string(pushedOut) +
-                               " oldest queued events to make room for persisted ones");
-  accepted_ += count;
+  accepted_ += count - noRoom.size();
   // The file may keep events the queue had no room for; takeEvents logs how many.
-  KorvaneLogger::d(kTag, "Queued " + std::to_string(count) + " persisted events");
+  KorvaneLogger::d(kTag, "Queued " + std::to_string(count - noRoom.size()) + " persisted events");
 }
 
 EventBatchService::Tally EventBatchService::tally() const {

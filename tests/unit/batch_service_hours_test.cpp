@@ -55,6 +55,7 @@ class BatchServiceHourTest : public ::testing::Test {
     deps.lifecycle = platform_.lifecycle;
     deps.reachability = platform_.reachability;
     deps.executor = executor_;
+    deps.serial = executor_;
     service_ = EventBatchService::create(std::move(deps));
     settle();
   }

@@ -26,6 +26,7 @@ using testing::LogCapture;
 class MemoryPersistence final : public EventPersistenceProtocol {
  public:
   std::vector<Event> file;
+  std::function<void()> whileTaking;  // runs between the read and the return of takeEvents
   Status saveEvent(const Event& event) override {
     file.push_back(event);
     return okStatus();
@@ -57,6 +58,7 @@ class MemoryPersistence final : public EventPersistenceProtocol {
         file.begin() + static_cast<std::ptrdiff_t>(std::min(maxCount, file.size()));
     std::vector<Event> taken(file.begin(), firstLeft);
     file.erase(file.begin(), firstLeft);
+    if (whileTaking) whileTaking();
     return taken;
   }
 };
@@ -90,6 +92,7 @@ class BatchServiceTest : public ::testing::Test {
     deps.lifecycle = platform_.lifecycle;
     deps.reachability = platform_.reachability;
     deps.executor = executor_;
+    deps.serial = executor_;
     deps.backgroundTime = backgroundTime_;
     return EventBatchService::create(std::move(deps), batchSize, interval);
   }
@@ -317,11 +320,16 @@ TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNe
   deps.random = platform_.random;
   deps.lifecycle = platform_.lifecycle;
   deps.executor = executor_;
+  deps.serial = executor_;
   auto service = EventBatchService::create(std::move(deps));
+  executor_->runAll(1);  // the serial queue reads the file
 
   EXPECT_EQ(queue_->count(), 500u);
   EXPECT_EQ(queue_->droppedCount(), 0u) << "nothing was pushed out of the queue";
-  EXPECT_EQ(queue_->snapshot().back().eventId, "E399");
+  const std::vector<Event> queued = queue_->snapshot();
+  EXPECT_EQ(queued.front().eventId, "E0");
+  EXPECT_EQ(queued[399].eventId, "E399") << "the loaded events, oldest first";
+  EXPECT_EQ(queued.back().eventId, "E799") << "then those queued before, in their order";
   const Result<std::vector<Event>> left = file->loadEvents();
   ASSERT_TRUE(left.ok());
   ASSERT_EQ(left.value().size(), 300u) << "the rest stays in the file";
@@ -397,10 +405,57 @@ TEST_F(BatchServiceTest, ABatchInFlightHoldsBackgroundTimeUntilItsAnswer) {
 TEST_F(BatchServiceTest, PersistedEventsAreLoadedAtStartAndSentWhenDue) {
   for (int i = 0; i < 25; ++i) persistence_->file.push_back(event());
   auto service = makeService();
-  EXPECT_TRUE(persistence_->file.empty());
+  EXPECT_EQ(persistence_->file.size(), 25u) << "read on the serial queue, not here";
   settle();
+  EXPECT_TRUE(persistence_->file.empty());
   EXPECT_EQ(sentEvents(), 20u) << "a full batch goes at once";
   EXPECT_EQ(queue_->count(), 5u);
+}
+
+// The file is read on the serial queue, so events can be tracked before or while it is read: they
+// queue behind the loaded ones, which are older. When they take the room the read was measured
+// against, the loaded events that no longer fit wait in the file again instead of being lost.
+TEST_F(BatchServiceTest, EventsTrackedBeforeTheFileIsReadQueueBehindTheLoadedOnes) {
+  struct Case {
+    const char* name;
+    int inFile;
+    int trackedBefore;
+    int trackedWhileReading;
+    std::size_t leftInFile;
+  };
+  const Case cases[] = {{"tracked before the read", 30, 5, 0, 0},
+                        {"tracked while the read is under way", 30, 0, 5, 0},
+                        {"tracked into the room the read counted on", 495, 0, 10, 5}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    queue_ = std::make_shared<EventQueueManager>();
+    persistence_ = std::make_shared<MemoryPersistence>();
+    std::vector<std::string> expected;
+    for (int i = 0; i < c.inFile; ++i) persistence_->file.push_back(event());
+    for (const Event& e : persistence_->file) expected.push_back(e.eventId);
+    auto service = makeService(1000);
+    std::vector<std::string> tracked;
+    const auto track = [&](int n) {
+      for (int i = 0; i < n; ++i) {
+        Event e = event();
+        tracked.push_back(e.eventId);
+        service->trackEvent(std::move(e));
+      }
+    };
+    track(c.trackedBefore);
+    persistence_->whileTaking = [&] { track(c.trackedWhileReading); };
+    executor_->runAll(1);  // the serial queue's read
+
+    expected.resize(expected.size() - c.leftInFile);
+    expected.insert(expected.end(), tracked.begin(), tracked.end());
+    std::vector<std::string> queued;
+    for (const Event& e : queue_->snapshot()) queued.push_back(e.eventId);
+    EXPECT_EQ(queued, expected);
+    EXPECT_EQ(persistence_->file.size(), c.leftInFile) << "the newest loaded wait in the file";
+    EXPECT_EQ(queue_->droppedCount(), 0u);
+    service.reset();
+    settle();
+  }
 }
 
 TEST_F(BatchServiceTest, ServerSettingsApplyOnlyWhenValidAndChanged) {
@@ -542,6 +597,7 @@ TEST_F(BatchServiceTest, AnErrorRaisedWhileReportingIsNotReportedAgain) {
   deps.clock = platform_.clock;
   deps.random = platform_.random;
   deps.executor = executor_;
+  deps.serial = executor_;
   auto service = EventBatchService::create(std::move(deps), 100, 30.0);
   ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock,
                                    platform_.random);

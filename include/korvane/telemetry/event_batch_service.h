@@ -41,7 +41,11 @@ struct BatchServiceDependencies {
   // May be null: then only the return to the foreground (or a flush the host asks for) ends a
   // wait for the network.
   std::shared_ptr<Reachability> reachability;
+  // Sends run here.
   std::shared_ptr<Executor> executor;
+  // The SDK's serial queue: the event file is cleaned up and first read there, after whatever was
+  // submitted before, so that creating the service reads no file on the caller's thread.
+  std::shared_ptr<Executor> serial;
   // May be null: sends then get no extra time when the app leaves the foreground.
   std::shared_ptr<BackgroundTime> backgroundTime;
 };
@@ -55,9 +59,10 @@ struct BatchServiceDependencies {
 // network is there, and nothing while the device is offline until the network comes back or the
 // app returns to the foreground, each of which tries again at once (a flush the host asks for
 // always sends). Unsent events are written to the event file on background and termination
-// and reloaded at start and on foreground. Each send holds background time from its start to its
-// answer, so a batch in flight when the app leaves the foreground is finished rather than
-// suspended mid-request. Safe from any thread; at most one send runs at a time.
+// and read back at start (on the serial queue, ahead of anything tracked meanwhile) and on
+// foreground. Each send holds background time from its start to its answer, so a batch in
+// flight when the app leaves the foreground is finished rather than suspended mid-request.
+// Safe from any thread; at most one send runs at a time.
 class EventBatchService : public EventBatchServiceProtocol,
                           public std::enable_shared_from_this<EventBatchService> {
   struct Token {
@@ -65,7 +70,8 @@ class EventBatchService : public EventBatchServiceProtocol,
   };
 
  public:
-  // Builds the service, loads persisted events and observes the lifecycle and the network.
+  // Builds the service, observes the lifecycle and the network, and has the serial queue clean
+  // the event file up and load it.
   static std::shared_ptr<EventBatchService> create(BatchServiceDependencies dependencies,
                                                    std::size_t batchSize = 20,
                                                    double flushIntervalSeconds = 30.0);
