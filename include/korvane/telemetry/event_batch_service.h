@@ -38,8 +38,8 @@ struct BatchServiceDependencies {
   std::shared_ptr<Clock> clock;
   std::shared_ptr<RandomSource> random;
   std::shared_ptr<AppLifecycle> lifecycle;  // may be null: no background/foreground handling
-  // May be null: then only the return to the foreground (or a flush the host asks for) ends a
-  // wait for the network.
+  // May be null: the network is then taken to be there, so after three failures in a row the
+  // flush timer paces the attempts rather than a wait for the network.
   std::shared_ptr<Reachability> reachability;
   // Sends run here.
   std::shared_ptr<Executor> executor;
@@ -124,8 +124,9 @@ class EventBatchService : public EventBatchServiceProtocol,
   void start();
   void loadAtStart();
   void loadPersistedEvents();
-  // Arms the flush timer when events wait in the foreground and any trigger may send; stops it
-  // otherwise. `restart` arms it afresh with the current interval when it runs.
+  // Arms the flush timer when events wait in the foreground and the timer may send (neither a
+  // retry nor the network owns the next attempt); stops it otherwise. `restart` arms it afresh
+  // with the current interval when it runs.
   void updateFlushTimer(bool restart = false);
   double armFlushTimerLocked();  // returns the period
   void tick(std::uint64_t generation);
