@@ -79,15 +79,8 @@ void EventBatchService::start() {
       }
     });
   }
-  if (deps_.reachability) {
-    std::weak_ptr<EventBatchService> weak = weak_from_this();
-    networkObservation_ = deps_.reachability->subscribe([weak](bool connected) {
-      auto self = weak.lock();
-      if (self) self->networkChanged(connected);
-    });
-  }
-  // Reading the file can take long (it may hold 10 MiB): never on the caller's thread, which is
-  // the main thread at launch.
+  // Reading the file can take long (it may hold 10 MiB), and setting up the platform's network
+  // monitor may wait on the system: neither on the caller's thread, the main thread at launch.
   std::weak_ptr<EventBatchService> weak = weak_from_this();
   deps_.serial->submit([weak] {
     if (auto self = weak.lock()) self->loadAtStart();
@@ -96,6 +89,12 @@ void EventBatchService::start() {
 }
 
 void EventBatchService::loadAtStart() {
+  if (deps_.reachability) {
+    std::weak_ptr<EventBatchService> weak = weak_from_this();
+    networkObservation_ = deps_.reachability->subscribe([weak](bool connected) {
+      if (auto self = weak.lock()) self->networkChanged(connected);
+    });
+  }
   deps_.persistence->cleanupOldEvents();
   loadPersistedEvents();
   updateFlushTimer();

@@ -70,8 +70,8 @@ class EventBatchService : public EventBatchServiceProtocol,
   };
 
  public:
-  // Builds the service, observes the lifecycle and the network, and has the serial queue clean
-  // the event file up and load it.
+  // Builds the service and observes the lifecycle; the serial queue then starts observing the
+  // network, and cleans the event file up and loads it.
   static std::shared_ptr<EventBatchService> create(BatchServiceDependencies dependencies,
                                                    std::size_t batchSize = 20,
                                                    double flushIntervalSeconds = 30.0);
