@@ -100,7 +100,7 @@ void BM_BuildLoginRequest(benchmark::State& state) {
                       2532};
   for (auto _ : state) {
     HttpRequest request = api.createRequest("https://api.korvane.io/v1/api/sdk/login", "POST");
-    ApiServiceImpl::compressRequestBody(request, json::dump(toJson(login)));
+    api.compressRequestBody(request, json::dump(toJson(login)));
     benchmark::DoNotOptimize(request);
   }
 }

@@ -94,7 +94,12 @@ Error networkErrorInvalidUrl() {
 
 ApiServiceImpl::ApiServiceImpl(std::string baseUrl, KorvaneSdkConfig config,
                                std::shared_ptr<HttpClient> http)
-    : baseUrl_(std::move(baseUrl)), config_(std::move(config)), http_(std::move(http)) {}
+    : baseUrl_(std::move(baseUrl)),
+      config_(std::move(config)),
+      http_(std::move(http)),
+      compressor_(std::make_unique<GzipCompressor>()) {}
+
+ApiServiceImpl::~ApiServiceImpl() = default;
 
 HttpRequest ApiServiceImpl::createRequest(const std::string& url, const std::string& method) const {
   HttpRequest request;
@@ -111,7 +116,7 @@ HttpRequest ApiServiceImpl::createRequest(const std::string& url, const std::str
 }
 
 void ApiServiceImpl::compressRequestBody(HttpRequest& request, const std::string& body) {
-  Result<std::string> compressed = gzip(body);
+  Result<std::string> compressed = compressor_->compress(body);
   if (!compressed) {
     const std::string text =
         "Failed to compress request, sending uncompressed: " + compressed.error().description;

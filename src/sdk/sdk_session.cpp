@@ -90,10 +90,9 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   const PlatformServices& platform = environment_.platform;
   BatchServiceDependencies deps;
   deps.queue = std::make_shared<EventQueueManager>(kQueueCapacity);
-  auto persistence = std::make_shared<EventPersistenceManager>(
+  // The service cleans the file up and reads it on the serial queue, not here.
+  deps.persistence = std::make_shared<EventPersistenceManager>(
       platform.documents, platform.clock, kEventFileName, kEventFileMaxBytes, kMaxEventAgeSeconds);
-  persistence->cleanupOldEvents();
-  deps.persistence = persistence;
   deps.api = [network = environment_.network] { return network->apiService(); };
   deps.context = [weak = weak_from_this()] {
     auto self = weak.lock();
@@ -103,7 +102,9 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   deps.clock = platform.clock;
   deps.random = platform.random;
   deps.lifecycle = platform.lifecycle;
+  deps.reachability = platform.reachability;
   deps.executor = environment_.tasks;
+  deps.serial = environment_.serial;
   deps.backgroundTime = platform.backgroundTime;
 
   std::shared_ptr<EventBatchService> previous;
@@ -112,8 +113,9 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
     previous = eventBatchService_;
   }
   // A repeated initialize (after a refused validation) replaces the service; what the old one
-  // still holds goes to the event file first, and the new service loads it from there.
-  if (previous) previous->handleAppTermination();
+  // still holds goes to the event file first, and the new service loads it from there. Both on
+  // the serial queue, in that order.
+  if (previous) environment_.serial->submit([previous] { previous->handleAppTermination(); });
   std::shared_ptr<EventBatchService> service =
       EventBatchService::create(std::move(deps), kBatchSize, kFlushIntervalSeconds);
   std::lock_guard lock(setupLock_);

@@ -46,15 +46,19 @@ EventBatchService::EventBatchService(Token, BatchServiceDependencies dependencie
       lastFlushMillis_(deps_.clock->nowMillis()) {}
 
 EventBatchService::~EventBatchService() {
-  stopFlushTimer();
+  std::lock_guard lock(stateLock_);
+  flushTimer_.cancel();
+  retryTimer_.cancel();
 }
 
 void EventBatchService::start() {
   KorvaneLogger::i(
       kTag, "Initializing EventBatchService with batch size: " + std::to_string(batchSize()) +
                 ", flush interval: " + swiftNumber(flushInterval()) + "s");
-  loadPersistedEvents();
-  startFlushTimer();
+  if (deps_.lifecycle) {
+    std::lock_guard lock(stateLock_);
+    inForeground_ = deps_.lifecycle->state() != AppState::background;
+  }
   if (deps_.lifecycle) {
     std::weak_ptr<EventBatchService> weak = weak_from_this();
     lifecycleObservation_ = deps_.lifecycle->subscribe([weak](AppLifecycleEvent event) {
@@ -75,6 +79,25 @@ void EventBatchService::start() {
       }
     });
   }
+  // Reading the file can take long (it may hold 10 MiB), and setting up the platform's network
+  // monitor may wait on the system: neither on the caller's thread, the main thread at launch.
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.serial->submit([weak] {
+    if (auto self = weak.lock()) self->loadAtStart();
+  });
+  KorvaneLogger::i(kTag, "EventBatchService initialized successfully");
+}
+
+void EventBatchService::loadAtStart() {
+  if (deps_.reachability) {
+    std::weak_ptr<EventBatchService> weak = weak_from_this();
+    networkObservation_ = deps_.reachability->subscribe([weak](bool connected) {
+      if (auto self = weak.lock()) self->networkChanged(connected);
+    });
+  }
+  deps_.persistence->cleanupOldEvents();
+  loadPersistedEvents();
+  updateFlushTimer();
   const std::size_t count = deps_.queue->count();
   if (count > 0) {
     KorvaneLogger::d(kTag, "Found " + std::to_string(count) +
@@ -89,7 +112,6 @@ void EventBatchService::start() {
       });
     }
   }
-  KorvaneLogger::i(kTag, "EventBatchService initialized successfully");
 }
 
 double EventBatchService::secondsSinceLastFlush() const {
@@ -114,17 +136,19 @@ void EventBatchService::loadPersistedEvents() {
     return;
   }
   KorvaneLogger::d(kTag, "Loading " + std::to_string(count) + " persisted events");
-  std::size_t pushedOut = 0;  // by events tracked since the room was measured
-  for (Event& event : loaded.value()) {
-    pushedOut += deps_.queue->room() == 0 ? 1 : 0;
-    deps_.queue->enqueue(std::move(event));
+  // Older than anything tracked while the file was read, so they go ahead of it.
+  const std::vector<Event> noRoom = deps_.queue->prepend(std::move(loaded).value());
+  if (!noRoom.empty()) {
+    // Events tracked meanwhile took the room that was measured: these wait in the file again.
+    Status kept = persistMerged(noRoom);
+    if (!kept) KorvaneLogger::e(kTag, "Failed to persist events: " + kept.error().description);
+    KorvaneLogger::w(kTag, "Left " + std::to_string(noRoom.size()) +
+                               " persisted events in the event file: the queue filled up while "
+                               "they were read");
   }
-  if (pushedOut > 0)
-    KorvaneLogger::w(kTag, "Dropped the " + std::to_string(pushedOut) +
-                               " oldest queued events to make room for persisted ones");
-  accepted_ += count;
+  accepted_ += count - noRoom.size();
   // The file may keep events the queue had no room for; takeEvents logs how many.
-  KorvaneLogger::d(kTag, "Queued " + std::to_string(count) + " persisted events");
+  KorvaneLogger::d(kTag, "Queued " + std::to_string(count - noRoom.size()) + " persisted events");
 }
 
 EventBatchService::Tally EventBatchService::tally() const {
@@ -157,54 +181,118 @@ void EventBatchService::trackEvent(Event event) {
              ", Time since last flush: " + swiftNumber(secondsSinceLastFlush()) + "s";
     });
   }
+  // An event can only make the timer wanted: when it runs already there is nothing to decide.
+  if (!timerArmed_.load(std::memory_order_acquire)) updateFlushTimer();
 }
 
-void EventBatchService::flushInBackground() {
+std::optional<std::string> EventBatchService::heldBack(Trigger trigger) {
+  std::lock_guard lock(stateLock_);
+  switch (turn_) {
+    case SendTurn::anyTrigger:
+      return std::nullopt;
+    case SendTurn::retry:
+      return "Not sending now: the scheduled retry sends next";
+    case SendTurn::timerOnly:
+      if (trigger == Trigger::timer) return std::nullopt;
+      return "Not sending now: sends keep failing, the flush timer sends next";
+    case SendTurn::waitingForNetwork:
+      return "Not sending now: waiting for the network or the return to the foreground";
+  }
+  return std::nullopt;
+}
+
+void EventBatchService::flushInBackground(Trigger trigger) {
+  if (std::optional<std::string> why = heldBack(trigger)) {
+    KorvaneLogger::d(kTag, *why);
+    return;
+  }
   std::weak_ptr<EventBatchService> weak = weak_from_this();
-  deps_.executor->submit([weak] {
-    if (auto self = weak.lock()) self->flush();
+  deps_.executor->submit([weak, trigger] {
+    auto self = weak.lock();
+    if (!self) return;
+    // A send that failed since the submission may have handed the turn on.
+    if (std::optional<std::string> why = self->heldBack(trigger)) {
+      KorvaneLogger::d(kTag, *why);
+      return;
+    }
+    self->flush();
   });
 }
 
-// ---- Timer chain --------------------------------------------------------------------------------
-
-void EventBatchService::stopFlushTimer() {
-  std::lock_guard lock(timerLock_);
-  flushTimer_.cancel();
-  flushTimer_ = TaskHandle();
+void EventBatchService::networkChanged(bool connected) {
+  if (connected) return resumeSending("the network path changed");
+  bool offline = false;
+  {
+    std::lock_guard lock(stateLock_);
+    offline = turn_ == SendTurn::timerOnly;
+    if (offline) turn_ = SendTurn::waitingForNetwork;
+  }
+  // Timer ticks would only fail now.
+  if (offline) updateFlushTimer();
 }
 
-void EventBatchService::startFlushTimer() {
-  stopFlushTimer();
+// After three failures in a row: any trigger may send again, and what waited goes at once.
+void EventBatchService::resumeSending(const char* because) {
+  bool resumed = false;
+  {
+    std::lock_guard lock(stateLock_);
+    resumed = turn_ == SendTurn::waitingForNetwork || turn_ == SendTurn::timerOnly;
+    if (resumed) turn_ = SendTurn::anyTrigger;
+  }
+  if (!resumed) return;
+  KorvaneLogger::d(kTag, std::string("Sending resumes: ") + because);
+  updateFlushTimer();
+  if (deps_.queue->count() > 0) flushInBackground();
+}
+
+// ---- Flush timer --------------------------------------------------------------------------------
+
+void EventBatchService::updateFlushTimer(bool restart) {
+  std::optional<double> armedFor;
+  {
+    std::lock_guard lock(stateLock_);
+    const bool eventsWait = deps_.queue->count() > 0;
+    const bool wanted = eventsWait && inForeground_ &&
+                        (turn_ == SendTurn::anyTrigger || turn_ == SendTurn::timerOnly);
+    if (timerArmed_ && (!wanted || restart)) {
+      flushTimer_.cancel();
+      timerArmed_ = false;
+    }
+    if (wanted && !timerArmed_) armedFor = armFlushTimerLocked();
+  }
+  if (!armedFor) return;
+  const double base = flushInterval();
   KorvaneLogger::d(kTag, [&] {
-    return "Starting flush timer with interval: " + swiftNumber(flushInterval()) +
-           "s (±20% jitter)";
+    return "Starting flush timer with interval: " + swiftNumber(base) + "s (±20% jitter)";
   });
-  std::weak_ptr<EventBatchService> weak = weak_from_this();
-  deps_.mainThread->post([weak] {
-    if (auto self = weak.lock()) self->scheduleNextTick();
+  KorvaneLogger::d(kTag, [&] {
+    return "Scheduling next flush in " + fixed("%.1f", *armedFor) +
+           "s (base: " + swiftNumber(base) + "s)";
   });
 }
 
-void EventBatchService::scheduleNextTick() {
+double EventBatchService::armFlushTimerLocked() {
   const double base = flushInterval();
   const double jitter = base * kFlushJitterFraction;
   const double period = base + deps_.random->uniform(-jitter, jitter);
-  KorvaneLogger::d(kTag, [&] {
-    return "Scheduling next flush in " + fixed("%.1f", period) + "s (base: " + swiftNumber(base) +
-           "s)";
-  });
   std::weak_ptr<EventBatchService> weak = weak_from_this();
-  const auto delay =
-      std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(period * 1000.0)));
-  std::lock_guard lock(timerLock_);
-  flushTimer_.cancel();
-  flushTimer_ = deps_.mainThread->postAfter(delay, [weak] {
-    if (auto self = weak.lock()) self->tick();
-  });
+  const std::uint64_t generation = ++timerGeneration_;
+  flushTimer_ = deps_.mainThread->postAfter(
+      std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(period * 1000.0))),
+      [weak, generation] {
+        if (auto self = weak.lock()) self->tick(generation);
+      });
+  timerArmed_ = true;
+  return period;
 }
 
-void EventBatchService::tick() {
+void EventBatchService::tick(std::uint64_t generation) {
+  {
+    std::lock_guard lock(stateLock_);
+    // A timer cancelled while it was already on its way to run.
+    if (generation != timerGeneration_ || !timerArmed_) return;
+    timerArmed_ = false;
+  }
   const std::size_t count = deps_.queue->count();
   KorvaneLogger::d(kTag, [&] {
     return "Timer fired. Queue size: " + std::to_string(count) +
@@ -213,32 +301,36 @@ void EventBatchService::tick() {
   if (count > 0) {
     KorvaneLogger::d(kTag,
                      "Timer: Events in queue: " + std::to_string(count) + ", triggering flush...");
-    flushInBackground();
+    flushInBackground(Trigger::timer);
   } else {
     KorvaneLogger::d(kTag, "Timer: Queue is empty, skipping flush");
   }
-  scheduleNextTick();
+  // Runs on while events wait; the send stops it once it has emptied the queue.
+  updateFlushTimer();
 }
 
 // ---- Sending ------------------------------------------------------------------------------------
 
 void EventBatchService::flush(std::function<void(Status)> done) {
+  bool busy = false;
   {
-    std::lock_guard lock(processingLock_);
-    if (isProcessing_) {
-      KorvaneLogger::d(kTag, "Flush already in progress, skipping...");
-      if (done) done(okStatus());
-      return;
-    }
+    std::lock_guard lock(stateLock_);
+    busy = isProcessing_;
     isProcessing_ = true;
+  }
+  if (busy) {
+    KorvaneLogger::d(kTag, "Flush already in progress, skipping...");
+    if (done) done(okStatus());
+    return;
   }
   std::vector<Event> events = deps_.queue->dequeue(batchSize());
   if (events.empty()) {
     KorvaneLogger::d(kTag, "No events to flush");
     {
-      std::lock_guard lock(processingLock_);
+      std::lock_guard lock(stateLock_);
       isProcessing_ = false;
     }
+    updateFlushTimer();
     if (done) done(okStatus());
     return;
   }
@@ -291,6 +383,11 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
                                    const std::function<void(Status)>& done) {
   if (outcome) {
     retryCount_ = 0;
+    {
+      std::lock_guard lock(stateLock_);
+      turn_ = SendTurn::anyTrigger;
+      retryTimer_.cancel();
+    }
     KorvaneLogger::d(kTag, "Batch sent successfully!");
     lastFlushMillis_ = deps_.clock->nowMillis();
     delivered_ += events.size();
@@ -300,9 +397,11 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     handleFailure(events, outcome.error());
   }
   {
-    std::lock_guard lock(processingLock_);
+    std::lock_guard lock(stateLock_);
     isProcessing_ = false;
   }
+  // Stops the timer once the queue is empty, or hands it to a retry or to the wait.
+  updateFlushTimer();
   if (done) done(outcome);
 }
 
@@ -338,17 +437,41 @@ void EventBatchService::handleFailure(const std::vector<Event>& events, const Er
                              std::to_string(kMaxRetryCount) + ")...");
   // Only a successful send resets the count: after giving up, later failures give up at once.
   if (attempt > kMaxRetryCount - 1) {
+    // Offline, sending again before the network or the user comes back could only fail; with
+    // the network there the backend may recover any time, and the timer paces the attempts.
+    const bool offline = deps_.reachability && !deps_.reachability->isConnected();
+    {
+      std::lock_guard lock(stateLock_);
+      turn_ = offline ? SendTurn::waitingForNetwork : SendTurn::timerOnly;
+      retryTimer_.cancel();
+    }
     KorvaneLogger::w(kTag, "Max retry count reached. Giving up.");
+    KorvaneLogger::d(kTag, offline ? "Sending waits for the network or the return to the foreground"
+                                   : "Until a send succeeds only the flush timer sends");
     return;
   }
+  scheduleRetry(attempt);
+}
+
+// The retry owns the next attempt: no other trigger sends until it has run.
+void EventBatchService::scheduleRetry(int attempt) {
   const double ceiling = std::min(kRetryBaseDelay * std::pow(2.0, attempt - 1), kRetryMaxDelay);
   const double delay = deps_.random->uniform(0.0, ceiling);
   KorvaneLogger::d(kTag, "Retrying flush after " + fixed("%.2f", delay) +
                              "s (backoff ceiling: " + fixed("%.1f", ceiling) + "s)...");
   std::weak_ptr<EventBatchService> weak = weak_from_this();
-  deps_.mainThread->postAfter(
+  std::lock_guard lock(stateLock_);
+  turn_ = SendTurn::retry;
+  retryTimer_.cancel();
+  retryTimer_ = deps_.mainThread->postAfter(
       std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(delay * 1000.0))), [weak] {
-        if (auto self = weak.lock()) self->flushInBackground();
+        auto self = weak.lock();
+        if (!self) return;
+        {
+          std::lock_guard held(self->stateLock_);
+          if (self->turn_ == SendTurn::retry) self->turn_ = SendTurn::anyTrigger;
+        }
+        self->flushInBackground();
       });
 }
 
@@ -409,7 +532,7 @@ void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> bat
     flushInterval_ = *flushIntervalSeconds;
     KorvaneLogger::d(
         kTag, "Updated flush interval to: " + swiftNumber(*flushIntervalSeconds) + " seconds");
-    startFlushTimer();
+    updateFlushTimer(/*restart=*/true);
     changed = true;
   }
   if (!changed) return;
@@ -420,7 +543,11 @@ void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> bat
 }
 
 void EventBatchService::handleAppBackground() {
-  stopFlushTimer();
+  {
+    std::lock_guard lock(stateLock_);
+    inForeground_ = false;
+  }
+  updateFlushTimer();
   if (deps_.queue->count() == 0) return;
   // Taken out first, so nothing tracked meanwhile is lost between the write and the emptying.
   std::vector<Event> events = deps_.queue->dequeue(SIZE_MAX);
@@ -441,12 +568,20 @@ void EventBatchService::handleAppBackground() {
 
 void EventBatchService::handleAppForeground() {
   KorvaneLogger::i(kTag, "App foregrounded");
-  startFlushTimer();
+  bool resumed = false;
+  {
+    std::lock_guard lock(stateLock_);
+    inForeground_ = true;
+    resumed = turn_ == SendTurn::waitingForNetwork || turn_ == SendTurn::timerOnly;
+    if (resumed) turn_ = SendTurn::anyTrigger;
+  }
+  if (resumed) KorvaneLogger::d(kTag, "Sending resumes: the app is back in the foreground");
   const std::size_t count = deps_.queue->count();
   if (count > 0)
     KorvaneLogger::d(kTag, "Queue not empty (" + std::to_string(count) + " events), skipping load");
   else
     loadPersistedEvents();
+  updateFlushTimer();
   if (shouldFlush()) {
     KorvaneLogger::i(kTag, "Flush needed on foreground, triggering...");
     flushInBackground();

@@ -272,10 +272,13 @@ Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
   if (!loaded) return loaded.error();
   if (loaded.value().damage) noteReplacedDamage(*loaded.value().damage);
   std::vector<Event> kept = std::move(loaded.value().young);
+  const std::size_t before = kept.size();
   std::unordered_set<std::string> ids;
   for (const Event& event : kept) ids.insert(event.eventId);
   for (const Event& event : events)
     if (ids.insert(event.eventId).second) kept.push_back(event);
+  // A batch that fails again is already in the file: rewriting it would change nothing but wear.
+  if (kept.size() == before) return okStatus();
   return writeLocked(loaded.value().path, kept, loaded.value().agedOut);
 }
 

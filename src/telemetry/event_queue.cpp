@@ -17,6 +17,18 @@ void EventQueueManager::enqueue(Event event) {
   size_.store(queue_.size(), std::memory_order_release);
 }
 
+std::vector<Event> EventQueueManager::prepend(std::vector<Event> events) {
+  std::lock_guard lock(queueLock_);
+  const std::size_t room = maxQueueSize_ - std::min(queue_.size(), maxQueueSize_);
+  const auto firstLeft =
+      events.begin() + static_cast<std::ptrdiff_t>(std::min(room, events.size()));
+  queue_.insert(queue_.begin(), std::make_move_iterator(events.begin()),
+                std::make_move_iterator(firstLeft));
+  size_.store(queue_.size(), std::memory_order_release);
+  events.erase(events.begin(), firstLeft);
+  return events;
+}
+
 std::vector<Event> EventQueueManager::dequeue(std::size_t maxCount) {
   std::lock_guard lock(queueLock_);
   const std::size_t n = std::min(maxCount, queue_.size());

@@ -244,7 +244,7 @@ TEST_F(BackendTest, BodiesTheBackendCannotReadAreRefusedWithAReason) {
   EXPECT_NE(corrupt.body.find("corrupt gzip"), std::string::npos);
 
   HttpRequest wrongShape = service.createRequest(server_.baseUrl() + "/v1/api/sdk/event", "POST");
-  ApiServiceImpl::compressRequestBody(wrongShape, R"({"name":"x"})");
+  service.compressRequestBody(wrongShape, R"({"name":"x"})");
   HttpResponse refused = answer(wrongShape);
   EXPECT_EQ(refused.status, 400);
   EXPECT_NE(refused.body.find("sdkVersion"), std::string::npos) << refused.body;

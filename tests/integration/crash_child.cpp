@@ -6,6 +6,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <stdexcept>
 #include <string>
 
@@ -44,7 +45,13 @@ int main(int argc, char** argv) {
   deps.clock = clock;
   deps.random = random;
   deps.executor = std::make_shared<ThreadPoolExecutor>(1);
+  auto serial = std::make_shared<ThreadPoolExecutor>(1);
+  deps.serial = serial;
   auto service = EventBatchService::create(std::move(deps));
+  // The host dies after the SDK's start: its read of the event file is done by then.
+  std::promise<void> started;
+  serial->submit([&started] { started.set_value(); });
+  started.get_future().wait();
   ErrorTelemetry::shared().install(service, "1.0.52-rc.2",
                                    std::make_shared<linux_host::LinuxProcessDiagnostics>(), clock,
                                    random);

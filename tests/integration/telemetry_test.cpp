@@ -70,6 +70,7 @@ Pipeline makePipeline(const fs::path& documents, std::function<std::string()> ba
   deps.clock = clock;
   deps.random = std::make_shared<linux_host::SystemRandom>();
   deps.lifecycle = std::move(lifecycle);
+  deps.serial = executor;
   deps.executor = std::move(executor);
   p.service = EventBatchService::create(std::move(deps), 20, interval);
   return p;

@@ -144,10 +144,39 @@ class FakePersonPrompt final : public PersonPrompt {
   std::vector<std::function<void(bool)>> held;
 };
 
+// A network path the test switches: set() changes it and tells the observers, as the
+// platform's change notifications do.
 class FakeReachability final : public Reachability {
  public:
   bool connected = true;
   bool isConnected() const override { return connected; }
+  Subscription subscribe(std::function<void(bool)> observer) override {
+    std::lock_guard lock(mutex_);
+    const int id = nextId_++;
+    observers_.emplace_back(id, std::move(observer));
+    return Subscription([this, id] {
+      std::lock_guard held(mutex_);
+      std::erase_if(observers_, [id](const auto& o) { return o.first == id; });
+    });
+  }
+  void set(bool nowConnected) {
+    connected = nowConnected;
+    decltype(observers_) current;
+    {
+      std::lock_guard lock(mutex_);
+      current = observers_;
+    }
+    for (auto& [id, observer] : current) observer(nowConnected);
+  }
+  std::size_t observerCount() const {
+    std::lock_guard lock(mutex_);
+    return observers_.size();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  int nextId_ = 0;
+  std::vector<std::pair<int, std::function<void(bool)>>> observers_;
 };
 
 // The fakes wired together as one platform.

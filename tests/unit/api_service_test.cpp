@@ -1,7 +1,9 @@
 // The API service over a fake transport: request shape, gzip bodies, status and error rules.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
+#include <thread>
 
 #include "backend/gzip.h"
 #include "backend/record_codec.h"
@@ -34,6 +36,47 @@ TEST(Gzip, RoundTripsThroughZlibWhateverTheInput) {
     EXPECT_EQ(gunzip(compressed.value()), input) << "input of " << input.size() << " bytes";
   }
   EXPECT_EQ(gzip("").value(), "") << "empty input: no header at all";
+}
+
+// One compressor's state serves body after body: each output is a whole gzip stream of its own
+// body, the same bytes a fresh state gives, whatever came before it (a large incompressible body
+// leaves a full window and long match chains behind; an empty body stays empty).
+TEST(Gzip, AKeptStateCompressesEachOfConsecutiveBodiesAsAFreshOneWould) {
+  std::mt19937 random(11);
+  std::string incompressible(70000, '\0');
+  for (char& c : incompressible) c = static_cast<char>(random());
+  std::string batch;
+  for (int i = 0; i < 20; ++i)
+    batch += R"({"name":"mission_impressed","eventId":"E)" + std::to_string(i) + R"("},)";
+  const std::vector<std::string> bodies = {batch, incompressible, "", "x", batch + batch, batch};
+  GzipCompressor compressor;
+  for (std::size_t i = 0; i < bodies.size(); ++i) {
+    SCOPED_TRACE("body " + std::to_string(i) + " of " + std::to_string(bodies[i].size()) +
+                 " bytes");
+    Result<std::string> kept = compressor.compress(bodies[i]);
+    ASSERT_TRUE(kept.ok());
+    EXPECT_EQ(kept.value(), gzip(bodies[i]).value());
+    if (!bodies[i].empty()) {
+      EXPECT_EQ(gunzip(kept.value()), bodies[i]);
+    }
+  }
+}
+
+// Bodies compressed at the same time from several threads each come out whole.
+TEST(Gzip, OneCompressorServesSeveralThreadsAtOnce) {
+  GzipCompressor compressor;
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] {
+      const std::string body = std::string(20000 + t * 1000, static_cast<char>('a' + t)) + "end";
+      for (int round = 0; round < 50; ++round) {
+        Result<std::string> out = compressor.compress(body);
+        if (!out.ok() || gunzip(out.value()) != body) ++wrong;
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 TEST(Gzip, ErrorTexts) {
@@ -132,9 +175,11 @@ TEST(ApiService, SizeReportTruncatesTheReductionAndShowsGrowthAsNegative) {
   LogCapture capture(LogLevel::debug);
   std::string large;
   for (int i = 0; i < 300; ++i) large += "abcdefgh";
+  ApiServiceImpl api("https://api.example.io", KorvaneSdkConfig::Builder("k", "s").build(),
+                     nullptr);
   for (const std::string& body : {std::string(R"({"a":1})"), large}) {
     HttpRequest request;
-    ApiServiceImpl::compressRequestBody(request, body);
+    api.compressRequestBody(request, body);
     const double ratio = 1.0 - double(request.body.size()) / double(body.size());
     const long reduction = static_cast<long>(ratio * 100.0);
     EXPECT_TRUE(

@@ -38,6 +38,7 @@ BatchServiceDependencies realDependencies(std::shared_ptr<EventQueueManager> que
   deps.random = std::make_shared<linux_host::SystemRandom>();
   deps.lifecycle = std::move(lifecycle);
   deps.executor = std::make_shared<ThreadPoolExecutor>(2);
+  deps.serial = std::make_shared<ThreadPoolExecutor>(1);
   return deps;
 }
 

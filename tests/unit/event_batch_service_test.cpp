@@ -26,6 +26,7 @@ using testing::LogCapture;
 class MemoryPersistence final : public EventPersistenceProtocol {
  public:
   std::vector<Event> file;
+  std::function<void()> whileTaking;  // runs between the read and the return of takeEvents
   Status saveEvent(const Event& event) override {
     file.push_back(event);
     return okStatus();
@@ -57,6 +58,7 @@ class MemoryPersistence final : public EventPersistenceProtocol {
         file.begin() + static_cast<std::ptrdiff_t>(std::min(maxCount, file.size()));
     std::vector<Event> taken(file.begin(), firstLeft);
     file.erase(file.begin(), firstLeft);
+    if (whileTaking) whileTaking();
     return taken;
   }
 };
@@ -88,7 +90,9 @@ class BatchServiceTest : public ::testing::Test {
     deps.clock = platform_.clock;
     deps.random = platform_.random;
     deps.lifecycle = platform_.lifecycle;
+    deps.reachability = platform_.reachability;
     deps.executor = executor_;
+    deps.serial = executor_;
     deps.backgroundTime = backgroundTime_;
     return EventBatchService::create(std::move(deps), batchSize, interval);
   }
@@ -122,6 +126,7 @@ TEST_F(BatchServiceTest, TimerPeriodsStayWithinTwentyPercentOfTheInterval) {
     testing::FakePlatform platform;
     platform_.random->setUnit(unit);
     auto service = makeService();
+    service->trackEvent(event());  // the timer runs while events wait
     settle();
     const auto delays = platform_.mainThread->pendingDelays();
     ASSERT_EQ(delays.size(), 1u);
@@ -132,23 +137,26 @@ TEST_F(BatchServiceTest, TimerPeriodsStayWithinTwentyPercentOfTheInterval) {
   }
 }
 
-TEST_F(BatchServiceTest, AnEmptyTickSendsNothingAndSchedulesTheNext) {
+TEST_F(BatchServiceTest, TheTimerRunsOnlyWhileEventsWait) {
   auto service = makeService();
   settle();
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "nothing to send, no timer";
   platform_.mainThread->advance(36s);
   settle();
   EXPECT_TRUE(api_->batches().empty());
-  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u);
 
   service->trackEvent(event());  // 30 s have passed: flushes at once
   settle();
   EXPECT_EQ(sentEvents(), 1u);
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "the send emptied the queue";
   service->trackEvent(event());
   settle();
   EXPECT_EQ(sentEvents(), 1u) << "a fresh send resets the age trigger";
+  EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u) << "the first event arms the timer";
   platform_.mainThread->advance(36s);
   settle();
   EXPECT_EQ(sentEvents(), 2u) << "the tick sends whatever is queued";
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "and is not armed again";
 }
 
 TEST_F(BatchServiceTest, TheTwentiethEventTriggersASend) {
@@ -210,9 +218,11 @@ TEST_P(RetryClassification, RetriesOnlyWhatMaySucceedLater) {
   EXPECT_EQ(persistence_->file.size(), 1u) << "and in the file";
   EXPECT_EQ(service->retryCount(), GetParam().retried ? 1 : 0);
   const auto delays = platform_.mainThread->pendingDelays();
-  EXPECT_EQ(delays.size(), GetParam().retried ? 2u : 1u) << "a retry is scheduled beside the timer";
+  ASSERT_EQ(delays.size(), 1u) << "the retry owns the next attempt, else the timer does";
   if (GetParam().retried) {
     EXPECT_NEAR(static_cast<double>(delays[0].count()), 5000.0, 1.0) << "first ceiling: 5 s";
+  } else {
+    EXPECT_GE(delays[0], 24000ms) << "the flush timer";
   }
 }
 
@@ -310,11 +320,16 @@ TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNe
   deps.random = platform_.random;
   deps.lifecycle = platform_.lifecycle;
   deps.executor = executor_;
+  deps.serial = executor_;
   auto service = EventBatchService::create(std::move(deps));
+  executor_->runAll(1);  // the serial queue reads the file
 
   EXPECT_EQ(queue_->count(), 500u);
   EXPECT_EQ(queue_->droppedCount(), 0u) << "nothing was pushed out of the queue";
-  EXPECT_EQ(queue_->snapshot().back().eventId, "E399");
+  const std::vector<Event> queued = queue_->snapshot();
+  EXPECT_EQ(queued.front().eventId, "E0");
+  EXPECT_EQ(queued[399].eventId, "E399") << "the loaded events, oldest first";
+  EXPECT_EQ(queued.back().eventId, "E799") << "then those queued before, in their order";
   const Result<std::vector<Event>> left = file->loadEvents();
   ASSERT_TRUE(left.ok());
   ASSERT_EQ(left.value().size(), 300u) << "the rest stays in the file";
@@ -390,10 +405,57 @@ TEST_F(BatchServiceTest, ABatchInFlightHoldsBackgroundTimeUntilItsAnswer) {
 TEST_F(BatchServiceTest, PersistedEventsAreLoadedAtStartAndSentWhenDue) {
   for (int i = 0; i < 25; ++i) persistence_->file.push_back(event());
   auto service = makeService();
-  EXPECT_TRUE(persistence_->file.empty());
+  EXPECT_EQ(persistence_->file.size(), 25u) << "read on the serial queue, not here";
   settle();
+  EXPECT_TRUE(persistence_->file.empty());
   EXPECT_EQ(sentEvents(), 20u) << "a full batch goes at once";
   EXPECT_EQ(queue_->count(), 5u);
+}
+
+// The file is read on the serial queue, so events can be tracked before or while it is read: they
+// queue behind the loaded ones, which are older. When they take the room the read was measured
+// against, the loaded events that no longer fit wait in the file again instead of being lost.
+TEST_F(BatchServiceTest, EventsTrackedBeforeTheFileIsReadQueueBehindTheLoadedOnes) {
+  struct Case {
+    const char* name;
+    int inFile;
+    int trackedBefore;
+    int trackedWhileReading;
+    std::size_t leftInFile;
+  };
+  const Case cases[] = {{"tracked before the read", 30, 5, 0, 0},
+                        {"tracked while the read is under way", 30, 0, 5, 0},
+                        {"tracked into the room the read counted on", 495, 0, 10, 5}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    queue_ = std::make_shared<EventQueueManager>();
+    persistence_ = std::make_shared<MemoryPersistence>();
+    std::vector<std::string> expected;
+    for (int i = 0; i < c.inFile; ++i) persistence_->file.push_back(event());
+    for (const Event& e : persistence_->file) expected.push_back(e.eventId);
+    auto service = makeService(1000);
+    std::vector<std::string> tracked;
+    const auto track = [&](int n) {
+      for (int i = 0; i < n; ++i) {
+        Event e = event();
+        tracked.push_back(e.eventId);
+        service->trackEvent(std::move(e));
+      }
+    };
+    track(c.trackedBefore);
+    persistence_->whileTaking = [&] { track(c.trackedWhileReading); };
+    executor_->runAll(1);  // the serial queue's read
+
+    expected.resize(expected.size() - c.leftInFile);
+    expected.insert(expected.end(), tracked.begin(), tracked.end());
+    std::vector<std::string> queued;
+    for (const Event& e : queue_->snapshot()) queued.push_back(e.eventId);
+    EXPECT_EQ(queued, expected);
+    EXPECT_EQ(persistence_->file.size(), c.leftInFile) << "the newest loaded wait in the file";
+    EXPECT_EQ(queue_->droppedCount(), 0u);
+    service.reset();
+    settle();
+  }
 }
 
 TEST_F(BatchServiceTest, ServerSettingsApplyOnlyWhenValidAndChanged) {
@@ -413,9 +475,10 @@ TEST_F(BatchServiceTest, ServerSettingsApplyOnlyWhenValidAndChanged) {
   EXPECT_EQ(service->flushInterval(), 2.0);
   settle();
   EXPECT_EQ(sentEvents(), 5u) << "the queue already holds a batch of the new size";
+  service->trackEvent(event());
   const auto delays = platform_.mainThread->pendingDelays();
   ASSERT_EQ(delays.size(), 1u);
-  EXPECT_LE(delays[0], 2400ms) << "the timer restarted with the new interval";
+  EXPECT_LE(delays[0], 2400ms) << "the timer runs with the new interval";
 }
 
 // A server interval the timers cannot take is brought into range and said so; the timer then
@@ -432,6 +495,7 @@ TEST_F(BatchServiceTest, AbsurdServerIntervalsAreClampedAndLogged) {
                         {45.0, 45.0}};
   for (const Case& c : cases) {
     auto service = makeService();
+    service->trackEvent(event());  // the timer runs while events wait
     settle();
     LogCapture capture(LogLevel::warning);
     service->updateBatchConfiguration(std::nullopt, c.seconds);
@@ -510,6 +574,9 @@ class ComplainingQueue final : public EventQueueProtocol {
     inner.enqueue(std::move(event));
     KorvaneLogger::e("Queue", "enqueue trouble", Error{"X", 1, "inner", "QueueError"});
   }
+  std::vector<Event> prepend(std::vector<Event> events) override {
+    return inner.prepend(std::move(events));
+  }
   std::vector<Event> dequeue(std::size_t n) override { return inner.dequeue(n); }
   std::size_t count() const override { return inner.count(); }
   std::size_t room() const override { return inner.room(); }
@@ -530,6 +597,7 @@ TEST_F(BatchServiceTest, AnErrorRaisedWhileReportingIsNotReportedAgain) {
   deps.clock = platform_.clock;
   deps.random = platform_.random;
   deps.executor = executor_;
+  deps.serial = executor_;
   auto service = EventBatchService::create(std::move(deps), 100, 30.0);
   ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock,
                                    platform_.random);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <gio/gio.h>
 #include <glib.h>
 
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
+#include "korvane/linux/linux_reachability.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
 #include "korvane/platform/http_client.h"
@@ -164,6 +166,23 @@ TEST(HostAppLifecycle, DeliversOnTheMainThreadUntilUnsubscribed) {
                        {AppLifecycleEvent::willTerminate, true},
                        {AppLifecycleEvent::didEnterBackground, true}}));
   EXPECT_EQ(lifecycle->state(), AppState::active);
+}
+
+// GIO's network monitor says when the network may have changed; the observer hears what
+// isConnected() says then, until its subscription ends.
+TEST(LinuxReachability, PassesTheMonitorsChangesOnUntilUnsubscribed) {
+  linux_host::LinuxReachability reachability;
+  std::vector<bool> heard;
+  Subscription subscription =
+      reachability.subscribe([&](bool connected) { heard.push_back(connected); });
+  GNetworkMonitor* monitor = g_network_monitor_get_default();
+  g_signal_emit_by_name(monitor, "network-changed", TRUE);
+  ASSERT_FALSE(heard.empty());
+  EXPECT_EQ(heard.back(), reachability.isConnected());
+  subscription.reset();
+  const std::size_t before = heard.size();
+  g_signal_emit_by_name(monitor, "network-changed", FALSE);
+  EXPECT_EQ(heard.size(), before);
 }
 
 TEST(RandomSource, UuidsAreUpperCaseVersion4AndDistinct) {

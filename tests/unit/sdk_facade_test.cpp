@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "backend/record_codec.h"
 #include "fake_platform.h"
@@ -14,6 +15,7 @@
 #include "manual_executor.h"
 #include "scripted_api.h"
 #include "sdk/sdk_environment.h"
+#include "thread_recording_documents.h"
 
 namespace korvane {
 namespace {
@@ -191,6 +193,38 @@ TEST_F(FacadeTest, InitialisationCleansTheEventFileUp) {
   reach(Stage::validating);
   EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to cleanup old events: "));
   EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to load persisted events: "));
+}
+
+// initialize reads and writes no file on the calling thread (the main thread at launch): the
+// event file is cleaned up and loaded on the serial queue, which here runs on a thread of its own.
+TEST_F(FacadeTest, InitializeLeavesTheEventFileToTheSerialQueue) {
+  {
+    EventPersistenceManager file(std::make_shared<linux_host::FixedDocumentsDirectory>(documents_),
+                                 fake_.clock);
+    std::vector<Event> events;
+    for (int i = 0; i < 1000; ++i)
+      events.push_back(Event::make("F" + std::to_string(i), EventType::missionImpressed,
+                                   static_cast<double>(fake_.clock->nowMillis()), "mission",
+                                   std::nullopt));
+    ASSERT_TRUE(file.saveEvents(events).ok());
+  }
+  auto documents = std::make_shared<testing::ThreadRecordingDocuments>(documents_);
+  SdkEnvironment recorded = environment();
+  recorded.platform.documents = documents;
+  KorvaneSdkTestAccess::reset(sdk_, std::move(recorded));
+
+  initialize();
+  EXPECT_TRUE(documents->threads().empty()) << "no file operation before initialize returns";
+
+  std::thread::id serialThread;
+  std::thread([&] {
+    serialThread = std::this_thread::get_id();
+    serial_->runAll();
+  }).join();
+  const std::vector<std::thread::id> threads = documents->threads();
+  EXPECT_GE(threads.size(), 2u) << "the cleanup and the load";
+  for (const std::thread::id& thread : threads) EXPECT_EQ(thread, serialThread);
+  EXPECT_EQ(sdk_.eventBatchService()->tally().queued, 500u) << "as far as the queue has room";
 }
 
 // Each public call in each state of the facade: what it logs or answers.

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
@@ -156,6 +157,39 @@ TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
   for (int i = 0; i < 7; ++i) small.enqueue(eventAt(i));
   EXPECT_EQ(small.dequeue(20).size(), 7u);
   EXPECT_EQ(small.count(), 0u);
+}
+
+// Events read back from the file are older than anything queued since: they go ahead of it, the
+// oldest of them first, and what does not fit is handed back rather than pushing anything out.
+TEST(EventQueue, PutsOlderEventsAheadAsFarAsThereIsRoom) {
+  struct Case {
+    std::size_t capacity;
+    int queued;
+    int older;
+    std::vector<std::string> expected;
+    std::vector<std::string> handedBack;
+  };
+  const Case cases[] = {
+      {5, 2, 2, {"o0", "o1", "q0", "q1"}, {}},
+      {5, 2, 4, {"o0", "o1", "o2", "q0", "q1"}, {"o3"}},
+      {5, 5, 1, {"q0", "q1", "q2", "q3", "q4"}, {"o0"}},
+      {5, 0, 0, {}, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::to_string(c.queued) + " queued, " + std::to_string(c.older) + " older");
+    EventQueueManager queue(c.capacity);
+    for (int i = 0; i < c.queued; ++i) queue.enqueue(eventAt(100 + i, "q" + std::to_string(i)));
+    std::vector<Event> older;
+    for (int i = 0; i < c.older; ++i) older.push_back(eventAt(i, "o" + std::to_string(i)));
+    std::vector<std::string> handedBack;
+    for (const Event& e : queue.prepend(std::move(older))) handedBack.push_back(e.eventId);
+    std::vector<std::string> queued;
+    for (const Event& e : queue.snapshot()) queued.push_back(e.eventId);
+    EXPECT_EQ(queued, c.expected);
+    EXPECT_EQ(handedBack, c.handedBack);
+    EXPECT_EQ(queue.count(), c.expected.size());
+    EXPECT_EQ(queue.droppedCount(), 0u);
+  }
 }
 
 class EventFileTest : public ::testing::Test {
@@ -343,6 +377,36 @@ TEST_F(EventFileTest, WritesCountOnlyTheEventsThatAgedOut) {
             << name;
       }
     }
+  }
+}
+
+// A merge that adds nothing (a batch that failed again, an empty list) leaves the file as it is:
+// no write, not even one that renames the same text over it.
+TEST_F(EventFileTest, AMergeThatAddsNothingWritesNothing) {
+  struct Case {
+    const char* name;
+    std::vector<Event> merged;
+    bool written;
+  };
+  const std::vector<Event> inFile = {eventAt(now(), "a"), eventAt(now(), "b")};
+  const Case cases[] = {
+      {"the same events", inFile, false},
+      {"some of them", {inFile[1]}, false},
+      {"none", {}, false},
+      {"one new among them", {inFile[0], eventAt(now(), "c")}, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto store = manager();
+    ASSERT_TRUE(store.saveEvents(inFile).ok());
+    const auto inode = [&] {
+      struct stat status{};
+      return ::stat(file().c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    const ino_t before = inode();
+    ASSERT_TRUE(store.mergeEvents(c.merged).ok());
+    EXPECT_EQ(inode() != before, c.written) << "each write renames a new file over the old one";
+    EXPECT_EQ(store.loadEvents().value().size(), c.written ? 3u : 2u);
   }
 }
 

@@ -43,9 +43,12 @@ class ApiService {
 };
 
 // The backend calls over an HttpClient, with the SDK's headers and gzip-compressed bodies.
+class GzipCompressor;
+
 class ApiServiceImpl final : public ApiService {
  public:
   ApiServiceImpl(std::string baseUrl, KorvaneSdkConfig config, std::shared_ptr<HttpClient> http);
+  ~ApiServiceImpl() override;
 
   void validateApp(ApiCompletion<ValidateAppResponse> completion) override;
   void login(const LoginRequest& request, ApiCompletion<LoginResponse> completion) override;
@@ -67,8 +70,8 @@ class ApiServiceImpl final : public ApiService {
   // x-korvane-app-secret, x-korvane-sdk-version, x-korvane-platform.
   HttpRequest createRequest(const std::string& url, const std::string& method) const;
   // Fills the body with the gzip form of `body` (Content-Encoding: gzip), or with `body` itself
-  // when compression fails.
-  static void compressRequestBody(HttpRequest& request, const std::string& body);
+  // when compression fails. The compressor's state is kept from one body to the next.
+  void compressRequestBody(HttpRequest& request, const std::string& body);
 
   const std::string& baseUrl() const { return baseUrl_; }
 
@@ -78,6 +81,7 @@ class ApiServiceImpl final : public ApiService {
   std::string baseUrl_;
   KorvaneSdkConfig config_;
   std::shared_ptr<HttpClient> http_;
+  std::unique_ptr<GzipCompressor> compressor_;
 };
 
 // "Network manager not initialized" and the other failures of building a call.

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "korvane/api/api_service.h"
 #include "korvane/core/executor.h"
@@ -37,18 +38,30 @@ struct BatchServiceDependencies {
   std::shared_ptr<Clock> clock;
   std::shared_ptr<RandomSource> random;
   std::shared_ptr<AppLifecycle> lifecycle;  // may be null: no background/foreground handling
+  // May be null: the network is then taken to be there, so after three failures in a row the
+  // flush timer paces the attempts rather than a wait for the network.
+  std::shared_ptr<Reachability> reachability;
+  // Sends run here.
   std::shared_ptr<Executor> executor;
+  // The SDK's serial queue: the event file is cleaned up and first read there, after whatever was
+  // submitted before, so that creating the service reads no file on the caller's thread.
+  std::shared_ptr<Executor> serial;
   // May be null: sends then get no extra time when the app leaves the foreground.
   std::shared_ptr<BackgroundTime> backgroundTime;
 };
 
-// Sends telemetry in batches: when `batchSize` events wait, on a ±20% jittered timer chain on
-// the main thread, and on return to the foreground. Failed batches go back to the queue and to
-// the event file and are retried (timeouts, lost connections, 5xx, 429) with full-jitter
-// backoff, three consecutive failures at most until a send succeeds. Unsent events are written
-// to the event file on background and termination and reloaded at start and on foreground.
-// Each send holds background time from its start to its answer, so a batch in flight when the
-// app leaves the foreground is finished rather than suspended mid-request.
+// Sends telemetry in batches: when `batchSize` events wait, on a ±20% jittered timer on the main
+// thread, and on return to the foreground. The timer runs only while events wait in the
+// foreground and nothing else owns the next attempt: the first event arms it, and a send that
+// empties the queue stops it. Failed batches go back to the queue and to the event file and are
+// retried (timeouts, lost connections, 5xx, 429) with full-jitter backoff; while a retry is
+// scheduled it alone sends. After the third failure in a row only the timer sends while the
+// network is there, and nothing while the device is offline until the network comes back or the
+// app returns to the foreground, each of which tries again at once (a flush the host asks for
+// always sends). Unsent events are written to the event file on background and termination
+// and read back at start (on the serial queue, ahead of anything tracked meanwhile) and on
+// foreground. Each send holds background time from its start to its answer, so a batch in
+// flight when the app leaves the foreground is finished rather than suspended mid-request.
 // Safe from any thread; at most one send runs at a time.
 class EventBatchService : public EventBatchServiceProtocol,
                           public std::enable_shared_from_this<EventBatchService> {
@@ -57,7 +70,8 @@ class EventBatchService : public EventBatchServiceProtocol,
   };
 
  public:
-  // Builds the service, loads persisted events, starts the timer and observes the lifecycle.
+  // Builds the service and observes the lifecycle; the serial queue then starts observing the
+  // network, and cleans the event file up and loads it.
   static std::shared_ptr<EventBatchService> create(BatchServiceDependencies dependencies,
                                                    std::size_t batchSize = 20,
                                                    double flushIntervalSeconds = 30.0);
@@ -66,6 +80,7 @@ class EventBatchService : public EventBatchServiceProtocol,
   ~EventBatchService() override;
 
   void trackEvent(Event event) override;
+  // Sends a batch whatever the service waits for: the host asked.
   void flush(std::function<void(Status)> done = nullptr) override;
   bool shouldFlush() const;
   // Applies server settings: a size of at least 1, an interval above 0 seconds.
@@ -100,17 +115,31 @@ class EventBatchService : public EventBatchServiceProtocol,
   static constexpr double kMaxFlushIntervalSeconds = 86400.0;
 
  private:
+  // Who may send next: any trigger; the scheduled retry; after three failures in a row with the
+  // network there, the flush timer (not every tracked event); after three with the device
+  // offline, nobody until the network or the foreground comes back.
+  enum class SendTurn { anyTrigger, retry, timerOnly, waitingForNetwork };
+  enum class Trigger { event, timer };
+
   void start();
+  void loadAtStart();
   void loadPersistedEvents();
-  void startFlushTimer();
-  void stopFlushTimer();
-  void scheduleNextTick();
-  void tick();
-  void flushInBackground();
+  // Arms the flush timer when events wait in the foreground and the timer may send (neither a
+  // retry nor the network owns the next attempt); stops it otherwise. `restart` arms it afresh
+  // with the current interval when it runs.
+  void updateFlushTimer(bool restart = false);
+  double armFlushTimerLocked();  // returns the period
+  void tick(std::uint64_t generation);
+  // Sends in the background unless the turn is someone else's.
+  void flushInBackground(Trigger trigger = Trigger::event);
+  std::optional<std::string> heldBack(Trigger trigger);
+  void networkChanged(bool connected);
+  void resumeSending(const char* because);
   void send(std::vector<Event> events, std::function<void(Status)> done);
   void finishSend(const std::vector<Event>& events, const Status& outcome,
                   const std::function<void(Status)>& done);
   void handleFailure(const std::vector<Event>& events, const Error& error);
+  void scheduleRetry(int attempt);
   void forgetPersisted(const std::vector<Event>& sent);
   Status persistMerged(const std::vector<Event>& events);
   bool isRetryable(const Error& error) const;
@@ -123,11 +152,20 @@ class EventBatchService : public EventBatchServiceProtocol,
   std::atomic<int> retryCount_{0};
   std::atomic<std::size_t> accepted_{0};
   std::atomic<std::size_t> delivered_{0};
-  std::mutex processingLock_;
+
+  // Guards what follows. Nothing is logged while it is held: an error log can become an event
+  // that comes back here.
+  std::mutex stateLock_;
   bool isProcessing_ = false;
-  std::mutex timerLock_;
+  SendTurn turn_ = SendTurn::anyTrigger;
+  bool inForeground_ = true;
   TaskHandle flushTimer_;
+  std::uint64_t timerGeneration_ = 0;    // tells the armed timer's tick from a stale one
+  std::atomic<bool> timerArmed_{false};  // written under the lock, read without it by trackEvent
+  TaskHandle retryTimer_;
+
   Subscription lifecycleObservation_;
+  Subscription networkObservation_;
 };
 
 }  // namespace korvane

@@ -37,7 +37,7 @@ class EventPersistenceProtocol {
   // Each of these reads and rewrites the file as one step that no other operation of this
   // store can come between, so concurrent writers never undo each other.
   // Adds the events the file does not hold yet (by identifier) after its own; a damaged file is
-  // replaced.
+  // replaced. When every event is there already, the file is not written at all.
   virtual Status mergeEvents(const std::vector<Event>& events) = 0;
   // Removes these events (by identifier); the file goes when nothing is left in it.
   virtual Status forgetEvents(const std::vector<Event>& events) = 0;

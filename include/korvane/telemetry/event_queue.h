@@ -16,6 +16,9 @@ class EventQueueProtocol {
   virtual ~EventQueueProtocol() = default;
   // Appends at the tail; when full, the oldest event is dropped first.
   virtual void enqueue(Event event) = 0;
+  // Puts `events` (oldest first, all older than what is queued) ahead of the queued events, as
+  // many of the oldest of them as there is room for, and returns the rest.
+  virtual std::vector<Event> prepend(std::vector<Event> events) = 0;
   // Removes and returns up to maxCount events from the head, in order.
   virtual std::vector<Event> dequeue(std::size_t maxCount) = 0;
   virtual std::size_t count() const = 0;
@@ -30,6 +33,7 @@ class EventQueueManager final : public EventQueueProtocol {
   explicit EventQueueManager(std::size_t maxQueueSize = 500) : maxQueueSize_(maxQueueSize) {}
 
   void enqueue(Event event) override;
+  std::vector<Event> prepend(std::vector<Event> events) override;
   std::vector<Event> dequeue(std::size_t maxCount) override;
   std::size_t count() const override;
   std::size_t room() const override;

@@ -1,7 +1,5 @@
 #include "korvane/linux/linux_device.h"
 
-#include <ifaddrs.h>
-#include <net/if.h>
 #include <sys/utsname.h>
 
 #include <cstdlib>
@@ -61,18 +59,6 @@ LinuxTrackingAuthorization::LinuxTrackingAuthorization(long status, std::string 
 
 void LinuxTrackingAuthorization::requestAuthorization(std::function<void(long)> completion) {
   if (completion) completion(status_);
-}
-
-bool LinuxReachability::isConnected() const {
-  ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) return false;
-  bool connected = false;
-  for (ifaddrs* entry = list; entry && !connected; entry = entry->ifa_next) {
-    connected = entry->ifa_addr && (entry->ifa_flags & IFF_UP) &&
-                (entry->ifa_flags & IFF_RUNNING) && !(entry->ifa_flags & IFF_LOOPBACK);
-  }
-  ::freeifaddrs(list);
-  return connected;
 }
 
 }  // namespace korvane::linux_host

@@ -13,6 +13,7 @@
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_diagnostics.h"
 #include "korvane/linux/linux_platform.h"
+#include "korvane/linux/linux_reachability.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
 

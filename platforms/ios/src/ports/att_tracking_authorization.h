@@ -1,6 +1,5 @@
 #pragma once
 
-#include "korvane/platform/reachability.h"
 #include "korvane/platform/tracking_authorization.h"
 
 namespace korvane::ios {
@@ -13,13 +12,6 @@ class AttTrackingAuthorization final : public TrackingAuthorization {
   long status() const override;
   std::string advertisingIdentifier() const override;
   void requestAuthorization(std::function<void(long status)> completion) override;
-};
-
-// Whether the device has a route: the flags of a reachability probe for the zero IPv4 address
-// say reachable without a connection to set up first. A probe that fails counts as offline.
-class SCNetworkReachabilityProbe final : public Reachability {
- public:
-  bool isConnected() const override;
 };
 
 }  // namespace korvane::ios

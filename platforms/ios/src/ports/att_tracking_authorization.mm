@@ -2,9 +2,6 @@
 
 #import <AdSupport/AdSupport.h>
 #import <AppTrackingTransparency/AppTrackingTransparency.h>
-#import <SystemConfiguration/SystemConfiguration.h>
-
-#include <netinet/in.h>
 
 #include "korvane/api/device_utils.h"
 #include "korvane/core/logger.h"
@@ -34,20 +31,6 @@ void AttTrackingAuthorization::requestAuthorization(std::function<void(long)> co
                          ATTrackingManagerAuthorizationStatus granted) {
     if (*done) (*done)(static_cast<long>(granted));
   }];
-}
-
-bool SCNetworkReachabilityProbe::isConnected() const {
-  sockaddr_in zero{};
-  zero.sin_len = sizeof zero;
-  zero.sin_family = AF_INET;
-  SCNetworkReachabilityRef probe = SCNetworkReachabilityCreateWithAddress(
-      kCFAllocatorDefault, reinterpret_cast<sockaddr*>(&zero));
-  if (!probe) return false;
-  SCNetworkReachabilityFlags flags = 0;
-  const bool read = SCNetworkReachabilityGetFlags(probe, &flags);
-  CFRelease(probe);
-  return read && (flags & kSCNetworkReachabilityFlagsReachable) &&
-         !(flags & kSCNetworkReachabilityFlagsConnectionRequired);
 }
 
 }  // namespace korvane::ios

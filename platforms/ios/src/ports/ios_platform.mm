@@ -5,6 +5,7 @@
 #import "ports/dispatch_executor.h"
 #import "ports/dispatch_main_thread.h"
 #import "ports/exception_diagnostics.h"
+#import "ports/sc_network_reachability.h"
 #import "ports/system_sources.h"
 #import "ports/uikit_app_lifecycle.h"
 #import "ports/uikit_background_time.h"

@@ -4,7 +4,6 @@
 
 #include "korvane/linux/offerwall_window.h"
 #include "korvane/platform/device_probe.h"
-#include "korvane/platform/reachability.h"
 #include "korvane/platform/tracking_authorization.h"
 
 namespace korvane::linux_host {
@@ -47,12 +46,6 @@ class LinuxTrackingAuthorization final : public TrackingAuthorization {
  private:
   long status_;
   std::string identifier_;
-};
-
-// Connected when an interface other than loopback is up and has an address.
-class LinuxReachability final : public Reachability {
- public:
-  bool isConnected() const override;
 };
 
 // Parses a POSIX locale name ("ko_KR.UTF-8@euro") into language and region.
