@@ -122,15 +122,18 @@ bool EventBatchService::shouldFlush() const {
   return deps_.queue->count() >= batchSize() || secondsSinceLastFlush() >= flushInterval();
 }
 
-void EventBatchService::loadPersistedEvents() {
+void EventBatchService::loadPersistedEvents(bool counted) {
   // Read and removed in one step: nothing written in between is removed unread.
   // Only what the queue has room for: the rest stays in the file for a later load.
-  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents(deps_.queue->room());
+  const std::size_t room = deps_.queue->room();
+  Result<std::vector<Event>> loaded = deps_.persistence->takeEvents(room);
   if (!loaded) {
     KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
     return;
   }
   const std::size_t count = loaded.value().size();
+  // A full take may have left more behind: they come in when the queue drains again.
+  parked_ = count == room;
   if (count == 0) {
     KorvaneLogger::d(kTag, "No persisted events to load");
     return;
@@ -146,7 +149,8 @@ void EventBatchService::loadPersistedEvents() {
                                " persisted events in the event file: the queue filled up while "
                                "they were read");
   }
-  accepted_ += count - noRoom.size();
+  if (!noRoom.empty()) parked_ = true;
+  if (counted) accepted_ += count - noRoom.size();
   // The file may keep events the queue had no room for; takeEvents logs how many.
   KorvaneLogger::d(kTag, "Queued " + std::to_string(count - noRoom.size()) + " persisted events");
 }
@@ -181,8 +185,60 @@ void EventBatchService::trackEvent(Event event) {
              ", Time since last flush: " + swiftNumber(secondsSinceLastFlush()) + "s";
     });
   }
+  parkIfHeldBack();
   // An event can only make the timer wanted: when it runs already there is nothing to decide.
   if (!timerArmed_.load(std::memory_order_acquire)) updateFlushTimer();
+}
+
+// While nothing may send, events pile up in the queue, and its bound would push the oldest out:
+// past half the queue, all but one batch of them wait in the event file instead, and come back
+// when a send has drained the queue.
+void EventBatchService::parkIfHeldBack() {
+  const std::size_t count = deps_.queue->count();
+  if (count < (count + deps_.queue->room()) / 2) return;
+  {
+    std::lock_guard lock(stateLock_);
+    if (turn_ == SendTurn::anyTrigger && inForeground_) return;
+  }
+  if (parking_.exchange(true)) return;
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.serial->submit([weak] {
+    auto self = weak.lock();
+    if (!self) return;
+    self->park();
+    self->parking_ = false;
+  });
+}
+
+void EventBatchService::park() {
+  const std::size_t count = deps_.queue->count();
+  if (count <= batchSize()) return;
+  std::vector<Event> oldest = deps_.queue->dequeue(count - batchSize());
+  Status saved = persistMerged(oldest);
+  if (!saved) {
+    KorvaneLogger::e(kTag, "Failed to persist events: " + saved.error().description);
+    // Back where they were: the bound decides as it would have.
+    deps_.queue->prepend(std::move(oldest));
+    return;
+  }
+  parked_ = true;
+  KorvaneLogger::d(kTag, "Moved " + std::to_string(oldest.size()) +
+                             " waiting events to the event file until sending drains the queue");
+}
+
+// After a send that left the queue short of a batch, what waits in the file comes next.
+void EventBatchService::unparkWhenDrained() {
+  if (!parked_ || deps_.queue->count() >= batchSize()) return;
+  if (parking_.exchange(true)) return;
+  std::weak_ptr<EventBatchService> weak = weak_from_this();
+  deps_.serial->submit([weak] {
+    auto self = weak.lock();
+    if (!self) return;
+    if (self->parked_) self->loadPersistedEvents(/*counted=*/false);
+    self->parking_ = false;
+    if (self->shouldFlush()) self->flushInBackground();
+    self->updateFlushTimer();
+  });
 }
 
 std::optional<std::string> EventBatchService::heldBack(Trigger trigger) {
@@ -400,6 +456,7 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     std::lock_guard lock(stateLock_);
     isProcessing_ = false;
   }
+  if (outcome) unparkWhenDrained();
   // Stops the timer once the queue is empty, or hands it to a retry or to the wait.
   updateFlushTimer();
   if (done) done(outcome);

@@ -232,5 +232,27 @@ TEST_F(BatchServiceHourTest, SendingResumesWhenTheNetworkComesBack) {
   EXPECT_EQ(service_->tally().delivered, 20u);
 }
 
+// An offline hour at an event a second is seven times what the queue holds: what nothing may
+// send waits in the event file rather than being pushed out, and all of it goes once the
+// network is back.
+TEST_F(BatchServiceHourTest, WhatWaitsOfflineBeyondTheQueuesBoundIsKeptAndSentLater) {
+  platform_.reachability->connected = false;
+  start();
+  pass(3600s, [&](std::chrono::seconds) { track(); });
+  ASSERT_EQ(sendAttempts(), 3u);
+  EXPECT_EQ(queue_->droppedCount(), 0u);
+  EXPECT_LE(queue_->count(), 250u) << "the queue keeps room";
+
+  platform_.reachability->set(true);
+  settle();
+  for (int flushes = 0; flushes < 400 && service_->tally().delivered < 3600; ++flushes) {
+    service_->flush();
+    settle();
+  }
+  EXPECT_EQ(service_->tally().delivered, 3600u);
+  EXPECT_EQ(queue_->count(), 0u);
+  EXPECT_EQ(queue_->droppedCount(), 0u);
+}
+
 }  // namespace
 }  // namespace korvane

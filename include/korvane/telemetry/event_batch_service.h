@@ -123,7 +123,11 @@ class EventBatchService : public EventBatchServiceProtocol,
 
   void start();
   void loadAtStart();
-  void loadPersistedEvents();
+  // `counted`: the events are new to this service (not ones it parked in the file itself).
+  void loadPersistedEvents(bool counted = true);
+  void parkIfHeldBack();
+  void park();
+  void unparkWhenDrained();
   // Arms the flush timer when events wait in the foreground and the timer may send (neither a
   // retry nor the network owns the next attempt); stops it otherwise. `restart` arms it afresh
   // with the current interval when it runs.
@@ -152,6 +156,8 @@ class EventBatchService : public EventBatchServiceProtocol,
   std::atomic<int> retryCount_{0};
   std::atomic<std::size_t> accepted_{0};
   std::atomic<std::size_t> delivered_{0};
+  std::atomic<bool> parked_{false};   // the file may hold events that belong in the queue
+  std::atomic<bool> parking_{false};  // a park or an unpark waits on the serial queue
 
   // Guards what follows. Nothing is logged while it is held: an error log can become an event
   // that comes back here.
