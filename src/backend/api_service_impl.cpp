@@ -35,6 +35,15 @@ std::string describeResponse(const HttpResponse& response) {
   return "HTTP " + std::to_string(response.status) + " " + describeHeaders(response.headers);
 }
 
+// An answer whose status says the call failed, with the response for telemetry and retries.
+Error httpStatusError(const HttpResponse& response) {
+  Error error{"ApiService", response.status, "HTTP " + std::to_string(response.status) + " error",
+              "NSError"};
+  error.userInfo = {{"NSLocalizedDescription", error.description},
+                    {"response", describeResponse(response)}};
+  return error;
+}
+
 // The verbose dump and decoding diagnostics that validate and login share.
 template <typename T>
 Result<T> decodeWithDiagnostics(const HttpResponse& response, std::string_view debugTitle) {
@@ -146,8 +155,15 @@ void ApiServiceImpl::validateApp(ApiCompletion<ValidateAppResponse> completion) 
   if (!url::isValid(url)) return completion(networkErrorInvalidUrl());
   send(createRequest(url, "GET"), [completion = std::move(completion)](HttpResult result) {
     if (auto* failure = std::get_if<TransportError>(&result)) return completion(toError(*failure));
-    completion(decodeWithDiagnostics<ValidateAppResponse>(std::get<HttpResponse>(result),
-                                                          "=== ValidateApp Response Debug ==="));
+    const HttpResponse& response = std::get<HttpResponse>(result);
+    // A failing server is no verdict on the keys, whatever its body says: the SDK tries again.
+    if (response.status >= 500) return completion(httpStatusError(response));
+    Result<ValidateAppResponse> decoded =
+        decodeWithDiagnostics<ValidateAppResponse>(response, "=== ValidateApp Response Debug ===");
+    // A refusal of the keys stays one when its body cannot be read.
+    if (!decoded && (response.status == 401 || response.status == 403))
+      return completion(httpStatusError(response));
+    completion(std::move(decoded));
   });
 }
 
@@ -247,11 +263,7 @@ void ApiServiceImpl::trackEventBatch(const EventBatch& batch,
         kTag, [&] { return "Batch response status code: " + std::to_string(response.status); });
     if (response.status >= 400) {
       KorvaneLogger::e(kTag, "Event batch failed with status: " + std::to_string(response.status));
-      Error error{"ApiService", response.status,
-                  "HTTP " + std::to_string(response.status) + " error", "NSError"};
-      error.userInfo = {{"NSLocalizedDescription", error.description},
-                        {"response", describeResponse(response)}};
-      return completion(std::move(error));
+      return completion(httpStatusError(response));
     }
     completion(json::decode<EventBatchResponse>(response.body));
   });

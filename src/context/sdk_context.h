@@ -12,6 +12,7 @@
 #include "korvane/core/executor.h"
 #include "korvane/core/json_value.h"
 #include "korvane/core/sdk_config.h"
+#include "korvane/core/sdk_readiness.h"
 #include "korvane/core/sdk_user.h"
 #include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/platform_services.h"
@@ -31,6 +32,8 @@ class SessionFacts {
   virtual std::optional<KorvaneSdkUser> currentUser() const = 0;
   virtual std::optional<KorvaneSdkConfig> config() const = 0;
   virtual std::optional<AppData> validatedAppData() const = 0;
+  // Where the start stands, and why it failed.
+  virtual SdkStatus status() const = 0;
 };
 
 // Where the SDK's own events go: into the batch, or at once outside it. Any thread.

@@ -32,7 +32,7 @@ void presentNow(const std::shared_ptr<KorvaneOfferwallViewController>& controlle
 bool preconditionsHold(const SessionFacts& session, bool errorLevel,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        const std::shared_ptr<MainThread>& mainThread) {
-  const auto refuse = [&](const char* logged, const char* reported) {
+  const auto refuse = [&](const char* logged, const std::string& reported) {
     if (errorLevel) {
       KorvaneLogger::e(kFacadeTag, logged);
     } else {
@@ -40,14 +40,21 @@ bool preconditionsHold(const SessionFacts& session, bool errorLevel,
     }
     if (!callback) return false;
     if (mainThread && !mainThread->isCurrent()) {
-      mainThread->post([callback, text = std::string(reported)] { callback->onError(text); });
+      mainThread->post([callback, text = reported] { callback->onError(text); });
     } else {
       callback->onError(reported);
     }
     return false;
   };
-  if (!session.isInitialized())
-    return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");
+  if (!session.isInitialized()) {
+    std::string reported = "SDK not initialized. Please initialize the SDK first.";
+    // Which of the reasons it is: still starting, or failed and why.
+    const SdkStatus status = session.status();
+    if (status.state == SdkState::failed)
+      reported += std::string(" Validation failed (") + rawValue(*status.reason) +
+                  "): " + describe(*status.reason);
+    return refuse("SDK not initialized", reported);
+  }
   if (!session.currentUser())
     return refuse("User not logged in", "User not logged in. Please login first.");
   return true;

@@ -46,17 +46,25 @@ SdkSession::SdkSession(SdkEnvironment environment)
 
 SdkSession::~SdkSession() = default;
 
-void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config) {
+void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
+                            std::function<void(const SdkStatus&)> completion) {
+  const std::shared_ptr<MainThread>& mainThread = environment_.platform.mainThread;
   if (isInitialized()) {
     KorvaneLogger::w(kTag, "SDK is already initialized. Ignoring duplicate initialization.");
+    if (completion) mainThread->post([completion, status = status()] { completion(status); });
     return;
   }
-  if (config.appKey().empty()) {
-    KorvaneLogger::e(kTag, "App Key cannot be empty. Initialization failed.");
-    return;
-  }
-  if (config.appSecret().empty()) {
-    KorvaneLogger::e(kTag, "App Secret cannot be empty. Initialization failed.");
+  const char* refusal = nullptr;
+  if (config.appKey().empty()) refusal = "App Key cannot be empty. Initialization failed.";
+  if (!refusal && config.appSecret().empty())
+    refusal = "App Secret cannot be empty. Initialization failed.";
+  if (refusal) {
+    KorvaneLogger::e(kTag, refusal);
+    if (completion) {
+      std::lock_guard lock(statusLock_);
+      waitingForOutcome_.push_back(std::move(completion));
+    }
+    setStatus({SdkState::failed, SdkFailureReason::refusedKeys, refusal});
     return;
   }
   {
@@ -64,6 +72,22 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
     application_ = std::move(application);
     config_ = config;
   }
+  {
+    std::lock_guard lock(statusLock_);
+    if (completion) waitingForOutcome_.push_back(std::move(completion));
+    if (!retry_) {
+      retry_ = ValidationRetry::create(mainThread, environment_.platform.random,
+                                       environment_.platform.reachability,
+                                       [weak = weak_from_this(), serial = environment_.serial] {
+                                         serial->submit([weak] {
+                                           if (auto self = weak.lock()) self->validate();
+                                         });
+                                       });
+    }
+  }
+  // The app asked again: whatever waited for a retry goes now.
+  retry_->reset();
+  watchNetworkForReadiness();
 
   device_->initializeAdvertisingIdSync();
   KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
@@ -124,6 +148,7 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
 }
 
 void SdkSession::validate() {
+  setStatus({SdkState::validating, std::nullopt, ""});
   Result<std::shared_ptr<ApiService>> api = environment_.network->apiService();
   if (!api) return finishValidation(api.error());
   api.value()->validateApp([weak = weak_from_this()](Result<ValidateAppResponse> answer) {
@@ -134,8 +159,11 @@ void SdkSession::validate() {
 // Any decoded answer counts as validated, whatever its "success" flag says; only a failed call
 // (transport, undecodable body) leaves the SDK uninitialised.
 void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
+  const SdkStatus outcome = statusAfterValidation(answer);
   if (!answer) {
     KorvaneLogger::e(kTag, "SDK validation failed: " + answer.error().description, answer.error());
+    setStatus(outcome);
+    retry_->failed(*outcome.reason);
     return;
   }
   std::optional<AppData> app = std::move(answer.value().app);
@@ -162,6 +190,83 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   (void)environment_.platform.userDefaults->getString(kCurrentUserIdKey);
   KorvaneLogger::i(kTag, "SDK validated successfully with server");
   KorvaneLogger::d(kTag, "Offerwall URL: " + (app ? app->korvaneHubUrl : std::string()));
+  // A refusal still counts as validated above, as the SDK always did; its status says it failed.
+  retry_->reset();
+  setStatus(outcome);
+}
+
+SdkStatus SdkSession::status() const {
+  std::lock_guard lock(statusLock_);
+  return status_;
+}
+
+// Observers and completions hear each change in order: every delivery is posted to the main
+// thread as it happens.
+void SdkSession::setStatus(SdkStatus status) {
+  std::vector<std::function<void(const SdkStatus&)>> outcomeHeard;
+  bool changed = false;
+  {
+    std::lock_guard lock(statusLock_);
+    changed = status_ != status;
+    status_ = status;
+    if (status.state == SdkState::ready || status.state == SdkState::failed)
+      outcomeHeard.swap(waitingForOutcome_);
+  }
+  if (!changed) {
+    if (!outcomeHeard.empty())
+      environment_.platform.mainThread->post([status, outcomeHeard = std::move(outcomeHeard)] {
+        for (const auto& completion : outcomeHeard) completion(status);
+      });
+    return;
+  }
+  environment_.platform.mainThread->post(
+      [weak = weak_from_this(), status, outcomeHeard = std::move(outcomeHeard)] {
+        for (const auto& completion : outcomeHeard) completion(status);
+        if (auto self = weak.lock()) {
+          self->statusObservers_.notify(status);
+          self->readinessObservers_.notify();
+        }
+      });
+}
+
+Subscription SdkSession::observeStatus(std::function<void(const SdkStatus&)> observer) {
+  return startingWith(statusObservers_.add(observer), [weak = weak_from_this(), observer] {
+    if (auto self = weak.lock()) observer(self->status());
+  });
+}
+
+Subscription SdkSession::startingWith(Subscription observation, std::function<void()> first) {
+  auto ended = std::make_shared<std::atomic<bool>>(false);
+  auto held = std::make_shared<Subscription>(std::move(observation));
+  environment_.platform.mainThread->post([first = std::move(first), ended] {
+    if (!ended->load()) first();
+  });
+  return Subscription([ended, held] {
+    ended->store(true);
+    held->reset();
+  });
+}
+
+Subscription SdkSession::observeReadinessChanges(std::function<void()> observer) {
+  watchNetworkForReadiness();
+  return readinessObservers_.add(std::move(observer));
+}
+
+void SdkSession::readinessChanged() {
+  if (readinessObservers_.empty()) return;
+  environment_.platform.mainThread->post([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->readinessObservers_.notify();
+  });
+}
+
+void SdkSession::watchNetworkForReadiness() {
+  const std::shared_ptr<Reachability>& reachability = environment_.platform.reachability;
+  if (!reachability || watchingNetwork_.exchange(true)) return;
+  Subscription observation = reachability->subscribe([weak = weak_from_this()](bool) {
+    if (auto self = weak.lock()) self->readinessChanged();
+  });
+  std::lock_guard lock(statusLock_);
+  networkObservation_ = std::move(observation);
 }
 
 void SdkSession::login(const KorvaneSdkUser& user,
@@ -187,6 +292,7 @@ void SdkSession::login(const KorvaneSdkUser& user,
       self->currentUser_ = user;
     }
     self->environment_.platform.userDefaults->setString(kCurrentUserIdKey, user.userId());
+    self->readinessChanged();
 
     std::optional<std::string> gender;
     if (user.gender()) gender = stringValue(*user.gender());
@@ -226,6 +332,7 @@ void SdkSession::logout() {
     currentUser_.reset();
   }
   environment_.platform.userDefaults->remove(kCurrentUserIdKey);
+  readinessChanged();
 }
 
 std::optional<KorvaneSdkUser> SdkSession::currentUser() const {

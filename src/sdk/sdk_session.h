@@ -5,12 +5,15 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "context/sdk_context.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "sdk/sdk_environment.h"
+#include "sdk/validation_retry.h"
+#include "util/observers.h"
 
 namespace korvane {
 
@@ -23,7 +26,9 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   explicit SdkSession(SdkEnvironment environment);
   ~SdkSession() override;
 
-  void initialize(ApplicationHandle application, const KorvaneSdkConfig& config);
+  // `completion` (main thread) hears the first outcome: ready, or failed and why.
+  void initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
+                  std::function<void(const SdkStatus&)> completion = nullptr);
   void login(const KorvaneSdkUser& user, std::shared_ptr<KorvaneSdkLoginListener> listener);
   void logout();
 
@@ -32,7 +37,17 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::optional<KorvaneSdkUser> currentUser() const override;
   std::optional<KorvaneSdkConfig> config() const override;
   std::optional<AppData> validatedAppData() const override;
+  SdkStatus status() const override;
   std::shared_ptr<EventBatchService> eventBatchService() const;
+
+  // The status now, then each change, on the main thread.
+  [[nodiscard]] Subscription observeStatus(std::function<void(const SdkStatus&)> observer);
+  // Word, on the main thread, that something an offerwall's availability depends on may have
+  // changed: the status, the user, the network.
+  [[nodiscard]] Subscription observeReadinessChanges(std::function<void()> observer);
+  // `observation`, with `first` run on the main thread before anything it delivers, unless the
+  // returned Subscription ended before.
+  [[nodiscard]] Subscription startingWith(Subscription observation, std::function<void()> first);
   std::string advertisingId() const { return device_->getAdvertisingId(); }
 
   // EventTracker
@@ -55,6 +70,9 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
  private:
   std::shared_ptr<EventBatchService> startTelemetry();
   void validate();
+  void setStatus(SdkStatus status);
+  void readinessChanged();
+  void watchNetworkForReadiness();
   void finishValidation(Result<ValidateAppResponse> answer);
   void finishLogin(const std::string& userId, const Result<LoginResponse>& answer,
                    std::shared_ptr<KorvaneSdkLoginListener> listener);
@@ -80,6 +98,15 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::optional<KorvaneSdkUser> currentUser_;
   mutable std::mutex validatedAppDataLock_;
   std::optional<AppData> validatedAppData_;
+
+  mutable std::mutex statusLock_;
+  SdkStatus status_;
+  std::vector<std::function<void(const SdkStatus&)>> waitingForOutcome_;
+  std::shared_ptr<ValidationRetry> retry_;
+  Observers<const SdkStatus&> statusObservers_;
+  Observers<> readinessObservers_;
+  std::atomic<bool> watchingNetwork_{false};
+  Subscription networkObservation_;
 };
 
 }  // namespace korvane

@@ -187,6 +187,57 @@ TEST_F(FacadeSession, RefusedValidationByKindOfAnswer) {
   EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 2u);
 }
 
+// Each reason a start fails for, from a real fault of the local backend: what the completion
+// hears, and whether validation is tried again by itself (the fault happens once).
+TEST_F(FacadeSession, EachStartFailureFromARealFaultAndItsRecovery) {
+  using devserver::Fault;
+  struct Case {
+    const char* name;
+    std::optional<Fault> fault;
+    const char* secret;
+    SdkFailureReason reason;
+    bool recovers;
+    bool unreadableRefusal = false;
+  };
+  const Case cases[] = {
+      {"keys refused", std::nullopt, "wrong-secret", SdkFailureReason::refusedKeys, false},
+      {"keys refused unreadably", std::nullopt, "wrong-secret", SdkFailureReason::refusedKeys,
+       false, true},
+      {"server failing", Fault{503, 0ms, false, false, 1}, "demo-app-secret",
+       SdkFailureReason::server, true},
+      {"answer unreadable", Fault{0, 0ms, false, true, 1}, "demo-app-secret",
+       SdkFailureReason::malformedAnswer, true},
+      {"connection dropped", Fault{0, 0ms, true, false, 1}, "demo-app-secret",
+       SdkFailureReason::network, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    resetSdk();
+    server_.clearRequests();
+    server_.setUndecodableRefusals(c.unreadableRefusal);
+    if (c.fault) server_.setFault("/v1/api/sdk/validate", *c.fault);
+    std::promise<SdkStatus> first;
+    sdk_.initialize(config("demo-app-key", c.secret),
+                    [&first](const SdkStatus& s) { first.set_value(s); });
+    auto heard = first.get_future();
+    ASSERT_EQ(heard.wait_for(5s), std::future_status::ready);
+    const SdkStatus status = heard.get();
+    EXPECT_EQ(status.state, SdkState::failed);
+    EXPECT_EQ(status.reason, c.reason);
+    EXPECT_FALSE(sdk_.offerwallAvailability("home").isReady());
+    if (c.recovers) {
+      ASSERT_TRUE(eventually([&] { return sdk_.status().state == SdkState::ready; }));
+      EXPECT_TRUE(sdk_.isInitialized());
+      EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 2u);
+      EXPECT_EQ(sdk_.offerwallAvailability("home").unavailable, OfferwallUnavailableReason::noUser);
+    } else {
+      std::this_thread::sleep_for(2500ms);  // past the first retry's latest time
+      EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 1u);
+      EXPECT_EQ(sdk_.status().reason, SdkFailureReason::refusedKeys);
+    }
+  }
+}
+
 // With 5 events / 2,000 ms from the server, five events leave at once as one batch, and two
 // more leave on the two-second timer instead of the default thirty.
 TEST_F(FacadeSession, ServerBatchSettingsChangeWhenEventsLeave) {

@@ -233,12 +233,33 @@ TEST_F(ApiServiceTest, TransportErrorsReachTheCallerAsUrlErrors) {
   EXPECT_TRUE(error->isNetworkError());
 }
 
-TEST_F(ApiServiceTest, ValidationDecodesWhateverTheStatusAndExplainsWhatItCannotDecode) {
-  answer(500, R"({"success":false,"message":"maintenance"})");
+// A failing server is no answer on the keys, whatever its body; a refusal is one, read or not.
+TEST_F(ApiServiceTest, ValidationDecodesRefusalsButNotServerFailuresAndExplainsWhatItCannotDecode) {
+  struct Case {
+    int status;
+    const char* body;
+    bool decoded;
+    long errorCode;
+  };
+  const Case cases[] = {
+      {500, R"({"success":false,"message":"maintenance"})", false, 500},
+      {503, "Service Unavailable", false, 503},
+      {401, R"({"success":false,"message":"Invalid app key or secret"})", true, 0},
+      {401, "Unauthorized", false, 401},
+      {403, "Forbidden", false, 403},
+      {400, R"({"success":false,"message":"missing header"})", true, 0},
+  };
   std::optional<Result<ValidateAppResponse>> result;
-  api_.validateApp([&](auto r) { result = std::move(r); });
-  ASSERT_TRUE(result->ok()) << "a decodable 500 is returned like a success";
-  EXPECT_EQ(result->value().message, "maintenance");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::to_string(c.status) + " " + c.body);
+    answer(c.status, c.body);
+    api_.validateApp([&](auto r) { result = std::move(r); });
+    ASSERT_EQ(result->ok(), c.decoded);
+    if (!c.decoded) {
+      EXPECT_EQ(result->error().domain, "ApiService");
+      EXPECT_EQ(result->error().code, c.errorCode);
+    }
+  }
 
   LogCapture capture(LogLevel::verbose);
   answer(200, R"({"success":true,"app":{"appKey":"k"}})");

@@ -14,9 +14,11 @@
 #include "korvane/core/logger.h"
 #include "korvane/core/public_errors.h"
 #include "korvane/core/sdk_config.h"
+#include "korvane/core/sdk_readiness.h"
 #include "korvane/core/sdk_user.h"
 #include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/platform_services.h"
+#include "korvane/platform/subscription.h"
 #include "korvane/telemetry/event.h"
 
 namespace korvane {
@@ -45,6 +47,25 @@ class KorvaneSdk {
   // initialised and when the app key or secret is empty.
   void initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig);
   void initialize(const KorvaneSdkConfig& sdkConfig) { initialize({}, sdkConfig); }
+  // The same, and `completion` hears on the main thread how the start went: ready, or failed and
+  // why (also at once for a refused or duplicate call). A failure for the network, the server or
+  // its answer is tried again by itself; observeStatus follows that.
+  void initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig,
+                  std::function<void(const SdkStatus&)> completion);
+  void initialize(const KorvaneSdkConfig& sdkConfig,
+                  std::function<void(const SdkStatus&)> completion) {
+    initialize({}, sdkConfig, std::move(completion));
+  }
+  // Where the start stands now.
+  SdkStatus status() const;
+  // The status now, then every change, on the main thread, until the Subscription ends.
+  [[nodiscard]] Subscription observeStatus(std::function<void(const SdkStatus&)> observer);
+
+  // Whether an offerwall for `placementId` can be shown now, and if not why; answered at once.
+  OfferwallAvailability offerwallAvailability(const std::string& placementId) const;
+  // The availability now, then each change (start, login, logout, network), on the main thread.
+  [[nodiscard]] Subscription observeOfferwallAvailability(
+      const std::string& placementId, std::function<void(const OfferwallAvailability&)> observer);
 
   // Makes `user` the current user and registers it with the backend. onSuccess follows even when
   // the backend request fails; onFailure only when not initialised or the user id is empty.
