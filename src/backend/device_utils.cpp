@@ -140,6 +140,12 @@ void DeviceUtils::setCachedAdvertisingId(std::string id) {
   cachedAdvertisingId_ = std::move(id);
 }
 
+void DeviceUtils::forgetAdvertisingId() {
+  suspended_ = true;
+  std::lock_guard lock(mutex_);
+  cachedAdvertisingId_ = kZeroAdvertisingId;
+}
+
 void DeviceUtils::scheduleAuthorizationFlow() {
   std::weak_ptr<DeviceUtils> weak = weak_from_this();
   platform_.mainThread->postAfter(kAuthorizationDelay, [weak] {
@@ -149,6 +155,7 @@ void DeviceUtils::scheduleAuthorizationFlow() {
 
 void DeviceUtils::initializeAdvertisingIdSync() {
   KorvaneLogger::d(kTag, "[SYNC] Initializing advertising ID synchronously on app launch...");
+  suspended_ = false;
   {
     std::lock_guard lock(mutex_);
     advertisingIdInitialized_ = false;
@@ -187,6 +194,7 @@ void DeviceUtils::initializeAdvertisingIdSync() {
 }
 
 void DeviceUtils::requestTrackingAuthorizationIfNeeded() {
+  if (suspended_) return;
   if (platform_.lifecycle->state() == AppState::active) {
     KorvaneLogger::d(kTag, "[ATT] App is active, requesting tracking authorization after delay");
     requestTrackingAuthorization();
@@ -211,6 +219,7 @@ void DeviceUtils::askAtNextActivation() {
 }
 
 void DeviceUtils::requestTrackingAuthorization() {
+  if (suspended_) return;
   switch (platform_.tracking->status()) {
     case tracking_status::kRestricted:
     case tracking_status::kDenied:
@@ -230,6 +239,11 @@ void DeviceUtils::requestTrackingAuthorization() {
       break;
     default:
       return;
+  }
+  if (!asksForPermission_) {
+    KorvaneLogger::d(kTag, "[ATT] The app asks for tracking itself; reading again at activation");
+    askAtNextActivation();
+    return;
   }
   std::weak_ptr<DeviceUtils> weak = weak_from_this();
   platform_.mainThread->post([weak] {

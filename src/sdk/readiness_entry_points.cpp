@@ -10,6 +10,10 @@ void KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfi
   session()->initialize(std::move(application), sdkConfig, std::move(completion));
 }
 
+void KorvaneSdk::setConsent(bool given) {
+  session()->setConsent(given);
+}
+
 SdkStatus KorvaneSdk::status() const {
   return session()->status();
 }

@@ -87,8 +87,18 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
   }
   // The app asked again: whatever waited for a retry goes now.
   retry_->reset();
+  if (config.waitsForConsent() && !consent_.load()) {
+    awaitingConsent_ = true;
+    KorvaneLogger::i(kTag, "Waiting for consent: nothing is sent or read until setConsent(true)");
+    return;
+  }
+  start(config);
+}
+
+void SdkSession::start(const KorvaneSdkConfig& config) {
   watchNetworkForReadiness();
 
+  device_->setAsksForTrackingPermission(config.asksForTrackingPermission());
   device_->initializeAdvertisingIdSync();
   KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
 
@@ -108,6 +118,43 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
   environment_.serial->submit([weak = weak_from_this()] {
     if (auto self = weak.lock()) self->validate();
   });
+}
+
+void SdkSession::setConsent(bool given) {
+  consent_ = given;
+  const std::optional<KorvaneSdkConfig> stored = config();
+  if (!stored || !stored->waitsForConsent()) {
+    KorvaneLogger::d(kTag, std::string("Consent ") + (given ? "given" : "withdrawn") +
+                               "; the configuration does not wait for it");
+    return;
+  }
+  if (given) {
+    if (!awaitingConsent_.exchange(false)) return;
+    KorvaneLogger::i(kTag, "Consent given: the SDK starts");
+    return start(*stored);
+  }
+  if (awaitingConsent_.exchange(true)) return;
+  KorvaneLogger::i(kTag, "Consent withdrawn: the SDK stops sending and reading until it is given");
+  stop();
+}
+
+// Back to where initialize left a start that waits for consent: nothing sends, nothing is
+// read, and what the queue held waits in the event file on this device.
+void SdkSession::stop() {
+  retry_->reset();
+  initialized_.store(false, std::memory_order_release);
+  {
+    std::lock_guard lock(validatedAppDataLock_);
+    validatedAppData_.reset();
+  }
+  device_->forgetAdvertisingId();
+  std::shared_ptr<EventBatchService> service;
+  {
+    std::lock_guard lock(setupLock_);
+    service = std::exchange(eventBatchService_, nullptr);
+  }
+  if (service) environment_.serial->submit([service] { service->handleAppTermination(); });
+  setStatus({SdkState::notStarted, std::nullopt, ""});
 }
 
 std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
@@ -148,6 +195,7 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
 }
 
 void SdkSession::validate() {
+  if (awaitingConsent_) return;
   setStatus({SdkState::validating, std::nullopt, ""});
   Result<std::shared_ptr<ApiService>> api = environment_.network->apiService();
   if (!api) return finishValidation(api.error());
@@ -159,6 +207,7 @@ void SdkSession::validate() {
 // Any decoded answer counts as validated, whatever its "success" flag says; only a failed call
 // (transport, undecodable body) leaves the SDK uninitialised.
 void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
+  if (awaitingConsent_) return;  // consent was withdrawn while the request was out
   const SdkStatus outcome = statusAfterValidation(answer);
   if (!answer) {
     KorvaneLogger::e(kTag, "SDK validation failed: " + answer.error().description, answer.error());

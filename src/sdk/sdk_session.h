@@ -31,6 +31,9 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
                   std::function<void(const SdkStatus&)> completion = nullptr);
   void login(const KorvaneSdkUser& user, std::shared_ptr<KorvaneSdkLoginListener> listener);
   void logout();
+  // The person agreed (true) or withdrew (false); matters only when the configuration waits for
+  // consent.
+  void setConsent(bool given);
 
   // SessionFacts
   bool isInitialized() const override { return initialized_.load(std::memory_order_acquire); }
@@ -68,6 +71,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::shared_ptr<DeviceUtils> device() const { return device_; }
 
  private:
+  void start(const KorvaneSdkConfig& config);
+  void stop();
   std::shared_ptr<EventBatchService> startTelemetry();
   void validate();
   void setStatus(SdkStatus status);
@@ -87,6 +92,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   SdkEnvironment environment_;
   std::shared_ptr<DeviceUtils> device_;
   std::atomic<bool> initialized_{false};
+  std::atomic<bool> consent_{false};
+  std::atomic<bool> awaitingConsent_{false};  // initialize waits for consent
 
   // Guards what initialize sets up; held only to read or assign.
   mutable std::mutex setupLock_;

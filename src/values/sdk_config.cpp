@@ -63,6 +63,16 @@ KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::setBridgeOriginPolicyEnabl
   return *this;
 }
 
+KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::setWaitsForConsent(bool waits) {
+  fields_.waitsForConsent_ = waits;
+  return *this;
+}
+
+KorvaneSdkConfig::Builder& KorvaneSdkConfig::Builder::setAsksForTrackingPermission(bool asks) {
+  fields_.asksForTrackingPermission_ = asks;
+  return *this;
+}
+
 KorvaneSdkConfig KorvaneSdkConfig::Builder::build() const {
   constexpr std::string_view kTag = "KorvaneSdkConfig";
   if (fields_.appKey_.empty())

@@ -63,9 +63,11 @@ class FakeTracking final : public TrackingAuthorization {
   long currentStatus = tracking_status::kNotDetermined;
   std::string identifier = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
   int prompts = 0;
+  mutable int reads = 0;  // of the advertising identifier
 
   long status() const override { return currentStatus; }
   std::string advertisingIdentifier() const override {
+    ++reads;
     return currentStatus == tracking_status::kAuthorized ? identifier
                                                          : "00000000-0000-0000-0000-000000000000";
   }

@@ -254,5 +254,76 @@ TEST_F(ReadinessTest, RefusedAndDuplicateStartsAnswerTheirCompletionAtOnce) {
                 "failed:refused_keys App Key cannot be empty. Initialization failed.", "ready"}));
 }
 
+// A configuration that waits for consent asks, reads and sends nothing until the app says the
+// person agreed; a withdrawal stops it all again, and a new yes starts it again.
+TEST_F(ReadinessTest, AConfigurationThatWaitsForConsentStartsOnConsentAndStopsOnWithdrawal) {
+  fake_.tracking->currentStatus = tracking_status::kAuthorized;
+  const auto waits = KorvaneSdkConfig::Builder("key", "secret").setWaitsForConsent(true).build();
+  const auto advertisingId = [this] {
+    std::string id;
+    sdk_.getAdvertisingId([&](std::string value) { id = std::move(value); });
+    return id;
+  };
+  const auto sentNothing = [this] {
+    return api_->singleEvents().empty() && api_->batches().empty();
+  };
+  sdk_.initialize(waits);
+  sdk_.trackEvent(EventType::missionClicked, "mission");
+  sdk_.flushEvents();
+  wait(10s);
+  EXPECT_EQ(answer(validAnswer()), 0u) << "no validation request";
+  EXPECT_EQ(fake_.tracking->reads, 0);
+  EXPECT_EQ(fake_.tracking->prompts, 0);
+  EXPECT_TRUE(sentNothing());
+  EXPECT_EQ(shown(sdk_.status()), "not_started");
+
+  sdk_.setConsent(true);
+  settle();
+  ASSERT_EQ(answer(validAnswer()), 1u);
+  EXPECT_TRUE(sdk_.isInitialized());
+  EXPECT_EQ(advertisingId(), fake_.tracking->identifier);
+
+  sdk_.setConsent(false);
+  settle();
+  EXPECT_FALSE(sdk_.isInitialized());
+  EXPECT_EQ(shown(sdk_.status()), "not_started");
+  EXPECT_EQ(advertisingId(), "00000000-0000-0000-0000-000000000000");
+  const int reads = fake_.tracking->reads;
+  const std::size_t batches = api_->batches().size();
+  sdk_.trackEvent(EventType::missionClicked, "mission");
+  sdk_.flushEvents();
+  fake_.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+  wait(60s);
+  EXPECT_EQ(api_->batches().size(), batches);
+  EXPECT_EQ(fake_.tracking->reads, reads);
+
+  sdk_.setConsent(true);
+  settle();
+  EXPECT_EQ(answer(validAnswer()), 1u) << "started again";
+}
+
+// The SDK shows the tracking prompt unless the app owns it; then the SDK reads the identifier
+// once the app's own prompt has allowed it, at the next activation.
+TEST_F(ReadinessTest, TheAppMayOwnTheTrackingPrompt) {
+  for (const bool sdkAsks : {true, false}) {
+    SCOPED_TRACE(sdkAsks ? "the SDK asks" : "the app asks");
+    TearDown();
+    fake_ = testing::FakePlatform();
+    SetUp();
+    sdk_.initialize(
+        KorvaneSdkConfig::Builder("key", "secret").setAsksForTrackingPermission(sdkAsks).build());
+    wait(10s);
+    EXPECT_EQ(fake_.tracking->prompts, sdkAsks ? 1 : 0);
+    if (sdkAsks) continue;
+    fake_.tracking->currentStatus = tracking_status::kAuthorized;  // the app's prompt said yes
+    fake_.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+    settle();
+    std::string id;
+    sdk_.getAdvertisingId([&](std::string value) { id = std::move(value); });
+    EXPECT_EQ(id, fake_.tracking->identifier);
+    EXPECT_EQ(fake_.tracking->prompts, 0);
+  }
+}
+
 }  // namespace
 }  // namespace korvane

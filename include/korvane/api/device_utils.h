@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -46,6 +47,12 @@ class DeviceUtils : public std::enable_shared_from_this<DeviceUtils> {
   bool isAdvertisingIdInitialized() const;
   void requestTrackingAuthorizationIfNeeded();
   void requestTrackingAuthorization();
+  // With false the system prompt is never shown: while the answer is open, the permission is
+  // read again at each activation, for the app's own prompt may have settled it.
+  void setAsksForTrackingPermission(bool asks) { asksForPermission_ = asks; }
+  // Back to the zero identifier, and no more asking or reading until initializeAdvertisingIdSync
+  // (the person withdrew consent).
+  void forgetAdvertisingId();
 
  private:
   void setCachedAdvertisingId(std::string id);
@@ -59,6 +66,8 @@ class DeviceUtils : public std::enable_shared_from_this<DeviceUtils> {
   std::optional<std::string> cachedAdvertisingId_;
   bool advertisingIdInitialized_ = false;
   Subscription becomeActive_;
+  std::atomic<bool> asksForPermission_{true};
+  std::atomic<bool> suspended_{false};
 };
 
 // The marketing name of a hardware identifier, or nothing when the table does not know it.

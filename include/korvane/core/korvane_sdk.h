@@ -73,6 +73,11 @@ class KorvaneSdk {
              std::shared_ptr<KorvaneSdkLoginListener> listener = nullptr);
   // Tracks "user_logout" for the current user, then forgets it.
   void logout();
+  // Whether the person agreed to the SDK's data use. Only for a configuration that waits for
+  // consent (KorvaneSdkConfig::Builder::setWaitsForConsent): true starts what initialize left
+  // waiting; false stops it again (no request, no advertising id, queued events stay on the
+  // device) until the next true.
+  void setConsent(bool given);
 
   bool isInitialized() const;
   bool isLoggedIn() const;

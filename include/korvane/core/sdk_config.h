@@ -32,6 +32,10 @@ class KorvaneSdkConfig {
   const std::vector<std::string>& trustedOrigins() const { return trustedOrigins_; }
   // True unless the app turned the bridge's origin policy off (for its own testing).
   bool bridgeOriginPolicyEnabled() const { return bridgeOriginPolicyEnabled_; }
+  // True when the SDK starts only once the app says the person agreed (KorvaneSdk::setConsent).
+  bool waitsForConsent() const { return waitsForConsent_; }
+  // False when the app asks for the tracking permission itself and the SDK never does.
+  bool asksForTrackingPermission() const { return asksForTrackingPermission_; }
 
  private:
   KorvaneSdkConfig() = default;
@@ -45,6 +49,8 @@ class KorvaneSdkConfig {
   std::optional<std::string> apiBaseUrlOverride_;
   std::vector<std::string> trustedOrigins_;
   bool bridgeOriginPolicyEnabled_ = true;
+  bool waitsForConsent_ = false;
+  bool asksForTrackingPermission_ = true;
 };
 
 // Collects configuration fields; every setter returns the builder so calls chain.
@@ -67,6 +73,13 @@ class KorvaneSdkConfig::Builder {
   // With false, every page and frame may use every bridge message. For the app's own testing;
   // the policy is on by default.
   Builder& setBridgeOriginPolicyEnabled(bool enabled);
+  // With true, initialize stores the configuration and nothing more: no request, no tracking
+  // permission asked, no advertising id read, no event kept, until KorvaneSdk::setConsent(true).
+  // Off by default.
+  Builder& setWaitsForConsent(bool waits);
+  // With false, the SDK never shows the tracking-permission prompt; it reads the advertising id
+  // only once the app's own prompt has allowed it. On by default.
+  Builder& setAsksForTrackingPermission(bool asks);
 
   // Logs an error for an empty key or secret and builds anyway: only initialisation refuses them.
   KorvaneSdkConfig build() const;
