@@ -42,48 +42,67 @@ std::optional<JsonValue> objectPayload(std::optional<JsonValue> payload) {
 }  // namespace
 
 SdkSession::SdkSession(SdkEnvironment environment)
-    : environment_(std::move(environment)), device_(DeviceUtils::create(environment_.platform)) {}
+    : environment_(std::move(environment)),
+      device_(DeviceUtils::create(environment_.platform)),
+      guard_(environment_.platform.userDefaults,
+             {environment_.platform.device ? environment_.platform.device->appVersion().value_or("")
+                                           : std::string(),
+              kSdkVersion},
+             environment_.startupStep) {}
 
 SdkSession::~SdkSession() = default;
 
-void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config) {
+Status SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config) {
   if (isInitialized()) {
     KorvaneLogger::w(kTag, "SDK is already initialized. Ignoring duplicate initialization.");
-    return;
+    return okStatus();
   }
   if (config.appKey().empty()) {
     KorvaneLogger::e(kTag, "App Key cannot be empty. Initialization failed.");
-    return;
+    return okStatus();
   }
   if (config.appSecret().empty()) {
     KorvaneLogger::e(kTag, "App Secret cannot be empty. Initialization failed.");
-    return;
+    return okStatus();
   }
+  // Safe mode leaves out what could have ended the last starts and what would wake the app.
+  const StartupMode mode = beginStart();
+  if (mode == StartupMode::inert) return *refusal(SdkFeature::sdk);
+  const bool normal = mode == StartupMode::normal;
   {
     std::lock_guard lock(setupLock_);
     application_ = std::move(application);
     config_ = config;
   }
 
-  device_->initializeAdvertisingIdSync();
-  KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
+  if (normal) {
+    device_->initializeAdvertisingIdSync();
+    KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
+  }
 
   environment_.network->initialize(config, environment_.platform.http);
 
-  KorvaneLogger::d(kTag, "Creating EventBatchService...");
-  std::shared_ptr<EventBatchService> service = startTelemetry();
-  KorvaneLogger::d(kTag, "EventBatchService created successfully");
+  if (normal) {
+    KorvaneLogger::d(kTag, "Creating EventBatchService...");
+    std::shared_ptr<EventBatchService> service = startTelemetry();
+    KorvaneLogger::d(kTag, "EventBatchService created successfully");
 
-  ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
-                                   environment_.platform.clock, environment_.platform.random);
-  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+    ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
+                                     environment_.platform.clock, environment_.platform.random);
+    KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  }
 
   KorvaneLogger::d(kTag, config.adjoeEnabled() ? "Adjoe is enabled (uses PlaytimeWeb on iOS)"
                                                : "Adjoe is disabled");
 
+  // The start has finished once the serial queue has done its share (the event file's load).
+  environment_.serial->submit([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->guard_.finish();
+  });
   environment_.serial->submit([weak = weak_from_this()] {
     if (auto self = weak.lock()) self->validate();
   });
+  return okStatus();
 }
 
 std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
@@ -116,6 +135,9 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   // still holds goes to the event file first, and the new service loads it from there. Both on
   // the serial queue, in that order.
   if (previous) environment_.serial->submit([previous] { previous->handleAppTermination(); });
+  environment_.serial->submit([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->guard_.reached("event file load", true);
+  });
   std::shared_ptr<EventBatchService> service =
       EventBatchService::create(std::move(deps), kBatchSize, kFlushIntervalSeconds);
   std::lock_guard lock(setupLock_);
@@ -143,6 +165,7 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
     std::lock_guard lock(validatedAppDataLock_);
     validatedAppData_ = app;
   }
+  applyServerSwitch(app.value_or(AppData{}));
   if (app && (app->trackEventBatchCount || app->trackEventBatchIntervalMs)) {
     std::optional<double> seconds;
     if (app->trackEventBatchIntervalMs) seconds = *app->trackEventBatchIntervalMs / 1000.0;
@@ -162,6 +185,7 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   (void)environment_.platform.userDefaults->getString(kCurrentUserIdKey);
   KorvaneLogger::i(kTag, "SDK validated successfully with server");
   KorvaneLogger::d(kTag, "Offerwall URL: " + (app ? app->korvaneHubUrl : std::string()));
+  reportSafeModeOnce();
 }
 
 void SdkSession::login(const KorvaneSdkUser& user,
@@ -171,7 +195,8 @@ void SdkSession::login(const KorvaneSdkUser& user,
     if (listener)
       environment_.platform.mainThread->post([listener, error] { listener->onFailure(error); });
   };
-  if (!isInitialized()) return refuse(KorvaneLoginError::notInitialized);
+  if (!isInitialized() || refused(SdkFeature::sdk, "Login refused"))
+    return refuse(KorvaneLoginError::notInitialized);
   if (user.userId().empty()) return refuse(KorvaneLoginError::invalidUserId);
 
   if (std::optional<std::string> previous = currentUserId();
@@ -217,6 +242,7 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
 }
 
 void SdkSession::logout() {
+  if (startMode_.load() == StartupMode::inert && refused(SdkFeature::sdk, "Logout ignored")) return;
   if (std::optional<std::string> userId = currentUserId()) {
     trackEvent(EventType::custom, "authentication",
                JsonValue{{"event_name", "user_logout"}, {"user_id", *userId}});
@@ -267,6 +293,11 @@ double SdkSession::nowMillis() const {
 void SdkSession::sendImmediately(const std::string& name, const std::string& category,
                                  std::optional<JsonValue> payload,
                                  std::function<void(const Status&)> then) {
+  if (std::optional<Error> off = refusal(SdkFeature::telemetry)) {
+    KorvaneLogger::d(kTag, off->description + ". Not sent: " + name);
+    if (then) then(*off);
+    return;
+  }
   environment_.tasks->submit([weak = weak_from_this(), name, category, payload = std::move(payload),
                               then = std::move(then)] {
     auto self = weak.lock();
@@ -294,6 +325,7 @@ void SdkSession::sendImmediately(const std::string& name, const std::string& cat
 
 bool SdkSession::refusedOrSentImmediately(const std::string& name, const std::string& category,
                                           const std::optional<JsonValue>& payload) {
+  if (refused(SdkFeature::telemetry, "Event not tracked: " + name)) return true;
   if (!isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized. Event not tracked: " + name);
     return true;
@@ -341,6 +373,7 @@ void SdkSession::trackCustomEvent(const std::string& name, const std::string& ca
 }
 
 void SdkSession::flushEvents() {
+  if (refused(SdkFeature::telemetry, "Events not flushed")) return;
   std::shared_ptr<EventBatchService> service = eventBatchService();
   if (!service) return;
   environment_.tasks->submit([service] {

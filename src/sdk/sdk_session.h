@@ -11,6 +11,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "sdk/sdk_environment.h"
+#include "sdk/startup_guard.h"
 
 namespace korvane {
 
@@ -23,7 +24,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   explicit SdkSession(SdkEnvironment environment);
   ~SdkSession() override;
 
-  void initialize(ApplicationHandle application, const KorvaneSdkConfig& config);
+  // An error only when the start-up guard keeps the SDK inert; other refusals are logged.
+  Status initialize(ApplicationHandle application, const KorvaneSdkConfig& config);
   void login(const KorvaneSdkUser& user, std::shared_ptr<KorvaneSdkLoginListener> listener);
   void logout();
 
@@ -32,6 +34,7 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::optional<KorvaneSdkUser> currentUser() const override;
   std::optional<KorvaneSdkConfig> config() const override;
   std::optional<AppData> validatedAppData() const override;
+  std::optional<Error> refusal(SdkFeature feature) const override;
   std::shared_ptr<EventBatchService> eventBatchService() const;
   std::string advertisingId() const { return device_->getAdvertisingId(); }
 
@@ -53,6 +56,14 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::shared_ptr<DeviceUtils> device() const { return device_; }
 
  private:
+  // The start-up guard's decision for this start, logged (session_switches.cpp).
+  StartupMode beginStart();
+  // Applies the validated record's off switch: telemetry stops (session_switches.cpp).
+  void applyServerSwitch(const AppData& app);
+  // In safe mode, one "sdk_safe_mode" event once the backend has answered.
+  void reportSafeModeOnce();
+  // True, after a warning naming the reason and what was refused, when `feature` refuses.
+  bool refused(SdkFeature feature, std::string_view what) const;
   std::shared_ptr<EventBatchService> startTelemetry();
   void validate();
   void finishValidation(Result<ValidateAppResponse> answer);
@@ -69,6 +80,13 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   SdkEnvironment environment_;
   std::shared_ptr<DeviceUtils> device_;
   std::atomic<bool> initialized_{false};
+  StartupGuard guard_;
+  std::atomic<StartupMode> startMode_{StartupMode::normal};
+  std::atomic<bool> safeModeReported_{false};
+  // What the server's off switch says (only its two fields), and whether it turns anything off.
+  mutable std::mutex switchLock_;
+  AppData serverSwitch_;
+  std::atomic<bool> anythingOff_{false};
 
   // Guards what initialize sets up; held only to read or assign.
   mutable std::mutex setupLock_;
