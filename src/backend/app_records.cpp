@@ -26,6 +26,18 @@ std::optional<Json> Base64Object::toJson(const std::optional<Json>& value) {
   return objectToBase64(*value);
 }
 
+Status TextList::read(const Json* field, std::vector<std::string>& out, const std::string&) {
+  if (!field || !field->is_array()) return okStatus();
+  for (const Json& entry : *field)
+    if (entry.is_string()) out.push_back(entry.get<std::string>());
+  return okStatus();
+}
+
+std::optional<Json> TextList::toJson(const std::vector<std::string>& value) {
+  if (value.empty()) return std::nullopt;
+  return Json(value);
+}
+
 }  // namespace korvane::json
 
 namespace korvane {
@@ -43,6 +55,8 @@ constexpr auto kAppDataFields =
                field("adjoeEnabled", &AppData::adjoeEnabled),
                field("adjoeSdkHash", &AppData::adjoeSdkHash),
                field("adjoeOfferwallUrl", &AppData::adjoeOfferwallUrl),
+               field("sdkEnabled", &AppData::sdkEnabled),
+               field<TextList>("disabledFeatures", &AppData::disabledFeatures),
                field<Base64Object>("config", &AppData::config)};
 
 constexpr auto kValidateAppResponseFields = std::tuple{

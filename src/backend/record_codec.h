@@ -71,6 +71,13 @@ struct Base64Object {
   static std::optional<Json> toJson(const std::optional<Json>& value);
 };
 
+// An optional list of texts that never fails its record: a value that is not an array reads as
+// empty, entries that are not text are skipped; an empty list is left out.
+struct TextList {
+  static Status read(const Json* field, std::vector<std::string>& out, const std::string& path);
+  static std::optional<Json> toJson(const std::vector<std::string>& value);
+};
+
 // LoginInfo and TrackEventRequest share the telemetry event's fields, in this order.
 template <typename Record>
 constexpr auto eventFields() {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "backend/network_manager.h"
+#include "backend/server_switch.h"
 #include "korvane/api/app_records.h"
 #include "korvane/api/device_utils.h"
 #include "korvane/core/error.h"
@@ -34,6 +35,9 @@ class SessionFacts {
   virtual std::optional<AppData> validatedAppData() const = 0;
   // Where the start stands, and why it failed.
   virtual SdkStatus status() const = 0;
+  // Why `feature` refuses to work (the server turned it off, or the start-up guard keeps the SDK
+  // inert): an error of domain "KorvaneSDK" naming the reason. Checked before anything else.
+  virtual std::optional<Error> refusal(SdkFeature) const { return std::nullopt; }
 };
 
 // Where the SDK's own events go: into the batch, or at once outside it. Any thread.

@@ -6,6 +6,8 @@ OfferwallAvailability availability(const SessionFacts& session, const Reachabili
   const auto unavailable = [](OfferwallUnavailableReason reason) {
     return OfferwallAvailability{reason};
   };
+  if (session.refusal(SdkFeature::offerwall))
+    return unavailable(OfferwallUnavailableReason::disabledByServer);
   // A refusal counts as validated (isInitialized), yet the status says it failed.
   if (session.status().state == SdkState::failed)
     return unavailable(OfferwallUnavailableReason::validationFailed);

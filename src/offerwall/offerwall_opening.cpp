@@ -46,6 +46,8 @@ bool preconditionsHold(const SessionFacts& session, bool errorLevel,
     }
     return false;
   };
+  if (std::optional<Error> off = session.refusal(SdkFeature::offerwall))
+    return refuse(off->description.c_str(), off->description.c_str());
   if (!session.isInitialized()) {
     std::string reported = "SDK not initialized. Please initialize the SDK first.";
     // Which of the reasons it is: still starting, or failed and why.

@@ -14,9 +14,9 @@
 // reward and quiz pages and adjoe's offerwall all go through. Main thread.
 namespace korvane::offerwall {
 
-// Initialisation first, then the user; a refusal is logged (an error when `errorLevel`, else a
-// warning) and reported to onError, on the main thread when `mainThread` is given and the caller
-// is elsewhere.
+// The off switch (the server's, or an inert SDK's) first, then initialisation, then the user; a
+// refusal is logged (an error when `errorLevel`, else a warning) and reported to onError, on the
+// main thread when `mainThread` is given and the caller is elsewhere.
 bool preconditionsHold(const SessionFacts& session, bool errorLevel,
                        const std::shared_ptr<OfferwallCallback>& callback,
                        const std::shared_ptr<MainThread>& mainThread = nullptr);

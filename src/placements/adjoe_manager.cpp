@@ -121,6 +121,8 @@ void KorvaneAdjoeManager::openOfferwall(const Context& context, PresentationAnch
       callback->onError(reported);
     }
   };
+  if (std::optional<Error> off = session.refusal(SdkFeature::offerwall))
+    return refuse(off->description.c_str(), off->description.c_str());
   if (!session.isInitialized())
     return refuse("SDK not initialized", "SDK not initialized. Please initialize the SDK first.");
   std::optional<KorvaneSdkUser> user = session.currentUser();

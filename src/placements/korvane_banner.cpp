@@ -27,6 +27,7 @@ void placements::loadBanner(const Context& context, const std::string& placement
       if (onFailure) onFailure(KorvaneAdError::notInitialized);
     });
   };
+  if (placements::switchedOff(*context, kTag, "getBanner")) return refuse();
   const SessionFacts& session = *context->session();
   std::shared_ptr<ApiService> api =
       session.isInitialized() ? placements::apiService(*context, kTag) : nullptr;

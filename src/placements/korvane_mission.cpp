@@ -84,6 +84,7 @@ void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
   const auto refuse = [&onFailure] {
     if (onFailure) onFailure(KorvaneAdError::notInitialized);
   };
+  if (placements::switchedOff(*context_, kTag, "load")) return refuse();
   if (!session.isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized");
     return refuse();
@@ -276,6 +277,7 @@ void KorvaneMission::onRewardButtonClicked(PresentationAnchor* from) {
 void KorvaneMission::refreshMissionList(const SdkContext& context,
                                         const std::optional<std::string>& unitId) {
   KorvaneLogger::d(kTag, "[refreshMissionList] Called with unitId: " + unitId.value_or("nil"));
+  if (placements::switchedOff(context, kTag, "refreshMissionList")) return;
   context.tracker()->trackEvent(
       EventType::custom, "mission",
       JsonValue{{"action", "refresh_mission_list"}, {"source", "static_method"}});

@@ -70,6 +70,7 @@ void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
   const auto refuse = [&onFailure] {
     if (onFailure) onFailure(KorvaneAdError::notInitialized);
   };
+  if (placements::switchedOff(*context_, kTag, "load")) return refuse();
   if (!session.isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized");
     return refuse();

@@ -4,8 +4,16 @@
 
 namespace korvane::placements {
 
+bool switchedOff(const SdkContext& context, std::string_view tag, std::string_view operation) {
+  std::optional<Error> off = context.session()->refusal(SdkFeature::placements);
+  if (!off) return false;
+  KorvaneLogger::w(tag, std::string(operation) + ": " + off->description);
+  return true;
+}
+
 bool refusedBeforeInitialization(const SdkContext& context, std::string_view tag,
                                  std::string_view operation) {
+  if (switchedOff(context, tag, operation)) return true;
   if (context.session()->isInitialized()) return false;
   KorvaneLogger::w(tag, std::string(operation) + ": SDK not initialized");
   return true;

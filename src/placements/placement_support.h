@@ -12,7 +12,11 @@
 
 namespace korvane::placements {
 
-// True, after the warning "<operation>: SDK not initialized", when the SDK is not initialised.
+// True, after a warning naming the reason, when the server turned the placements off or the SDK
+// is inert.
+bool switchedOff(const SdkContext& context, std::string_view tag, std::string_view operation);
+// True, after the warning "<operation>: SDK not initialized", when the SDK is not initialised
+// (or after switchedOff's warning, when the placements are off).
 bool refusedBeforeInitialization(const SdkContext& context, std::string_view tag,
                                  std::string_view operation);
 // The SDK's API service, or nothing after logging "Failed to initialize API service: " under

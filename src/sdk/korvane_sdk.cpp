@@ -59,8 +59,8 @@ std::shared_ptr<const SdkContext> KorvaneSdk::context() const {
   return context_;
 }
 
-void KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig) {
-  session()->initialize(std::move(application), sdkConfig);
+Status KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig) {
+  return session()->initialize(std::move(application), sdkConfig);
 }
 
 void KorvaneSdk::login(const KorvaneSdkUser& user,
@@ -134,6 +134,10 @@ std::shared_ptr<EventBatchService> KorvaneSdk::eventBatchService() const {
 void KorvaneSdk::getBannerInfo(const std::string& placementId,
                                std::function<void(Result<BannerInfoResponse>)> completion) {
   if (!completion) completion = [](Result<BannerInfoResponse>) {};
+  if (std::optional<Error> off = session()->refusal(SdkFeature::placements)) {
+    KorvaneLogger::w("KorvaneSdk", off->description + ". Banner not loaded");
+    return completion(*off);
+  }
   if (!isInitialized()) return completion(Error{"KorvaneSDK", -1, "SDK not initialized"});
   std::optional<KorvaneSdkUser> user = getCurrentUser();
   if (!user) return completion(Error{"KorvaneSDK", -2, "User not logged in"});

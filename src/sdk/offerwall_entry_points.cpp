@@ -115,6 +115,10 @@ bool handToSystem(const std::shared_ptr<UrlOpener>& opener, const std::string& u
 }  // namespace
 
 bool KorvaneSdk::openExternalBrowser(const std::string& url, const std::string&) {
+  if (std::optional<Error> off = context()->session()->refusal(SdkFeature::offerwall)) {
+    KorvaneLogger::w(kTag, off->description + ". Browser not opened");
+    return false;
+  }
   if (url.empty()) {
     KorvaneLogger::w(kTag, "URL is empty");
     return false;

@@ -5,9 +5,9 @@
 
 namespace korvane {
 
-void KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig,
-                            std::function<void(const SdkStatus&)> completion) {
-  session()->initialize(std::move(application), sdkConfig, std::move(completion));
+Status KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig,
+                              std::function<void(const SdkStatus&)> completion) {
+  return session()->initialize(std::move(application), sdkConfig, std::move(completion));
 }
 
 void KorvaneSdk::setConsent(bool given) {

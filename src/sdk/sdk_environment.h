@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string_view>
 
 #include "backend/network_manager.h"
 #include "context/sdk_context.h"
@@ -18,6 +20,9 @@ struct SdkEnvironment {
   std::shared_ptr<Executor> tasks;
   // The facade's serial queue: validation and login start here, in submission order.
   std::shared_ptr<Executor> serial;
+  // Told each step of the start as it is reached, before the step runs; tests end the process
+  // there to prove what the next start does. Empty in a host.
+  std::function<void(std::string_view step)> startupStep;
 };
 
 // The environment a host process gets: its platform layer's services, the shared network

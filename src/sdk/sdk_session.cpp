@@ -42,30 +42,36 @@ std::optional<JsonValue> objectPayload(std::optional<JsonValue> payload) {
 }  // namespace
 
 SdkSession::SdkSession(SdkEnvironment environment)
-    : environment_(std::move(environment)), device_(DeviceUtils::create(environment_.platform)) {}
+    : environment_(std::move(environment)),
+      device_(DeviceUtils::create(environment_.platform)),
+      guard_(environment_.platform.userDefaults,
+             {environment_.platform.device ? environment_.platform.device->appVersion().value_or("")
+                                           : std::string(),
+              kSdkVersion},
+             environment_.startupStep) {}
 
 SdkSession::~SdkSession() = default;
 
-void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
-                            std::function<void(const SdkStatus&)> completion) {
+Status SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
+                              std::function<void(const SdkStatus&)> completion) {
   const std::shared_ptr<MainThread>& mainThread = environment_.platform.mainThread;
   if (isInitialized()) {
     KorvaneLogger::w(kTag, "SDK is already initialized. Ignoring duplicate initialization.");
     if (completion) mainThread->post([completion, status = status()] { completion(status); });
-    return;
+    return okStatus();
   }
-  const char* refusal = nullptr;
-  if (config.appKey().empty()) refusal = "App Key cannot be empty. Initialization failed.";
-  if (!refusal && config.appSecret().empty())
-    refusal = "App Secret cannot be empty. Initialization failed.";
-  if (refusal) {
-    KorvaneLogger::e(kTag, refusal);
-    if (completion) {
-      std::lock_guard lock(statusLock_);
-      waitingForOutcome_.push_back(std::move(completion));
-    }
-    setStatus({SdkState::failed, SdkFailureReason::refusedKeys, refusal});
-    return;
+  const char* refusedKeys = nullptr;
+  if (config.appKey().empty()) refusedKeys = "App Key cannot be empty. Initialization failed.";
+  if (!refusedKeys && config.appSecret().empty())
+    refusedKeys = "App Secret cannot be empty. Initialization failed.";
+  {
+    std::lock_guard lock(statusLock_);
+    if (completion) waitingForOutcome_.push_back(std::move(completion));
+  }
+  if (refusedKeys) {
+    KorvaneLogger::e(kTag, refusedKeys);
+    setStatus({SdkState::failed, SdkFailureReason::refusedKeys, refusedKeys});
+    return okStatus();
   }
   {
     std::lock_guard lock(setupLock_);
@@ -74,7 +80,6 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
   }
   {
     std::lock_guard lock(statusLock_);
-    if (completion) waitingForOutcome_.push_back(std::move(completion));
     if (!retry_) {
       retry_ = ValidationRetry::create(mainThread, environment_.platform.random,
                                        environment_.platform.reachability,
@@ -90,34 +95,53 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
   if (config.waitsForConsent() && !consent_.load()) {
     awaitingConsent_ = true;
     KorvaneLogger::i(kTag, "Waiting for consent: nothing is sent or read until setConsent(true)");
-    return;
+    return okStatus();
   }
-  start(config);
+  return start(config);
 }
 
-void SdkSession::start(const KorvaneSdkConfig& config) {
+// What initialize starts, or setConsent(true) when the configuration waits for consent. The
+// start-up guard watches from here until the serial queue has done its share.
+Status SdkSession::start(const KorvaneSdkConfig& config) {
+  // Safe mode leaves out what could have ended the last starts and what would wake the app.
+  const StartupMode mode = beginStart();
+  if (mode == StartupMode::inert) {
+    Error inert = *refusal(SdkFeature::sdk);
+    setStatus({SdkState::failed, SdkFailureReason::disabled, inert.description});
+    return inert;
+  }
+  const bool normal = mode == StartupMode::normal;
   watchNetworkForReadiness();
 
-  device_->setAsksForTrackingPermission(config.asksForTrackingPermission());
-  device_->initializeAdvertisingIdSync();
-  KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
+  if (normal) {
+    device_->setAsksForTrackingPermission(config.asksForTrackingPermission());
+    device_->initializeAdvertisingIdSync();
+    KorvaneLogger::d(kTag, "Advertising ID initialized synchronously");
+  }
 
   environment_.network->initialize(config, environment_.platform.http);
 
-  KorvaneLogger::d(kTag, "Creating EventBatchService...");
-  std::shared_ptr<EventBatchService> service = startTelemetry();
-  KorvaneLogger::d(kTag, "EventBatchService created successfully");
+  if (normal) {
+    KorvaneLogger::d(kTag, "Creating EventBatchService...");
+    std::shared_ptr<EventBatchService> service = startTelemetry();
+    KorvaneLogger::d(kTag, "EventBatchService created successfully");
 
-  ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
-                                   environment_.platform.clock, environment_.platform.random);
-  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+    ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
+                                     environment_.platform.clock, environment_.platform.random);
+    KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  }
 
   KorvaneLogger::d(kTag, config.adjoeEnabled() ? "Adjoe is enabled (uses PlaytimeWeb on iOS)"
                                                : "Adjoe is disabled");
 
+  // The start has finished once the serial queue has done its share (the event file's load).
+  environment_.serial->submit([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->guard_.finish();
+  });
   environment_.serial->submit([weak = weak_from_this()] {
     if (auto self = weak.lock()) self->validate();
   });
+  return okStatus();
 }
 
 void SdkSession::setConsent(bool given) {
@@ -131,7 +155,8 @@ void SdkSession::setConsent(bool given) {
   if (given) {
     if (!awaitingConsent_.exchange(false)) return;
     KorvaneLogger::i(kTag, "Consent given: the SDK starts");
-    return start(*stored);
+    (void)start(*stored);
+    return;
   }
   if (awaitingConsent_.exchange(true)) return;
   KorvaneLogger::i(kTag, "Consent withdrawn: the SDK stops sending and reading until it is given");
@@ -187,6 +212,9 @@ std::shared_ptr<EventBatchService> SdkSession::startTelemetry() {
   // still holds goes to the event file first, and the new service loads it from there. Both on
   // the serial queue, in that order.
   if (previous) environment_.serial->submit([previous] { previous->handleAppTermination(); });
+  environment_.serial->submit([weak = weak_from_this()] {
+    if (auto self = weak.lock()) self->guard_.reached("event file load", true);
+  });
   std::shared_ptr<EventBatchService> service =
       EventBatchService::create(std::move(deps), kBatchSize, kFlushIntervalSeconds);
   std::lock_guard lock(setupLock_);
@@ -220,6 +248,7 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
     std::lock_guard lock(validatedAppDataLock_);
     validatedAppData_ = app;
   }
+  applyServerSwitch(app.value_or(AppData{}));
   if (app && (app->trackEventBatchCount || app->trackEventBatchIntervalMs)) {
     std::optional<double> seconds;
     if (app->trackEventBatchIntervalMs) seconds = *app->trackEventBatchIntervalMs / 1000.0;
@@ -241,6 +270,9 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   KorvaneLogger::d(kTag, "Offerwall URL: " + (app ? app->korvaneHubUrl : std::string()));
   // A refusal still counts as validated above, as the SDK always did; its status says it failed.
   retry_->reset();
+  reportSafeModeOnce();
+  if (std::optional<Error> off = refusal(SdkFeature::sdk))
+    return setStatus({SdkState::failed, SdkFailureReason::disabled, off->description});
   setStatus(outcome);
 }
 
@@ -325,7 +357,8 @@ void SdkSession::login(const KorvaneSdkUser& user,
     if (listener)
       environment_.platform.mainThread->post([listener, error] { listener->onFailure(error); });
   };
-  if (!isInitialized()) return refuse(KorvaneLoginError::notInitialized);
+  if (!isInitialized() || refused(SdkFeature::sdk, "Login refused"))
+    return refuse(KorvaneLoginError::notInitialized);
   if (user.userId().empty()) return refuse(KorvaneLoginError::invalidUserId);
 
   if (std::optional<std::string> previous = currentUserId();
@@ -372,6 +405,7 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
 }
 
 void SdkSession::logout() {
+  if (startMode_.load() == StartupMode::inert && refused(SdkFeature::sdk, "Logout ignored")) return;
   if (std::optional<std::string> userId = currentUserId()) {
     trackEvent(EventType::custom, "authentication",
                JsonValue{{"event_name", "user_logout"}, {"user_id", *userId}});
@@ -423,6 +457,11 @@ double SdkSession::nowMillis() const {
 void SdkSession::sendImmediately(const std::string& name, const std::string& category,
                                  std::optional<JsonValue> payload,
                                  std::function<void(const Status&)> then) {
+  if (std::optional<Error> off = refusal(SdkFeature::telemetry)) {
+    KorvaneLogger::d(kTag, off->description + ". Not sent: " + name);
+    if (then) then(*off);
+    return;
+  }
   environment_.tasks->submit([weak = weak_from_this(), name, category, payload = std::move(payload),
                               then = std::move(then)] {
     auto self = weak.lock();
@@ -450,6 +489,7 @@ void SdkSession::sendImmediately(const std::string& name, const std::string& cat
 
 bool SdkSession::refusedOrSentImmediately(const std::string& name, const std::string& category,
                                           const std::optional<JsonValue>& payload) {
+  if (refused(SdkFeature::telemetry, "Event not tracked: " + name)) return true;
   if (!isInitialized()) {
     KorvaneLogger::w(kTag, "SDK not initialized. Event not tracked: " + name);
     return true;
@@ -497,6 +537,7 @@ void SdkSession::trackCustomEvent(const std::string& name, const std::string& ca
 }
 
 void SdkSession::flushEvents() {
+  if (refused(SdkFeature::telemetry, "Events not flushed")) return;
   std::shared_ptr<EventBatchService> service = eventBatchService();
   if (!service) return;
   environment_.tasks->submit([service] {

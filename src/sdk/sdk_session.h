@@ -12,6 +12,7 @@
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
 #include "sdk/sdk_environment.h"
+#include "sdk/startup_guard.h"
 #include "sdk/validation_retry.h"
 #include "util/observers.h"
 
@@ -26,9 +27,10 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   explicit SdkSession(SdkEnvironment environment);
   ~SdkSession() override;
 
-  // `completion` (main thread) hears the first outcome: ready, or failed and why.
-  void initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
-                  std::function<void(const SdkStatus&)> completion = nullptr);
+  // `completion` (main thread) hears the first outcome: ready, or failed and why. An error only
+  // when the start-up guard keeps the SDK inert; other refusals are logged.
+  Status initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
+                    std::function<void(const SdkStatus&)> completion = nullptr);
   void login(const KorvaneSdkUser& user, std::shared_ptr<KorvaneSdkLoginListener> listener);
   void logout();
   // The person agreed (true) or withdrew (false); matters only when the configuration waits for
@@ -41,6 +43,7 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::optional<KorvaneSdkConfig> config() const override;
   std::optional<AppData> validatedAppData() const override;
   SdkStatus status() const override;
+  std::optional<Error> refusal(SdkFeature feature) const override;
   std::shared_ptr<EventBatchService> eventBatchService() const;
 
   // The status now, then each change, on the main thread.
@@ -71,8 +74,16 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::shared_ptr<DeviceUtils> device() const { return device_; }
 
  private:
-  void start(const KorvaneSdkConfig& config);
+  Status start(const KorvaneSdkConfig& config);
   void stop();
+  // The start-up guard's decision for this start, logged (session_switches.cpp).
+  StartupMode beginStart();
+  // Applies the validated record's off switch: telemetry stops (session_switches.cpp).
+  void applyServerSwitch(const AppData& app);
+  // In safe mode, one "sdk_safe_mode" event once the backend has answered.
+  void reportSafeModeOnce();
+  // True, after a warning naming the reason and what was refused, when `feature` refuses.
+  bool refused(SdkFeature feature, std::string_view what) const;
   std::shared_ptr<EventBatchService> startTelemetry();
   void validate();
   void setStatus(SdkStatus status);
@@ -94,6 +105,13 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   std::atomic<bool> initialized_{false};
   std::atomic<bool> consent_{false};
   std::atomic<bool> awaitingConsent_{false};  // initialize waits for consent
+  StartupGuard guard_;
+  std::atomic<StartupMode> startMode_{StartupMode::normal};
+  std::atomic<bool> safeModeReported_{false};
+  // What the server's off switch says (only its two fields), and whether it turns anything off.
+  mutable std::mutex switchLock_;
+  AppData serverSwitch_;
+  std::atomic<bool> anythingOff_{false};
 
   // Guards what initialize sets up; held only to read or assign.
   mutable std::mutex setupLock_;

@@ -54,7 +54,8 @@ ValidationRetry::~ValidationRetry() {
 }
 
 void ValidationRetry::failed(SdkFailureReason reason) {
-  if (reason == SdkFailureReason::refusedKeys) return reset();
+  if (reason == SdkFailureReason::refusedKeys || reason == SdkFailureReason::disabled)
+    return reset();
   double delay = 0;
   std::uint64_t generation = 0;
   {

@@ -160,6 +160,10 @@ EventBatchService::Tally EventBatchService::tally() const {
 }
 
 void EventBatchService::trackEvent(Event event) {
+  if (!enabled_.load()) {
+    KorvaneLogger::d(kTag, "Telemetry is off: event dropped");
+    return;
+  }
   const EventType type = event.type;
   const double timestamp = event.timestamp;
   const bool critical = isCritical(type);
@@ -308,7 +312,7 @@ void EventBatchService::updateFlushTimer(bool restart) {
   {
     std::lock_guard lock(stateLock_);
     const bool eventsWait = deps_.queue->count() > 0;
-    const bool wanted = eventsWait && inForeground_ &&
+    const bool wanted = eventsWait && inForeground_ && enabled_.load() &&
                         (turn_ == SendTurn::anyTrigger || turn_ == SendTurn::timerOnly);
     if (timerArmed_ && (!wanted || restart)) {
       flushTimer_.cancel();
@@ -368,6 +372,11 @@ void EventBatchService::tick(std::uint64_t generation) {
 // ---- Sending ------------------------------------------------------------------------------------
 
 void EventBatchService::flush(std::function<void(Status)> done) {
+  if (!enabled_.load()) {
+    KorvaneLogger::d(kTag, "Telemetry is off: nothing sent");
+    if (done) done(okStatus());
+    return;
+  }
   bool busy = false;
   {
     std::lock_guard lock(stateLock_);
@@ -512,6 +521,7 @@ void EventBatchService::handleFailure(const std::vector<Event>& events, const Er
 
 // The retry owns the next attempt: no other trigger sends until it has run.
 void EventBatchService::scheduleRetry(int attempt) {
+  if (!enabled_.load()) return;  // turned off while the batch was out
   const double ceiling = std::min(kRetryBaseDelay * std::pow(2.0, attempt - 1), kRetryMaxDelay);
   const double delay = deps_.random->uniform(0.0, ceiling);
   KorvaneLogger::d(kTag, "Retrying flush after " + fixed("%.2f", delay) +
@@ -597,6 +607,16 @@ void EventBatchService::updateBatchConfiguration(std::optional<std::int64_t> bat
                    "Batch configuration updated - Size: " + std::to_string(this->batchSize()) +
                        ", Interval: " + swiftNumber(flushInterval()) + "s");
   if (deps_.queue->count() >= this->batchSize()) flushInBackground();
+}
+
+void EventBatchService::setEnabled(bool enabled) {
+  if (enabled_.exchange(enabled) == enabled) return;
+  if (!enabled) {
+    std::lock_guard lock(stateLock_);
+    retryTimer_.cancel();
+    if (turn_ == SendTurn::retry) turn_ = SendTurn::anyTrigger;
+  }
+  updateFlushTimer();
 }
 
 void EventBatchService::handleAppBackground() {

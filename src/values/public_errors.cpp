@@ -25,6 +25,10 @@ Error toError(KorvaneAdError error) {
                "KorvaneAdError"};
 }
 
+Error toError(KorvaneSdkError code, std::string description) {
+  return Error{kSdkErrorDomain, static_cast<long>(code), std::move(description), "KorvaneSdkError"};
+}
+
 const char* description(KorvaneLoginError error) {
   switch (error) {
     case KorvaneLoginError::notInitialized:

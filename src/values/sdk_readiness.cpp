@@ -26,6 +26,8 @@ const char* rawValue(SdkFailureReason reason) {
       return "server";
     case SdkFailureReason::malformedAnswer:
       return "malformed_answer";
+    case SdkFailureReason::disabled:
+      return "disabled";
   }
   return "server";
 }
@@ -41,6 +43,8 @@ const char* describe(SdkFailureReason reason) {
       return "The backend failed; validation is tried again shortly.";
     case SdkFailureReason::malformedAnswer:
       return "The backend's answer could not be read; validation is tried again shortly.";
+    case SdkFailureReason::disabled:
+      return "The SDK is switched off: by the server, or after its start ended the app repeatedly.";
   }
   return "";
 }

@@ -77,6 +77,11 @@ App appFromJson(const Json& j) {
     app.trackEventBatchIntervalMs = j["trackEventBatchIntervalMs"].get<std::int64_t>();
   app.adjoeEnabled = j.value("adjoeEnabled", false);
   if (j.contains("adjoeSdkHash")) app.adjoeSdkHash = j["adjoeSdkHash"].get<std::string>();
+  if (j.contains("sdkEnabled") && j["sdkEnabled"].is_boolean())
+    app.sdkEnabled = j["sdkEnabled"].get<bool>();
+  if (j.contains("disabledFeatures") && j["disabledFeatures"].is_array())
+    for (const Json& name : j["disabledFeatures"])
+      if (name.is_string()) app.disabledFeatures.push_back(name.get<std::string>());
   if (j.contains("config") && j["config"].is_object()) app.config = j["config"];
   return app;
 }
@@ -364,6 +369,8 @@ struct DevServer::State {
     data.adjoeEnabled = app.adjoeEnabled;
     data.adjoeSdkHash = app.adjoeSdkHash;
     data.adjoeOfferwallUrl = baseUrl + "/offerwall/adjoe.html";
+    data.sdkEnabled = app.sdkEnabled;
+    data.disabledFeatures = app.disabledFeatures;
     data.config = app.config;
     return toJson(data);
   }
@@ -436,6 +443,11 @@ std::string DevServer::baseUrl() const {
 
 void DevServer::addApp(App app) {
   std::lock_guard lock(state_->mutex);
+  for (App& known : state_->apps)
+    if (known.appKey == app.appKey) {
+      known = std::move(app);
+      return;
+    }
   state_->apps.push_back(std::move(app));
 }
 

@@ -30,6 +30,10 @@ struct App {
   std::optional<std::int64_t> trackEventBatchIntervalMs;
   bool adjoeEnabled = false;
   std::optional<std::string> adjoeSdkHash;
+  // The off switch the validation answer carries: "sdkEnabled" (sent only when set) and
+  // "disabledFeatures" (sent only when not empty).
+  std::optional<bool> sdkEnabled;
+  std::vector<std::string> disabledFeatures;
   JsonValue config = JsonValue::object();
 };
 
@@ -91,6 +95,7 @@ class DevServer {
   std::string baseUrl() const;
   int port() const { return port_; }
 
+  // Adds the app, or replaces the one with the same key.
   void addApp(App app);
   // Endpoint paths as the SDK calls them, e.g. "/v1/api/sdk/event/batch", or the path of anything
   // else the server answers: a page or redirect (see setPage), an attacker page, a file of the

@@ -13,7 +13,9 @@ void onSignal(int) {
 }
 
 int usage() {
-  std::fprintf(stderr, "usage: korvane-devserver [--port N] [--data DIR]\n");
+  std::fprintf(stderr,
+               "usage: korvane-devserver [--port N] [--data DIR] [--disable sdk|telemetry|"
+               "offerwall|placements]...\n");
   return 2;
 }
 }  // namespace
@@ -21,12 +23,22 @@ int usage() {
 int main(int argc, char** argv) {
   korvane::devserver::Options options;
   options.port = 8080;
+  // The demo app's off switch: "sdk" sends "sdkEnabled": false, any other name goes into
+  // "disabledFeatures".
+  korvane::devserver::App demo = korvane::devserver::DevServer::demoApp();
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--port" && i + 1 < argc) {
       options.port = std::atoi(argv[++i]);
     } else if (arg == "--data" && i + 1 < argc) {
       options.dataDir = argv[++i];
+    } else if (arg == "--disable" && i + 1 < argc) {
+      const std::string feature = argv[++i];
+      if (feature == "sdk") {
+        demo.sdkEnabled = false;
+      } else {
+        demo.disabledFeatures.push_back(feature);
+      }
     } else {
       return usage();
     }
@@ -39,7 +51,7 @@ int main(int argc, char** argv) {
   }
   std::signal(SIGINT, onSignal);
   std::signal(SIGTERM, onSignal);
-  const korvane::devserver::App demo = korvane::devserver::DevServer::demoApp();
+  if (demo.sdkEnabled || !demo.disabledFeatures.empty()) server.addApp(demo);
   std::printf("korvane-devserver listening on %s (demo app key \"%s\", secret \"%s\")\n",
               server.baseUrl().c_str(), demo.appKey.c_str(), demo.appSecret.c_str());
   std::fflush(stdout);

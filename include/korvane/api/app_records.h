@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "korvane/core/json_value.h"
 
@@ -19,6 +20,11 @@ struct AppData {
   std::optional<bool> adjoeEnabled;
   std::optional<std::string> adjoeSdkHash;
   std::optional<std::string> adjoeOfferwallUrl;
+  // The server's off switch, an extension of the record: false turns the whole SDK off.
+  std::optional<bool> sdkEnabled;
+  // Parts the server turned off: "telemetry", "offerwall", "placements". Other names and
+  // entries that are not text are ignored; so is a value that is not an array.
+  std::vector<std::string> disabledFeatures;
   // Free-form server configuration (a JSON object). On the wire it is base64 text of the
   // object's JSON; anything unreadable there leaves it absent without failing the record.
   std::optional<JsonValue> config;

@@ -44,17 +44,21 @@ class KorvaneSdk {
 
   // Stores the configuration, starts the advertising identifier, the network layer and the
   // telemetry pipeline, then validates the app in the background. Refused when already
-  // initialised and when the app key or secret is empty.
-  void initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig);
-  void initialize(const KorvaneSdkConfig& sdkConfig) { initialize({}, sdkConfig); }
+  // initialised and when the app key or secret is empty (logged). After its start ended the
+  // app's process twice in a row the SDK starts in safe mode (no event-file load, no timers, no
+  // tracking prompt); after a third time it stays inert until the app or SDK version changes:
+  // initialize then returns the error KorvaneSdkError::inertAfterCrashes and every other call
+  // does nothing but log.
+  Status initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig);
+  Status initialize(const KorvaneSdkConfig& sdkConfig) { return initialize({}, sdkConfig); }
   // The same, and `completion` hears on the main thread how the start went: ready, or failed and
   // why (also at once for a refused or duplicate call). A failure for the network, the server or
   // its answer is tried again by itself; observeStatus follows that.
-  void initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig,
-                  std::function<void(const SdkStatus&)> completion);
-  void initialize(const KorvaneSdkConfig& sdkConfig,
-                  std::function<void(const SdkStatus&)> completion) {
-    initialize({}, sdkConfig, std::move(completion));
+  Status initialize(ApplicationHandle application, const KorvaneSdkConfig& sdkConfig,
+                    std::function<void(const SdkStatus&)> completion);
+  Status initialize(const KorvaneSdkConfig& sdkConfig,
+                    std::function<void(const SdkStatus&)> completion) {
+    return initialize({}, sdkConfig, std::move(completion));
   }
   // Where the start stands now.
   SdkStatus status() const;
@@ -138,9 +142,9 @@ class KorvaneSdk {
   // address.
   void openAdjoeOfferwall(PresentationAnchor* presenting, const std::string& placementId,
                           std::shared_ptr<OfferwallCallback> callback = nullptr);
-  // The banner for a placement, whatever its success flag. Refusals: domain "KorvaneSDK", code
-  // -1 (not initialised) or -2 (no user), at once on the calling thread; otherwise the
-  // completion runs on a background thread.
+  // The banner for a placement, whatever its success flag. Refusals (KorvaneSdkError, domain
+  // "KorvaneSDK"): turned off by the server or inert, not initialised, no user; at once on the
+  // calling thread. Otherwise the completion runs on a background thread.
   void getBannerInfo(const std::string& placementId,
                      std::function<void(Result<BannerInfoResponse>)> completion);
   // Hands a web address to the system browser; true once the request was handed over.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "korvane/core/error.h"
 
@@ -24,6 +25,21 @@ enum class KorvaneLoginError : int {
 const char* description(KorvaneLoginError error);
 // Login error from its raw value; nothing for values outside 0...3.
 std::optional<KorvaneLoginError> loginErrorFromRawValue(long rawValue);
+
+// The facade's own refusals: errors of domain "KorvaneSDK" with these codes.
+enum class KorvaneSdkError : long {
+  notInitialized = -1,
+  notLoggedIn = -2,
+  // The backend's validation answer turned the SDK, or the part asked for, off.
+  turnedOffByServer = -3,
+  // The SDK's start ended the app's process three times in a row: it does nothing until the app
+  // or the SDK is updated.
+  inertAfterCrashes = -4,
+};
+
+inline constexpr const char* kSdkErrorDomain = "KorvaneSDK";
+// The refusal as an error value; `description` is what a person reads.
+Error toError(KorvaneSdkError code, std::string description);
 
 // Receives the outcome of KorvaneSdk::login on the main thread.
 class KorvaneSdkLoginListener {

@@ -10,9 +10,9 @@ namespace korvane {
 // back), and the state moves on to `validating` and `ready` by itself.
 enum class SdkState { notStarted, validating, ready, failed };
 
-// Why validation failed. Only refused keys are final: the app has to initialize again with
-// other keys.
-enum class SdkFailureReason { refusedKeys, network, server, malformedAnswer };
+// Why the start failed. Refused keys and a disabled SDK are final: the app has to initialize
+// again with other keys, or the SDK waits for a new version or the server's word.
+enum class SdkFailureReason { refusedKeys, network, server, malformedAnswer, disabled };
 
 struct SdkStatus {
   SdkState state = SdkState::notStarted;
@@ -24,7 +24,7 @@ struct SdkStatus {
 
 // "not_started", "validating", "ready", "failed".
 const char* rawValue(SdkState state);
-// "refused_keys", "network", "server", "malformed_answer".
+// "refused_keys", "network", "server", "malformed_answer", "disabled".
 const char* rawValue(SdkFailureReason reason);
 // A sentence for a person: what the reason means and what happens next.
 const char* describe(SdkFailureReason reason);

@@ -33,6 +33,9 @@ class DeviceProbe {
   virtual std::optional<ScreenPoints> screenPoints() const = 0;
   // The path of the app's store receipt, when the app has one.
   virtual std::optional<std::string> storeReceiptPath() const = 0;
+  // The host app's version (e.g. "2.1 (40)"), when the platform knows it. A new version lets an
+  // SDK that its start-up guard turned off start again.
+  virtual std::optional<std::string> appVersion() const { return std::nullopt; }
 };
 
 }  // namespace korvane

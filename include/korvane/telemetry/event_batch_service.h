@@ -86,6 +86,9 @@ class EventBatchService : public EventBatchServiceProtocol,
   // Applies server settings: a size of at least 1, an interval above 0 seconds.
   void updateBatchConfiguration(std::optional<std::int64_t> batchSize,
                                 std::optional<double> flushIntervalSeconds);
+  // Off (the server's switch): nothing is accepted or sent and no timer runs; what is queued
+  // stays queued. On again: as before.
+  void setEnabled(bool enabled);
   void handleAppBackground();
   void handleAppForeground();
   void handleAppTermination();
@@ -158,6 +161,7 @@ class EventBatchService : public EventBatchServiceProtocol,
   std::atomic<std::size_t> delivered_{0};
   std::atomic<bool> parked_{false};   // the file may hold events that belong in the queue
   std::atomic<bool> parking_{false};  // a park or an unpark waits on the serial queue
+  std::atomic<bool> enabled_{true};
 
   // Guards what follows. Nothing is logged while it is held: an error log can become an event
   // that comes back here.

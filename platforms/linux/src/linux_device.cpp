@@ -42,7 +42,8 @@ LocaleParts parseLocaleName(const std::string& name) {
   return parts;
 }
 
-LinuxDeviceProbe::LinuxDeviceProbe() {
+LinuxDeviceProbe::LinuxDeviceProbe(std::optional<std::string> appVersion)
+    : appVersion_(std::move(appVersion)) {
   utsname names{};
   if (::uname(&names) == 0) {
     machine_ = names.machine;

@@ -37,6 +37,12 @@ typedef NS_ERROR_ENUM(KorvaneSdkErrorDomain, KorvaneSdkError){
     KorvaneSdkErrorNotInitialized = -1,
     /// No user is logged in.
     KorvaneSdkErrorNotLoggedIn = -2,
+    /// The backend's validation answer turned the SDK, or the part asked for, off; the
+    /// description names it ("Placements are turned off by the server").
+    KorvaneSdkErrorTurnedOffByServer = -3,
+    /// The SDK's start ended the app's process three times in a row: the SDK does nothing until
+    /// the app or the SDK is updated.
+    KorvaneSdkErrorInertAfterCrashes = -4,
 };
 
 /// Why login failed; handed to `KorvaneSdkLoginListener`'s `onFailure:`.

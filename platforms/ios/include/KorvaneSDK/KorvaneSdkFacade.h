@@ -26,7 +26,10 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 
 /// Stores the configuration (the application weakly), reads the advertising identifier, starts the
 /// network layer and telemetry, then validates the app in the background. Refused when already
-/// initialised or when the app key or secret is empty.
+/// initialised or when the app key or secret is empty. After its start ended the app's process
+/// twice in a row the SDK starts in safe mode (no event-file load, no timers, no tracking prompt);
+/// after a third time it stays inert until the app or SDK version changes, which this call logs
+/// as an error; refusals then carry `KorvaneSdkErrorInertAfterCrashes`.
 - (void)initializeWithApplication:(UIApplication*)application
                         sdkConfig:(KorvaneSdkConfig*)sdkConfig
     NS_SWIFT_NAME(initialize(application:sdkConfig:));

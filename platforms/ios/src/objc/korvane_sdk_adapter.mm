@@ -52,7 +52,8 @@ korvane::KorvaneSdk& core() {
   }
   // The application is only kept (weakly), as the product documents; the core never calls it.
   _application = application;
-  core().initialize(sdkConfig.cppConfig);
+  // An inert SDK's refusal is logged by the core; this form returns nothing.
+  (void)core().initialize(sdkConfig.cppConfig);
 }
 
 - (void)loginWithKorvaneSdkUser:(KorvaneSdkUser*)korvaneSdkUser

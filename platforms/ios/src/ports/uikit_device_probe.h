@@ -21,6 +21,8 @@ class UIKitDeviceProbe final : public DeviceProbe {
   std::optional<ScreenPixels> screenPixels() const override;
   std::optional<ScreenPoints> screenPoints() const override;
   std::optional<std::string> storeReceiptPath() const override;
+  // The main bundle's "CFBundleShortVersionString (CFBundleVersion)".
+  std::optional<std::string> appVersion() const override;
 
   struct UIKitFacts {
     std::string genericModel;

@@ -112,4 +112,16 @@ std::optional<std::string> UIKitDeviceProbe::storeReceiptPath() const {
   return toOptionalString(NSBundle.mainBundle.appStoreReceiptURL.path);
 }
 
+std::optional<std::string> UIKitDeviceProbe::appVersion() const {
+  NSDictionary* info = NSBundle.mainBundle.infoDictionary;
+  id shortVersion = info[@"CFBundleShortVersionString"];
+  id build = info[@"CFBundleVersion"];
+  if (![shortVersion isKindOfClass:NSString.class] && ![build isKindOfClass:NSString.class])
+    return std::nullopt;
+  NSString* text = [NSString
+      stringWithFormat:@"%@ (%@)", [shortVersion isKindOfClass:NSString.class] ? shortVersion : @"",
+                       [build isKindOfClass:NSString.class] ? build : @""];
+  return toStdString(text);
+}
+
 }  // namespace korvane::ios

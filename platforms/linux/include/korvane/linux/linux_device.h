@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "korvane/linux/offerwall_window.h"
@@ -11,10 +12,11 @@ namespace korvane::linux_host {
 // The machine as the SDK describes a device: uname's machine field, "Linux" as the generic
 // model, the distribution's VERSION_ID (else the kernel release), the locale from LC_ALL,
 // LC_MESSAGES or LANG. A desktop has no screen of the device's size to report in pixels and no
-// store receipt; in points the screen is the offerwall's window, which the pages lay out in.
+// store receipt; in points the screen is the offerwall's window, which the pages lay out in. A
+// desktop program has no bundle to read its version from: the host may name one.
 class LinuxDeviceProbe final : public DeviceProbe {
  public:
-  LinuxDeviceProbe();
+  explicit LinuxDeviceProbe(std::optional<std::string> appVersion = std::nullopt);
   std::optional<std::string> hardwareIdentifier() const override { return machine_; }
   std::string genericModel() const override { return "Linux"; }
   std::string osVersion() const override { return osVersion_; }
@@ -25,8 +27,10 @@ class LinuxDeviceProbe final : public DeviceProbe {
     return ScreenPoints{kOfferwallWindowWidth, kOfferwallWindowHeight};
   }
   std::optional<std::string> storeReceiptPath() const override { return std::nullopt; }
+  std::optional<std::string> appVersion() const override { return appVersion_; }
 
  private:
+  std::optional<std::string> appVersion_;
   std::optional<std::string> machine_;
   std::string osVersion_;
   std::optional<std::string> region_;
