@@ -125,7 +125,10 @@ bool EventBatchService::shouldFlush() const {
 void EventBatchService::loadPersistedEvents(bool counted) {
   // Read and removed in one step: nothing written in between is removed unread.
   // Only what the queue has room for: the rest stays in the file for a later load.
-  const std::size_t room = deps_.queue->room();
+  // Up to half the queue, so that a load does not leave it where events would be parked again.
+  const std::size_t capacity = deps_.queue->count() + deps_.queue->room();
+  const std::size_t room =
+      deps_.queue->count() >= capacity / 2 ? 0 : capacity / 2 - deps_.queue->count();
   Result<std::vector<Event>> loaded = deps_.persistence->takeEvents(room);
   if (!loaded) {
     KorvaneLogger::e(kTag, "Failed to load persisted events: " + loaded.error().description);
@@ -189,21 +192,17 @@ void EventBatchService::trackEvent(Event event) {
              ", Time since last flush: " + swiftNumber(secondsSinceLastFlush()) + "s";
     });
   }
-  parkIfHeldBack();
+  parkIfPilingUp();
   // An event can only make the timer wanted: when it runs already there is nothing to decide.
   if (!timerArmed_.load(std::memory_order_acquire)) updateFlushTimer();
 }
 
-// While nothing may send, events pile up in the queue, and its bound would push the oldest out:
-// past half the queue, all but one batch of them wait in the event file instead, and come back
-// when a send has drained the queue.
-void EventBatchService::parkIfHeldBack() {
+// While nothing may send, or sends are slower than tracking, events pile up in the queue, and its
+// bound would push the oldest out: past half the queue, all but one batch of them wait in the
+// event file instead, and come back when a send has drained the queue.
+void EventBatchService::parkIfPilingUp() {
   const std::size_t count = deps_.queue->count();
   if (count < (count + deps_.queue->room()) / 2) return;
-  {
-    std::lock_guard lock(stateLock_);
-    if (turn_ == SendTurn::anyTrigger && inForeground_) return;
-  }
   if (parking_.exchange(true)) return;
   std::weak_ptr<EventBatchService> weak = weak_from_this();
   deps_.serial->submit([weak] {

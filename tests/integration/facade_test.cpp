@@ -238,6 +238,32 @@ TEST_F(FacadeSession, EachStartFailureFromARealFaultAndItsRecovery) {
   }
 }
 
+// Under a configuration that waits for consent the backend hears nothing, not even validation,
+// until the app says the person agreed; after a withdrawal it hears nothing more.
+TEST_F(FacadeSession, NothingReachesTheBackendBeforeConsentOrAfterItsWithdrawal) {
+  const KorvaneSdkConfig waits = KorvaneSdkConfig::Builder("demo-app-key", "demo-app-secret")
+                                     .setApiBaseUrl(server_.baseUrl())
+                                     .setWaitsForConsent(true)
+                                     .build();
+  sdk_.initialize(waits);
+  sdk_.trackEvent(EventType::missionClicked, "mission");
+  sdk_.flushEvents();
+  std::this_thread::sleep_for(500ms);
+  EXPECT_TRUE(server_.requests().empty());
+
+  sdk_.setConsent(true);
+  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+  EXPECT_EQ(login("user-42"), "success");
+  std::this_thread::sleep_for(500ms);  // the login's own events go out
+  sdk_.setConsent(false);
+  const std::size_t before = server_.requests().size();
+  sdk_.trackEvent(EventType::missionClicked, "mission");
+  sdk_.flushEvents();
+  EXPECT_EQ(login("user-43"), "SDK is not initialized");
+  std::this_thread::sleep_for(500ms);
+  EXPECT_EQ(server_.requests().size(), before);
+}
+
 // With 5 events / 2,000 ms from the server, five events leave at once as one batch, and two
 // more leave on the two-second timer instead of the default thirty.
 TEST_F(FacadeSession, ServerBatchSettingsChangeWhenEventsLeave) {

@@ -305,7 +305,7 @@ TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNe
   std::vector<Event> persisted;
   for (int i = 0; i < 700; ++i) persisted.push_back(event());
   ASSERT_TRUE(file->saveEvents(persisted).ok());
-  for (int i = 0; i < 100; ++i) queue_->enqueue(event());  // room for 400
+  for (int i = 0; i < 100; ++i) queue_->enqueue(event());  // a load fills the queue up to half: room for 150
 
   testing::LogCapture log;
   BatchServiceDependencies deps;
@@ -324,24 +324,26 @@ TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNe
   auto service = EventBatchService::create(std::move(deps));
   executor_->runAll(1);  // the serial queue reads the file
 
-  EXPECT_EQ(queue_->count(), 500u);
+  EXPECT_EQ(queue_->count(), 250u);
   EXPECT_EQ(queue_->droppedCount(), 0u) << "nothing was pushed out of the queue";
   const std::vector<Event> queued = queue_->snapshot();
   EXPECT_EQ(queued.front().eventId, "E0");
-  EXPECT_EQ(queued[399].eventId, "E399") << "the loaded events, oldest first";
+  EXPECT_EQ(queued[149].eventId, "E149") << "the loaded events, oldest first";
   EXPECT_EQ(queued.back().eventId, "E799") << "then those queued before, in their order";
   const Result<std::vector<Event>> left = file->loadEvents();
   ASSERT_TRUE(left.ok());
-  ASSERT_EQ(left.value().size(), 300u) << "the rest stays in the file";
-  EXPECT_EQ(left.value().front().eventId, "E400");
+  ASSERT_EQ(left.value().size(), 550u) << "the rest stays in the file";
+  EXPECT_EQ(left.value().front().eventId, "E150");
   EXPECT_TRUE(
-      log.contains("[I/EventBatchService] Took 400 of 700 events from the event file, "
-                   "leaving 300 for a later load"));
+      log.contains("[I/EventBatchService] Took 150 of 700 events from the event file, "
+                   "leaving 550 for a later load"));
 
-  queue_->dequeue(500);
-  platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
-  EXPECT_EQ(queue_->count(), 300u) << "the next load brings the rest";
-  EXPECT_EQ(queue_->snapshot().front().eventId, "E400");
+  for (const char* next : {"E150", "E400", "E650"}) {
+    queue_->dequeue(500);
+    platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+    EXPECT_EQ(queue_->snapshot().front().eventId, next) << "each load brings the next oldest";
+  }
+  EXPECT_EQ(queue_->count(), 50u);
   EXPECT_FALSE(std::filesystem::exists(dir / "korvane_events.json"));
   service.reset();
   std::filesystem::remove_all(dir);
@@ -425,7 +427,7 @@ TEST_F(BatchServiceTest, EventsTrackedBeforeTheFileIsReadQueueBehindTheLoadedOne
   };
   const Case cases[] = {{"tracked before the read", 30, 5, 0, 0},
                         {"tracked while the read is under way", 30, 0, 5, 0},
-                        {"tracked into the room the read counted on", 495, 0, 10, 5}};
+                        {"tracked into the room the read counted on", 495, 0, 255, 250}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     queue_ = std::make_shared<EventQueueManager>();

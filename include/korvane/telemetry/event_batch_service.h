@@ -128,7 +128,7 @@ class EventBatchService : public EventBatchServiceProtocol,
   void loadAtStart();
   // `counted`: the events are new to this service (not ones it parked in the file itself).
   void loadPersistedEvents(bool counted = true);
-  void parkIfHeldBack();
+  void parkIfPilingUp();
   void park();
   void unparkWhenDrained();
   // Arms the flush timer when events wait in the foreground and the timer may send (neither a
