@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "korvane/version.h"
-#include "telemetry/error_telemetry.h"
 #include "telemetry/event_conversion.h"
 
 namespace korvane {
@@ -74,9 +73,9 @@ void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfi
   std::shared_ptr<EventBatchService> service = startTelemetry();
   KorvaneLogger::d(kTag, "EventBatchService created successfully");
 
-  ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
-                                   environment_.platform.clock, environment_.platform.random);
-  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  errorTelemetry_->install(service, kSdkVersion, environment_.platform.diagnostics,
+                           environment_.platform.clock, environment_.platform.random);
+  KorvaneLogger::setTelemetrySink(errorTelemetry_->loggerSink());
 
   KorvaneLogger::d(kTag, config.adjoeEnabled() ? "Adjoe is enabled (uses PlaytimeWeb on iOS)"
                                                : "Adjoe is disabled");

@@ -10,12 +10,17 @@
 #include "korvane/api/device_utils.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
+#include "offerwall/callback_slots.h"
+#include "placements/placement_registry.h"
 #include "sdk/sdk_environment.h"
+#include "telemetry/error_telemetry.h"
 
 namespace korvane {
 
-// The facade's state and behaviour: what the context's session facts and tracker are. Background
-// work holds it weakly, so work that finishes after the session was replaced does nothing.
+// The facade's state and behaviour: what the context's session facts and tracker are. It owns
+// every service the SDK keeps (the network manager through its environment, error telemetry, the
+// placement registry, the full-screen offerwall's callbacks), so they end with it. Background work
+// holds it weakly, so work that finishes after the session was replaced does nothing.
 class SdkSession : public std::enable_shared_from_this<SdkSession>,
                    public SessionFacts,
                    public EventTracker {
@@ -51,6 +56,9 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
 
   const SdkEnvironment& environment() const { return environment_; }
   std::shared_ptr<DeviceUtils> device() const { return device_; }
+  const std::shared_ptr<ErrorTelemetry>& errorTelemetry() const { return errorTelemetry_; }
+  const std::shared_ptr<PlacementRegistry>& placementRegistry() const { return placementRegistry_; }
+  const std::shared_ptr<OfferwallSlots>& offerwallSlots() const { return offerwallSlots_; }
 
  private:
   std::shared_ptr<EventBatchService> startTelemetry();
@@ -68,6 +76,10 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
 
   SdkEnvironment environment_;
   std::shared_ptr<DeviceUtils> device_;
+  const std::shared_ptr<ErrorTelemetry> errorTelemetry_ = std::make_shared<ErrorTelemetry>();
+  const std::shared_ptr<PlacementRegistry> placementRegistry_ =
+      std::make_shared<PlacementRegistry>();
+  const std::shared_ptr<OfferwallSlots> offerwallSlots_ = std::make_shared<OfferwallSlots>();
   std::atomic<bool> initialized_{false};
 
   // Guards what initialize sets up; held only to read or assign.
