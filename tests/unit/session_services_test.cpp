@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <tuple>
 
@@ -46,6 +47,14 @@ struct Service {
   std::function<void(SessionServicesTest&)> place;
   std::function<bool(SessionServicesTest&)> reached;
 };
+
+void PrintTo(const Service& service, std::ostream* out) {
+  *out << service.name;
+}
+void PrintTo(Ending ending, std::ostream* out) {
+  static constexpr const char* kEndings[] = {"kept", "replaced", "reinitialised"};
+  *out << kEndings[static_cast<int>(ending)];
+}
 
 struct SessionServicesTest : SignedInSdk,
                              ::testing::WithParamInterface<std::tuple<Service, Ending>> {
@@ -141,6 +150,20 @@ TEST_F(SignedInSdk, ANewSessionStartsWithEmptyOfferwallSlots) {
   EXPECT_FALSE(KorvaneOfferwallViewController::offerwallCallback());
   EXPECT_FALSE(KorvaneOfferwallViewController::eventCallback());
   EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+}
+
+// The host's switch belongs to the facade: a session made after it was turned off starts off.
+TEST_F(SignedInSdk, TheTelemetrySwitchHoldsForEverySessionTheFacadeMakes) {
+  KorvaneSdk::setTelemetryEnabled(false);
+  SetUp();  // a new session
+  const std::shared_ptr<EventBatchService> service = sdk_.eventBatchService();
+  const std::size_t before = service->tally().accepted;
+  KorvaneSdk::reportSdkError("while off", nullptr, "host");
+  const std::size_t whileOff = service->tally().accepted;
+  KorvaneSdk::setTelemetryEnabled(true);
+  KorvaneSdk::reportSdkError("on again", nullptr, "host");
+  EXPECT_EQ(whileOff, before);
+  EXPECT_EQ(service->tally().accepted, before + 1);
 }
 
 // Each session's network manager carries its own session id, the same for all its life.
