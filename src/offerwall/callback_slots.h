@@ -49,6 +49,9 @@ class OfferwallSlots {
   // every closing page has left the screen, since a page presented now would be presented over
   // the closing one and taken down with it.
   void whenNoneClosing(std::function<void()> then);
+  // The session that owns the slots has ended: lets go of its pages and of the openings waiting
+  // for them, so they end too (they hold the slots, so nothing else would). Main thread.
+  void release();
 };
 
 // The slots `controller` was made with.

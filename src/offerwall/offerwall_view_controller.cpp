@@ -416,6 +416,16 @@ void OfferwallSlots::whenNoneClosing(std::function<void()> then) {
   afterClosing.push_back(std::move(then));
 }
 
+void OfferwallSlots::release() {
+  // Waiting openings first: a page that ends while closing then has none to hand on.
+  std::vector<std::function<void()>> waiting = std::move(afterClosing);
+  afterClosing.clear();
+  std::vector<std::shared_ptr<KorvaneOfferwallViewController>> pages = std::move(presented);
+  presented.clear();
+  offerwallCallback = nullptr;
+  eventCallback = nullptr;
+}
+
 OfferwallSlots& slotsOf(const KorvaneOfferwallViewController& controller) {
   return OfferwallControllerImpl::slotsOf(controller);
 }

@@ -43,7 +43,15 @@ std::optional<JsonValue> objectPayload(std::optional<JsonValue> payload) {
 SdkSession::SdkSession(SdkEnvironment environment)
     : environment_(std::move(environment)), device_(DeviceUtils::create(environment_.platform)) {}
 
-SdkSession::~SdkSession() = default;
+SdkSession::~SdkSession() {
+  // The session's offerwall pages end with it, on the main thread where they live: the slots let
+  // them go once the posted work has run or been dropped unrun (at once without a main thread).
+  std::shared_ptr<OfferwallSlots> releasing(
+      offerwallSlots_.get(), [slots = offerwallSlots_](OfferwallSlots*) { slots->release(); });
+  if (const std::shared_ptr<MainThread>& mainThread = environment_.platform.mainThread) {
+    mainThread->post([releasing] {});
+  }
+}
 
 void SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config) {
   if (isInitialized()) {
