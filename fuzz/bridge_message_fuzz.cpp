@@ -55,6 +55,10 @@ class WithoutPlacements final : public SdkContext {
   std::shared_ptr<const SessionFacts> session() const override { return inner_->session(); }
   std::shared_ptr<EventTracker> tracker() const override { return inner_->tracker(); }
   std::shared_ptr<PlacementMessages> placements() const override { return nullptr; }
+  std::shared_ptr<OfferwallSlots> offerwallSlots() const override {
+    return inner_->offerwallSlots();
+  }
+  std::shared_ptr<PlacementRegistry> placementRegistry() const override { return nullptr; }
 
  private:
   Context inner_;

@@ -1,11 +1,8 @@
 #include "backend/network_manager.h"
 
-#include <random>
-
 #include "backend/record_codec.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
-#include "util/no_destructor.h"
 #include "util/url_text.h"
 
 namespace korvane {
@@ -13,20 +10,7 @@ namespace {
 
 constexpr std::string_view kTag = "NetworkManager";
 
-class DeviceRandom final : public RandomSource {
- public:
-  std::uint64_t nextUint64() override {
-    std::random_device device;
-    return (static_cast<std::uint64_t>(device()) << 32) ^ device();
-  }
-};
-
 }  // namespace
-
-NetworkManager& NetworkManager::shared() {
-  static NoDestructor<NetworkManager> manager(DeviceRandom().makeUuid());
-  return manager.get();
-}
 
 NetworkManager::NetworkManager(std::string sessionId) : sessionId_(std::move(sessionId)) {}
 

@@ -12,11 +12,11 @@
 
 namespace korvane {
 
-// Owns the API service (process-wide through shared()) and the session id: the upper-case text
-// of a random UUID made once, sent with login and every telemetry event.
+// Owns the API service and the session id: the upper-case text of a random UUID made with the
+// manager, sent with login and every telemetry event. The SDK's session makes one and keeps it
+// (a process has one session, so one session id).
 class NetworkManager {
  public:
-  static NetworkManager& shared();
   explicit NetworkManager(std::string sessionId);
 
   const std::string& sessionId() const { return sessionId_; }

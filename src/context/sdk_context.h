@@ -21,6 +21,8 @@
 
 namespace korvane {
 
+class OfferwallSlots;
+class PlacementRegistry;
 class PresentationAnchor;
 class SdkContext;
 
@@ -86,6 +88,13 @@ class SdkContext {
   virtual std::shared_ptr<EventTracker> tracker() const = 0;
   // Null when nothing answers the pages' placement messages.
   virtual std::shared_ptr<PlacementMessages> placements() const = 0;
+
+  // The session's own services of the layers above. The context only passes them on; each is
+  // defined and used by its own layer, and ends with the session that made it.
+  // The full-screen offerwall's callbacks and pages (offerwall/callback_slots.h).
+  virtual std::shared_ptr<OfferwallSlots> offerwallSlots() const = 0;
+  // The live placements the pages reach (placements/placement_registry.h).
+  virtual std::shared_ptr<PlacementRegistry> placementRegistry() const = 0;
 };
 
 using Context = std::shared_ptr<const SdkContext>;

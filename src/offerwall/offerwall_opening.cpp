@@ -11,14 +11,14 @@ constexpr std::string_view kFacadeTag = "KorvaneSdk";
 void presentNow(const std::shared_ptr<KorvaneOfferwallViewController>& controller,
                 const OpeningCallbacks& callbacks, PresentationAnchor* from,
                 bool inNavigationContainer, const std::function<void()>& presented) {
-  using Controller = KorvaneOfferwallViewController;
-  const OfferwallOpening previous = currentOfferwallOpening();
-  if (callbacks.restartOnClosed) Controller::setHasFiredOnClosed(false);
-  Controller::setOfferwallCallback(callbacks.callback);
-  if (callbacks.eventCallback) Controller::setEventCallback(*callbacks.eventCallback);
+  OfferwallSlots& slots = slotsOf(*controller);
+  const OfferwallOpening previous = slots.opening();
+  if (callbacks.restartOnClosed) slots.hasFiredOnClosed = false;
+  slots.offerwallCallback = callbacks.callback;
+  if (callbacks.eventCallback) slots.eventCallback = *callbacks.eventCallback;
   if (callbacks.returnsToOpener) returnToOpenerWhenEnded(*controller, previous);
   if (!controller->present(from, inNavigationContainer)) {
-    restoreOfferwallOpening(previous);
+    slots.restore(previous);
     if (callbacks.callback)
       callbacks.callback->onError("Failed to open offerwall: it could not be presented");
     return;
@@ -86,11 +86,13 @@ void presentOpening(const std::shared_ptr<KorvaneOfferwallViewController>& contr
                     const OpeningCallbacks& callbacks, PresentationAnchor* from,
                     bool inNavigationContainer, std::function<void()> presented) {
   // A page presented over one that is closing would be taken down with it.
-  whenNoOfferwallIsClosing([controller, callbacks, held = HeldAnchor(from), inNavigationContainer,
-                            presented = std::move(presented)] {
-    if (presentingScreenLost(held, "KorvaneOfferwallViewController", callbacks.callback)) return;
-    presentNow(controller, callbacks, held.get(), inNavigationContainer, presented);
-  });
+  slotsOf(*controller)
+      .whenNoneClosing([controller, callbacks, held = HeldAnchor(from), inNavigationContainer,
+                        presented = std::move(presented)] {
+        if (presentingScreenLost(held, "KorvaneOfferwallViewController", callbacks.callback))
+          return;
+        presentNow(controller, callbacks, held.get(), inNavigationContainer, presented);
+      });
 }
 
 void presentFullScreen(const std::shared_ptr<KorvaneOfferwallViewController>& controller,

@@ -18,30 +18,6 @@ namespace {
 constexpr std::string_view kTag = "KorvaneOfferwallViewController";
 constexpr const char* kBackButtonTitle = "< 뒤로";
 
-// One offerwall is shown at a time, so its callbacks and close flag are shared by every
-// controller. Main thread only.
-struct TypeWideState {
-  std::shared_ptr<OfferwallCallback> offerwallCallback;
-  // Counts the openings, so that one ending late (its dismissal still fading) leaves a newer
-  // opening's callback alone; `currentOpening` is the one whose callbacks are installed.
-  std::uint64_t openings = 0;
-  std::uint64_t currentOpening = 0;
-  std::shared_ptr<OfferwallEventCallback> eventCallback;
-  bool hasFiredOnClosed = false;
-  std::vector<Weak<KorvaneOfferwallViewController>> activeSubControllers;
-  // Presented controllers stay alive until they are dismissed.
-  std::vector<std::shared_ptr<KorvaneOfferwallViewController>> presented;
-  // Pages closing (from the start of their close until they have left the screen), and the
-  // openings waiting for them to be gone.
-  std::vector<std::weak_ptr<OfferwallControllerImpl>> closing;
-  std::vector<std::function<void()>> afterClosing;
-};
-
-TypeWideState& typeWide() {
-  static TypeWideState state;
-  return state;
-}
-
 // The title the native bar shows: the base address's host without a leading "www.".
 std::string navigationTitle(const std::optional<std::string>& baseUrl) {
   const std::string fallback = "Adjoe Offerwall";
@@ -63,7 +39,8 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
  public:
   OfferwallControllerImpl(std::weak_ptr<KorvaneOfferwallViewController> owner, Context context)
       : PageHost(std::move(context), BridgeHostKind::controller, std::string(kTag)),
-        owner_(std::move(owner)) {}
+        owner_(std::move(owner)),
+        slots_(this->context()->offerwallSlots()) {}
   // The web view belongs to the screen, so let go of it before the screen goes.
   ~OfferwallControllerImpl() override {
     detach();
@@ -92,7 +69,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
     evaluateInPage(script, std::move(completion));
   }
   std::shared_ptr<OfferwallEventCallback> eventCallback() const override {
-    return typeWide().eventCallback;
+    return slots_->eventCallback;
   }
   bool isSubPage() const override { return owner() && owner()->isSubWebView; }
   std::string contextType() const override {
@@ -107,8 +84,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void closeFromPage() override { closePage(); }
   // Inner pages report their load failures too; only a missing address is the root's alone.
   void reportError(const std::string& message) override {
-    if (ownsCallback() && typeWide().offerwallCallback)
-      typeWide().offerwallCallback->onError(message);
+    if (ownsCallback() && slots_->offerwallCallback) slots_->offerwallCallback->onError(message);
   }
   void onScriptMessage(const ScriptMessage& message) override { dispatcher_->receive(message); }
 
@@ -117,6 +93,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   static void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller,
                                       OfferwallOpening opener) {
     controller.impl_->opener_ = std::move(opener);
+  }
+  static OfferwallSlots& slotsOf(const KorvaneOfferwallViewController& controller) {
+    return *controller.impl_->slots_;
   }
 
  private:
@@ -129,13 +108,15 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // No newer opening has started since this page's: the callbacks set now are its own.
   bool ownsCallback() const;
   // From the moment its close starts (before onClosed) until it has left the screen, the page
-  // holds back new openings (see whenNoOfferwallIsClosing).
+  // holds back new openings (see OfferwallSlots::whenNoneClosing).
   void beginClosing();
   void endClosing();
   // The openings that waited run once no page is closing any more.
   void releaseWaitingOpenings();
 
   std::weak_ptr<KorvaneOfferwallViewController> owner_;
+  // The session's slots this page reports to; inner pages take their first page's.
+  std::shared_ptr<OfferwallSlots> slots_;
   std::shared_ptr<BridgeDispatcher> dispatcher_;
   std::unique_ptr<Screen> screen_;
   bool dismissing_ = false;
@@ -183,7 +164,7 @@ bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigatio
                      "or there is no screen in a window to present it from");
     return false;
   }
-  typeWide().presented.push_back(owner());
+  slots_->presented.push_back(owner());
   viewDidLoad();
   return true;
 }
@@ -220,8 +201,8 @@ void OfferwallControllerImpl::viewDidLoad() {
   screen_->setDismissedHandler([weak] {
     if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
-  if (self->isSubWebView) typeWide().activeSubControllers.push_back({self});
-  if (!self->isSubWebView) openingGeneration_ = typeWide().currentOpening = ++typeWide().openings;
+  if (self->isSubWebView) slots_->activeSubControllers.push_back({self});
+  if (!self->isSubWebView) openingGeneration_ = slots_->currentOpening = ++slots_->openings;
   attach(screen_->webView());
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
@@ -234,8 +215,8 @@ void OfferwallControllerImpl::viewDidLoad() {
   if (!self->baseUrl || self->baseUrl->empty()) {
     KorvaneLogger::e(kTag, "No base URL provided");
     beginClosing();
-    if (!self->isSubWebView && typeWide().offerwallCallback)
-      typeWide().offerwallCallback->onError("Failed to load offerwall: No URL provided");
+    if (!self->isSubWebView && slots_->offerwallCallback)
+      slots_->offerwallCallback->onError("Failed to load offerwall: No URL provided");
     return dismiss(true);
   }
   if (self->isSubWebView) return loadAsGiven(*self->baseUrl);
@@ -243,20 +224,19 @@ void OfferwallControllerImpl::viewDidLoad() {
 }
 
 bool OfferwallControllerImpl::ownsCallback() const {
-  return openingGeneration_ == typeWide().currentOpening;
+  return openingGeneration_ == slots_->currentOpening;
 }
 
 void OfferwallControllerImpl::beginClosing() {
   if (closing_) return;
   closing_ = true;
-  typeWide().closing.push_back(
-      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this()));
+  slots_->closing.push_back(std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this()));
 }
 
 void OfferwallControllerImpl::endClosing() {
   if (!closing_) return;
   closing_ = false;
-  std::erase_if(typeWide().closing, [this](const std::weak_ptr<OfferwallControllerImpl>& page) {
+  std::erase_if(slots_->closing, [this](const std::weak_ptr<OfferwallControllerImpl>& page) {
     auto alive = page.lock();
     return !alive || alive.get() == this;
   });
@@ -264,7 +244,7 @@ void OfferwallControllerImpl::endClosing() {
 }
 
 void OfferwallControllerImpl::releaseWaitingOpenings() {
-  TypeWideState& state = typeWide();
+  OfferwallSlots& state = *slots_;
   std::erase_if(state.closing, [](const auto& page) { return page.expired(); });
   if (!state.closing.empty() || state.afterClosing.empty()) return;
   // From the next turn: the platform is still ending the dismissal that brought us here.
@@ -276,7 +256,7 @@ void OfferwallControllerImpl::releaseWaitingOpenings() {
 
 void OfferwallControllerImpl::fireOnClosedOnce() {
   if (!ownsCallback()) return;
-  TypeWideState& state = typeWide();
+  OfferwallSlots& state = *slots_;
   if (state.hasFiredOnClosed) {
     KorvaneLogger::d(kTag, "onClosed already fired, ignoring duplicate");
     return;
@@ -291,8 +271,8 @@ void OfferwallControllerImpl::closeProcedure() {
   KorvaneLogger::d(kTag, "Closing offerwall");
   if (isSubPage()) return dismiss(true);
   beginClosing();
-  auto subs = std::move(typeWide().activeSubControllers);
-  typeWide().activeSubControllers.clear();
+  auto subs = std::move(slots_->activeSubControllers);
+  slots_->activeSubControllers.clear();
   for (auto it = subs.rbegin(); it != subs.rend(); ++it)
     if (auto sub = it->value.lock()) sub->impl_->dismiss(false);
   fireOnClosedOnce();
@@ -348,7 +328,7 @@ void OfferwallControllerImpl::dismiss(bool animated) {
 
 // View will disappear, then the page leaves the screen.
 void OfferwallControllerImpl::finishDismissal() {
-  TypeWideState& state = typeWide();
+  OfferwallSlots& state = *slots_;
   auto self = owner();
   if (isSubPage()) {
     std::erase_if(state.activeSubControllers, [&](const Weak<KorvaneOfferwallViewController>& w) {
@@ -358,7 +338,7 @@ void OfferwallControllerImpl::finishDismissal() {
   } else if (ownsCallback()) {
     // An opening a page asked for hands the callbacks back to the offerwall under it.
     if (opener_) {
-      restoreOfferwallOpening(*opener_);
+      state.restore(*opener_);
     } else {
       state.offerwallCallback = nullptr;
     }
@@ -376,6 +356,7 @@ void OfferwallControllerImpl::openPage(const std::string& url) {
   auto sub = KorvaneOfferwallViewController::create(context());
   sub->baseUrl = url;
   sub->isSubWebView = true;
+  sub->impl_->slots_ = slots_;
   sub->impl_->inheritedTrust_ = *trust();
   sub->impl_->openingGeneration_ = openingGeneration_;
   if (std::optional<KorvaneSdkUser> user = context()->session()->currentUser())
@@ -405,6 +386,7 @@ void OfferwallControllerImpl::replacePage(const std::string& url) {
         KorvaneLogger::d(kTag, "WebView replaced successfully with child VC");
       });
   child->impl_->container_ = weak;
+  child->impl_->slots_ = slots_;
   child->impl_->openingGeneration_ = openingGeneration_;
   child->impl_->inheritedTrust_ = *trust();
   child->impl_->adoptScreen(std::move(childScreen));
@@ -416,30 +398,40 @@ void OfferwallControllerImpl::openAdjoeOfferwall(const std::string& placementId,
   openAdjoeFromPage(placementId, std::move(callback), screen_.get());
 }
 
-OfferwallOpening currentOfferwallOpening() {
-  const TypeWideState& state = typeWide();
-  return {state.offerwallCallback, state.eventCallback, state.hasFiredOnClosed,
-          state.currentOpening};
+OfferwallOpening OfferwallSlots::opening() const {
+  return {offerwallCallback, eventCallback, hasFiredOnClosed, currentOpening};
 }
 
-void restoreOfferwallOpening(const OfferwallOpening& opening) {
-  TypeWideState& state = typeWide();
-  state.offerwallCallback = opening.callback;
-  state.eventCallback = opening.eventCallback;
-  state.hasFiredOnClosed = opening.hasFiredOnClosed;
-  state.currentOpening = opening.generation;
+void OfferwallSlots::restore(const OfferwallOpening& opening) {
+  offerwallCallback = opening.callback;
+  eventCallback = opening.eventCallback;
+  hasFiredOnClosed = opening.hasFiredOnClosed;
+  currentOpening = opening.generation;
+}
+
+void OfferwallSlots::whenNoneClosing(std::function<void()> then) {
+  std::erase_if(closing, [](const auto& page) { return page.expired(); });
+  if (closing.empty()) return then();
+  KorvaneLogger::d(kTag, "Opening the offerwall once the closing one has left the screen");
+  afterClosing.push_back(std::move(then));
+}
+
+void OfferwallSlots::release() {
+  // Waiting openings first: a page that ends while closing then has none to hand on.
+  std::vector<std::function<void()>> waiting = std::move(afterClosing);
+  afterClosing.clear();
+  std::vector<std::shared_ptr<KorvaneOfferwallViewController>> pages = std::move(presented);
+  presented.clear();
+  offerwallCallback = nullptr;
+  eventCallback = nullptr;
+}
+
+OfferwallSlots& slotsOf(const KorvaneOfferwallViewController& controller) {
+  return OfferwallControllerImpl::slotsOf(controller);
 }
 
 void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller, OfferwallOpening opener) {
   OfferwallControllerImpl::returnToOpenerWhenEnded(controller, std::move(opener));
-}
-
-void whenNoOfferwallIsClosing(std::function<void()> then) {
-  TypeWideState& state = typeWide();
-  std::erase_if(state.closing, [](const auto& page) { return page.expired(); });
-  if (state.closing.empty()) return then();
-  KorvaneLogger::d(kTag, "Opening the offerwall once the closing one has left the screen");
-  state.afterClosing.push_back(std::move(then));
 }
 
 std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create(
@@ -469,31 +461,6 @@ bool KorvaneOfferwallViewController::isPresented() const {
 }
 std::string KorvaneOfferwallViewController::advertisingId() const {
   return impl_->page().advertisingId;
-}
-
-void KorvaneOfferwallViewController::setOfferwallCallback(
-    std::shared_ptr<OfferwallCallback> callback) {
-  typeWide().offerwallCallback = std::move(callback);
-}
-std::shared_ptr<OfferwallCallback> KorvaneOfferwallViewController::offerwallCallback() {
-  return typeWide().offerwallCallback;
-}
-void KorvaneOfferwallViewController::setEventCallback(
-    std::shared_ptr<OfferwallEventCallback> callback) {
-  typeWide().eventCallback = std::move(callback);
-}
-std::shared_ptr<OfferwallEventCallback> KorvaneOfferwallViewController::eventCallback() {
-  return typeWide().eventCallback;
-}
-bool KorvaneOfferwallViewController::hasFiredOnClosed() {
-  return typeWide().hasFiredOnClosed;
-}
-void KorvaneOfferwallViewController::setHasFiredOnClosed(bool fired) {
-  typeWide().hasFiredOnClosed = fired;
-}
-std::vector<Weak<KorvaneOfferwallViewController>>
-KorvaneOfferwallViewController::activeSubControllers() {
-  return typeWide().activeSubControllers;
 }
 
 }  // namespace korvane

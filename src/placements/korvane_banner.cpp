@@ -12,12 +12,6 @@ constexpr std::string_view kTag = "KorvaneBanner";
 
 }  // namespace
 
-KorvaneBanner& KorvaneBanner::shared() {
-  // Stateless, so nothing is left to destroy at exit.
-  static KorvaneBanner banner;
-  return banner;
-}
-
 void placements::loadBanner(const Context& context, const std::string& placementId,
                             std::function<void(const BannerInfoResponse&)> onSuccess,
                             std::function<void(KorvaneAdError)> onFailure) {

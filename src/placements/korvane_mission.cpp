@@ -1,4 +1,4 @@
-// Mission placements: loading, reporting and the process-wide refresh.
+// Mission placements: loading, reporting and the refresh of the session's live instances.
 #include "korvane/placements/korvane_mission.h"
 
 #include <algorithm>
@@ -55,7 +55,10 @@ constexpr const char* kReloadLeftToHost =
 
 std::shared_ptr<KorvaneMission> KorvaneMission::create(std::shared_ptr<const SdkContext> context) {
   auto mission = std::make_shared<KorvaneMission>(Token{}, std::move(context));
-  PlacementRegistry::shared()->addMission(mission);
+  // The instance leaves the registry it joined, even when the session has changed since.
+  std::shared_ptr<PlacementRegistry> registry = mission->context_->placementRegistry();
+  mission->registry_ = registry;
+  if (registry) registry->addMission(mission);
   KorvaneLogger::d(kTag, "KorvaneMission instance created");
   return mission;
 }
@@ -68,12 +71,13 @@ bool KorvaneMission::refusedBeforeInitialization(const char* operation) const {
 }
 
 KorvaneMission::~KorvaneMission() {
-  PlacementRegistry::shared()->removeMission(this);
+  if (auto registry = registry_.lock()) registry->removeMission(this);
   KorvaneLogger::d(kTag, "KorvaneMission instance deallocated and removed from active list");
 }
 
 void KorvaneMission::destroy() {
-  if (PlacementRegistry::shared()->removeMission(this))
+  auto registry = registry_.lock();
+  if (registry && registry->removeMission(this))
     KorvaneLogger::d(kTag, "Removed mission instance from active list");
 }
 
@@ -211,7 +215,7 @@ void KorvaneMission::clickMission(const Mission& mission, PresentationAnchor* fr
   KorvaneLogger::i(kTag, "Mission clicked: " + mission.id);
   onMissionClicked(mission);
   KorvaneLogger::i(kTag, "Opening mission WebView for mission: " + mission.id);
-  PlacementRegistry::shared()->setActiveMission(shared_from_this());
+  if (auto registry = registry_.lock()) registry->setActiveMission(shared_from_this());
   offerwall::presentFullScreen(offerwall::offerwallFor(context_, mission.landingUrl),
                                std::make_shared<MissionOfferwallCallback>(), from);
 }
@@ -281,7 +285,9 @@ void KorvaneMission::refreshMissionList(const SdkContext& context,
   context.tracker()->trackEvent(
       EventType::custom, "mission",
       JsonValue{{"action", "refresh_mission_list"}, {"source", "static_method"}});
-  PlacementRegistry::LiveMissions live = PlacementRegistry::shared()->liveMissions();
+  std::shared_ptr<PlacementRegistry> registry = context.placementRegistry();
+  PlacementRegistry::LiveMissions live =
+      registry ? registry->liveMissions() : PlacementRegistry::LiveMissions{};
   if (live.dropped > 0)
     KorvaneLogger::d(kTag, "Cleaned up " + std::to_string(live.dropped) + " nil instances");
   std::unordered_set<const void*> notified;

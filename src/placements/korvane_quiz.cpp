@@ -160,7 +160,8 @@ void KorvaneQuiz::clickQuiz(const QuizEvent& quizEvent, PresentationAnchor* from
   controller->contextType = "quiz";
   controller->quizId = quizEvent.id;
   controller->quizTitle = quizEvent.title;
-  PlacementRegistry::shared()->setCurrentQuiz(shared_from_this(), quizEvent);
+  if (auto registry = context_->placementRegistry())
+    registry->setCurrentQuiz(shared_from_this(), quizEvent);
   offerwall::presentFullScreen(controller, std::make_shared<QuizOfferwallCallback>(), from);
 }
 

@@ -5,15 +5,8 @@
 #include <limits>
 
 #include "placements/adjoe_manager.h"
-#include "util/no_destructor.h"
 
 namespace korvane {
-
-std::shared_ptr<PlacementRegistry> PlacementRegistry::shared() {
-  static NoDestructor<std::shared_ptr<PlacementRegistry>> registry(
-      std::make_shared<PlacementRegistry>());
-  return registry.get();
-}
 
 void PlacementRegistry::addMission(const std::shared_ptr<KorvaneMission>& mission) {
   std::lock_guard lock(lock_);

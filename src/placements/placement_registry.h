@@ -13,13 +13,12 @@
 
 namespace korvane {
 
-// The process-wide record of live mission placements and of the quiz being shown, which is how
-// the offerwall's pages reach the placements. Never holds a placement alive; never calls one
-// while its lock is held.
+// The session's record of live mission placements and of the quiz being shown, which is how the
+// offerwall's pages reach the placements. The session owns it and the context hands it out, so a
+// placement registered in one session is not reached from another. Never holds a placement alive;
+// never calls one while its lock is held.
 class PlacementRegistry final : public PlacementMessages {
  public:
-  static std::shared_ptr<PlacementRegistry> shared();
-
   void addMission(const std::shared_ptr<KorvaneMission>& mission);
   // True when the instance was still registered.
   bool removeMission(const KorvaneMission* mission);

@@ -1,7 +1,6 @@
 #include "sdk/facade_context.h"
 
 #include "korvane/core/korvane_sdk.h"
-#include "placements/placement_registry.h"
 #include "sdk/sdk_session.h"
 
 namespace korvane {
@@ -32,7 +31,15 @@ std::shared_ptr<EventTracker> FacadeContext::tracker() const {
 }
 
 std::shared_ptr<PlacementMessages> FacadeContext::placements() const {
-  return PlacementRegistry::shared();
+  return sdk_.session()->placementRegistry();
+}
+
+std::shared_ptr<OfferwallSlots> FacadeContext::offerwallSlots() const {
+  return sdk_.session()->offerwallSlots();
+}
+
+std::shared_ptr<PlacementRegistry> FacadeContext::placementRegistry() const {
+  return sdk_.session()->placementRegistry();
 }
 
 }  // namespace korvane

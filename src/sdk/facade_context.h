@@ -20,6 +20,8 @@ class FacadeContext final : public SdkContext {
   std::shared_ptr<const SessionFacts> session() const override;
   std::shared_ptr<EventTracker> tracker() const override;
   std::shared_ptr<PlacementMessages> placements() const override;
+  std::shared_ptr<OfferwallSlots> offerwallSlots() const override;
+  std::shared_ptr<PlacementRegistry> placementRegistry() const override;
 
  private:
   // The facade outlives its context: it is never destroyed.

@@ -12,9 +12,8 @@ namespace korvane {
 SdkEnvironment defaultSdkEnvironment(PlatformServices platform) {
   SdkEnvironment environment;
   environment.platform = std::move(platform);
-  // The manager is process-wide and never destroyed; the session only borrows it.
-  environment.network =
-      std::shared_ptr<NetworkManager>(std::shared_ptr<void>(), &NetworkManager::shared());
+  // The session keeps it, and with it the session id, for as long as it lives.
+  environment.network = std::make_shared<NetworkManager>(environment.platform.random->makeUuid());
   environment.tasks = environment.platform.tasks ? environment.platform.tasks
                                                  : std::make_shared<ThreadPoolExecutor>(2);
   environment.serial = environment.platform.serial ? environment.platform.serial
@@ -29,6 +28,7 @@ Context FacadeAccess::context() {
 void KorvaneSdkTestAccess::reset(KorvaneSdk& sdk, SdkEnvironment environment) {
   auto fresh = std::make_shared<SdkSession>(std::move(environment));
   std::lock_guard lock(sdk.sessionLock_);
+  fresh->errorTelemetry()->setEnabled(sdk.telemetryEnabled_.load());
   sdk.session_ = std::move(fresh);
 }
 
@@ -51,7 +51,10 @@ KorvaneSdk::~KorvaneSdk() = default;
 // Made on first use, so that nothing of the platform is touched before the host calls in.
 std::shared_ptr<SdkSession> KorvaneSdk::session() const {
   std::lock_guard lock(sessionLock_);
-  if (!session_) session_ = std::make_shared<SdkSession>(defaultSdkEnvironment(platform_()));
+  if (!session_) {
+    session_ = std::make_shared<SdkSession>(defaultSdkEnvironment(platform_()));
+    session_->errorTelemetry()->setEnabled(telemetryEnabled_.load());
+  }
   return session_;
 }
 
@@ -115,13 +118,23 @@ void KorvaneSdk::flushEvents() {
 
 void KorvaneSdk::reportSdkError(std::string_view message, const Error* error,
                                 std::string_view layer) {
-  ErrorTelemetry::shared().reportError(message, error, layer);
+  KorvaneSdk& sdk = shared();
+  std::shared_ptr<SdkSession> session;
+  {
+    std::lock_guard lock(sdk.sessionLock_);
+    session = sdk.session_;
+  }
+  // Before the first session there is no telemetry to report through; none is made for it.
+  if (session) session->errorTelemetry()->reportError(message, error, layer);
 }
 bool KorvaneSdk::telemetryEnabled() {
-  return ErrorTelemetry::telemetryEnabled();
+  return shared().telemetryEnabled_.load();
 }
 void KorvaneSdk::setTelemetryEnabled(bool enabled) {
-  ErrorTelemetry::setTelemetryEnabled(enabled);
+  KorvaneSdk& sdk = shared();
+  std::lock_guard lock(sdk.sessionLock_);
+  sdk.telemetryEnabled_.store(enabled);
+  if (sdk.session_) sdk.session_->errorTelemetry()->setEnabled(enabled);
 }
 
 std::optional<AppData> KorvaneSdk::validatedAppData() const {

@@ -14,7 +14,7 @@ namespace korvane {
 // What one SDK session runs on: the platform, the network manager and two executors.
 struct SdkEnvironment {
   PlatformServices platform;
-  // The process-wide manager unless a test gives its own.
+  // The session's own manager: the API service and the session id.
   std::shared_ptr<NetworkManager> network;
   // Asynchronous tasks (requests, immediate events).
   std::shared_ptr<Executor> tasks;
@@ -25,9 +25,9 @@ struct SdkEnvironment {
   std::function<void(std::string_view step)> startupStep;
 };
 
-// The environment a host process gets: its platform layer's services, the shared network
-// manager, and the platform's executors or else a two-thread task pool and a one-thread serial
-// queue.
+// The environment a host process gets: its platform layer's services, a new network manager
+// with a new session id, and the platform's executors or else a two-thread task pool and a
+// one-thread serial queue.
 SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
 
 class KorvaneSdk;

@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "korvane/version.h"
-#include "telemetry/error_telemetry.h"
 #include "telemetry/event_conversion.h"
 
 namespace korvane {
@@ -50,7 +49,15 @@ SdkSession::SdkSession(SdkEnvironment environment)
               kSdkVersion},
              environment_.startupStep) {}
 
-SdkSession::~SdkSession() = default;
+SdkSession::~SdkSession() {
+  // The session's offerwall pages end with it, on the main thread where they live: the slots let
+  // them go once the posted work has run or been dropped unrun (at once without a main thread).
+  std::shared_ptr<OfferwallSlots> releasing(
+      offerwallSlots_.get(), [slots = offerwallSlots_](OfferwallSlots*) { slots->release(); });
+  if (const std::shared_ptr<MainThread>& mainThread = environment_.platform.mainThread) {
+    mainThread->post([releasing] {});
+  }
+}
 
 Status SdkSession::initialize(ApplicationHandle application, const KorvaneSdkConfig& config,
                               std::function<void(const SdkStatus&)> completion) {
@@ -126,9 +133,9 @@ Status SdkSession::start(const KorvaneSdkConfig& config) {
     std::shared_ptr<EventBatchService> service = startTelemetry();
     KorvaneLogger::d(kTag, "EventBatchService created successfully");
 
-    ErrorTelemetry::shared().install(service, kSdkVersion, environment_.platform.diagnostics,
-                                     environment_.platform.clock, environment_.platform.random);
-    KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+    errorTelemetry_->install(service, kSdkVersion, environment_.platform.diagnostics,
+                             environment_.platform.clock, environment_.platform.random);
+    KorvaneLogger::setTelemetrySink(errorTelemetry_->loggerSink());
   }
 
   KorvaneLogger::d(kTag, config.adjoeEnabled() ? "Adjoe is enabled (uses PlaytimeWeb on iOS)"

@@ -11,15 +11,20 @@
 #include "korvane/api/device_utils.h"
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/telemetry/event_batch_service.h"
+#include "offerwall/callback_slots.h"
+#include "placements/placement_registry.h"
 #include "sdk/sdk_environment.h"
 #include "sdk/startup_guard.h"
 #include "sdk/validation_retry.h"
 #include "util/observers.h"
+#include "telemetry/error_telemetry.h"
 
 namespace korvane {
 
-// The facade's state and behaviour: what the context's session facts and tracker are. Background
-// work holds it weakly, so work that finishes after the session was replaced does nothing.
+// The facade's state and behaviour: what the context's session facts and tracker are. It owns
+// every service the SDK keeps (the network manager through its environment, error telemetry, the
+// placement registry, the full-screen offerwall's callbacks), so they end with it. Background work
+// holds it weakly, so work that finishes after the session was replaced does nothing.
 class SdkSession : public std::enable_shared_from_this<SdkSession>,
                    public SessionFacts,
                    public EventTracker {
@@ -72,6 +77,9 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
 
   const SdkEnvironment& environment() const { return environment_; }
   std::shared_ptr<DeviceUtils> device() const { return device_; }
+  const std::shared_ptr<ErrorTelemetry>& errorTelemetry() const { return errorTelemetry_; }
+  const std::shared_ptr<PlacementRegistry>& placementRegistry() const { return placementRegistry_; }
+  const std::shared_ptr<OfferwallSlots>& offerwallSlots() const { return offerwallSlots_; }
 
  private:
   Status start(const KorvaneSdkConfig& config);
@@ -102,6 +110,10 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
 
   SdkEnvironment environment_;
   std::shared_ptr<DeviceUtils> device_;
+  const std::shared_ptr<ErrorTelemetry> errorTelemetry_ = std::make_shared<ErrorTelemetry>();
+  const std::shared_ptr<PlacementRegistry> placementRegistry_ =
+      std::make_shared<PlacementRegistry>();
+  const std::shared_ptr<OfferwallSlots> offerwallSlots_ = std::make_shared<OfferwallSlots>();
   std::atomic<bool> initialized_{false};
   std::atomic<bool> consent_{false};
   std::atomic<bool> awaitingConsent_{false};  // initialize waits for consent

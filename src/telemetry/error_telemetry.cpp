@@ -1,7 +1,6 @@
 #include "telemetry/error_telemetry.h"
 
 #include "korvane/version.h"
-#include "util/no_destructor.h"
 #include "util/utf8.h"
 
 namespace korvane {
@@ -31,11 +30,6 @@ std::string joinStackTrace(const std::vector<std::string>& symbols) {
   return joined;
 }
 
-ErrorTelemetry& ErrorTelemetry::shared() {
-  static NoDestructor<ErrorTelemetry> telemetry;
-  return telemetry.get();
-}
-
 void ErrorTelemetry::install(std::weak_ptr<EventBatchService> service, std::string sdkVersion,
                              std::shared_ptr<ProcessDiagnostics> diagnostics,
                              std::shared_ptr<Clock> clock, std::shared_ptr<RandomSource> random) {
@@ -49,7 +43,9 @@ void ErrorTelemetry::install(std::weak_ptr<EventBatchService> service, std::stri
   }
   if (installHandler)
     diagnostics->installUncaughtExceptionHandler(
-        [this](const UncaughtException& exception) { recordCrash(exception); });
+        [weak = weak_from_this()](const UncaughtException& exception) {
+          if (auto self = weak.lock()) self->recordCrash(exception);
+        });
 }
 
 ErrorTelemetry::Installed ErrorTelemetry::snapshot() {
@@ -59,7 +55,7 @@ ErrorTelemetry::Installed ErrorTelemetry::snapshot() {
 
 void ErrorTelemetry::reportError(std::string_view message, const Error* error,
                                  std::string_view layer) {
-  if (!telemetryEnabled() || reporting) return;
+  if (!enabled() || reporting) return;
   ReentrancyGuard guard;
   Installed installed = snapshot();
   std::shared_ptr<EventBatchService> service = installed.service.lock();
@@ -78,7 +74,7 @@ void ErrorTelemetry::reportError(std::string_view message, const Error* error,
 }
 
 void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
-  if (!telemetryEnabled()) return;
+  if (!enabled()) return;
   Installed installed = snapshot();
   std::shared_ptr<EventBatchService> service = installed.service.lock();
   if (!service || !installed.clock || !installed.random) return;
@@ -100,9 +96,10 @@ void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
 }
 
 KorvaneLogger::TelemetrySink ErrorTelemetry::loggerSink() {
-  return [this](LogLevel level, std::string_view, std::string_view message, const Error* error) {
+  return [weak = weak_from_this()](LogLevel level, std::string_view, std::string_view message,
+                                   const Error* error) {
     if (level != LogLevel::error || !error || error->isNetworkError()) return;
-    reportError(message, error, "core");
+    if (auto self = weak.lock()) self->reportError(message, error, "core");
   };
 }
 

@@ -13,15 +13,15 @@
 
 namespace korvane {
 
-// The SDK's own failures as telemetry (process-wide): errors become "sdk_error" events through
-// the batch service, uncaught exceptions become "sdk_crash" events written straight into the
-// event file for the next launch. The service is held weakly: once it is gone, nothing is
+// The SDK's own failures as telemetry: errors become "sdk_error" events through the batch
+// service, uncaught exceptions become "sdk_crash" events written straight into the event file for
+// the next launch. One per session, made shared by it. The service is held weakly, and the
+// exception handler and the logger sink hold this object weakly: once either is gone, nothing is
 // reported. Reporting never throws and an error raised while reporting is not reported again.
-class ErrorTelemetry {
+class ErrorTelemetry : public std::enable_shared_from_this<ErrorTelemetry> {
  public:
-  static ErrorTelemetry& shared();
-
-  // Remembers the service and version; installs the uncaught-exception handler once per process.
+  // Remembers the service and version; installs the uncaught-exception handler once (the
+  // platform keeps the first one a process installs).
   void install(std::weak_ptr<EventBatchService> service, std::string sdkVersion,
                std::shared_ptr<ProcessDiagnostics> diagnostics, std::shared_ptr<Clock> clock,
                std::shared_ptr<RandomSource> random);
@@ -33,8 +33,10 @@ class ErrorTelemetry {
   // error, with layer "core".
   KorvaneLogger::TelemetrySink loggerSink();
 
-  static bool telemetryEnabled() { return enabled_.load(); }
-  static void setTelemetryEnabled(bool enabled) { enabled_.store(enabled); }
+  // The host's switch (KorvaneSdk::telemetryEnabled): the facade keeps it and sets it on each
+  // session's telemetry. When off, nothing is reported.
+  bool enabled() const { return enabled_.load(); }
+  void setEnabled(bool enabled) { enabled_.store(enabled); }
 
  private:
   struct Installed {
@@ -49,7 +51,7 @@ class ErrorTelemetry {
   std::mutex lock_;
   Installed installed_;
   bool handlerInstalled_ = false;
-  static inline std::atomic<bool> enabled_{true};
+  std::atomic<bool> enabled_{true};
 };
 
 // Symbol lines joined with "\n"; past 4000 characters cut there with "…[truncated]" appended.

@@ -28,10 +28,11 @@ std::string markerFile;
 int main(int argc, char** argv) {
   using namespace korvane;
   if (argc < 2) return 2;
+  auto telemetry = std::make_shared<ErrorTelemetry>();
   if (argc == 4 && std::string(argv[2]) == "--telemetry-off") {
     markerFile = argv[3];
     std::set_terminate(hostHandler);
-    ErrorTelemetry::setTelemetryEnabled(false);
+    telemetry->setEnabled(false);
   }
   auto clock = std::make_shared<linux_host::SystemClock>();
   auto random = std::make_shared<linux_host::SystemRandom>();
@@ -52,9 +53,8 @@ int main(int argc, char** argv) {
   std::promise<void> started;
   serial->submit([&started] { started.set_value(); });
   started.get_future().wait();
-  ErrorTelemetry::shared().install(service, "1.0.52-rc.2",
-                                   std::make_shared<linux_host::LinuxProcessDiagnostics>(), clock,
-                                   random);
+  telemetry->install(service, "1.0.52-rc.2",
+                     std::make_shared<linux_host::LinuxProcessDiagnostics>(), clock, random);
   if (argc == 3 && std::string(argv[2]) == "--unreadable-later") {
     const std::filesystem::path documents = argv[1];
     const std::filesystem::path other = documents.string() + "-loop";

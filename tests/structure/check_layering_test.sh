@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # scripts/check-layering.sh passes the tree as it is and fails a copy with the facade looked up
-# below src/sdk, and a core library that needs the facade to link. Copies live in a temporary
+# below src/sdk, a session's service or the offerwall's shared callbacks reached process-wide
+# there, state kept in a static there, and a core library that needs the facade to link. Copies live in a temporary
 # folder, so the tree is never touched.
 #   usage: check_layering_test.sh ROOT CORE_LIBRARY   (CXX names the compiler)
 set -euo pipefail
@@ -34,6 +35,17 @@ cases=(
   "fail|telemetry/event.cpp|// KorvaneSdk::shared() in a comment still counts"
   "fail|util/logger.cpp|void lookUp() { KorvaneSdk::shared(); }"
   "pass|sdk/korvane_sdk.cpp|void lookUp() { KorvaneSdk::shared(); }"
+  "fail|placements/korvane_mission.cpp|void join() { PlacementRegistry::shared()->liveMissions(); }"
+  "fail|telemetry/event.cpp|void report() { ErrorTelemetry::shared().reportError(\"x\", nullptr, \"core\"); }"
+  "fail|backend/api_service_impl.cpp|auto id() { return NetworkManager::shared().sessionId(); }"
+  "fail|placements/korvane_banner.cpp|KorvaneBanner& KorvaneBanner::shared() { static KorvaneBanner b; return b; }"
+  "fail|offerwall/offerwall_opening.cpp|void reset() { KorvaneOfferwallViewController::setHasFiredOnClosed(false); }"
+  "fail|offerwall/page_host.cpp|void heard() { using C = KorvaneOfferwallViewController; (void)C::offerwallCallback(); }"
+  "fail|offerwall/offerwall_view_controller.cpp|OfferwallSlots& typeWide() { static OfferwallSlots slots; return slots; }"
+  "fail|placements/placement_registry.cpp|  static NoDestructor<std::shared_ptr<PlacementRegistry>> registry;"
+  "fail|telemetry/error_telemetry.h|struct Switch { static inline std::atomic<bool> enabled{true}; };"
+  "pass|offerwall/bridge_scripts.cpp|  static const std::string kept = \"constant text\";"
+  "pass|sdk/host_entry_points.cpp|void forward() { KorvaneOfferwallViewController::setHasFiredOnClosed(false); }"
 )
 for entry in "${cases[@]}"; do
   IFS='|' read -r want file line <<<"$entry"

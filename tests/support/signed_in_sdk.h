@@ -62,6 +62,9 @@ class SignedInSdk : public ::testing::Test {
     SdkEnvironment idle;
     idle.platform = FakePlatform().services();
     KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    // The host's main loop goes on: the ended session's pages end there, and what they still
+    // waited for (an app check's fallback, say) comes due and lets go of them.
+    fake_.mainThread->advance(std::chrono::minutes(1));
   }
   // A fresh, uninitialised SDK on the same fake platform.
   void forgetInitialisation() {

@@ -240,13 +240,6 @@ TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   EXPECT_EQ(body["deviceInfo"]["deviceModelName"], "iPhone 13 Pro");
 }
 
-TEST(NetworkManager, SessionIdIsOneUpperCaseUuidForTheProcess) {
-  const std::string id = NetworkManager::shared().sessionId();
-  EXPECT_EQ(id.size(), 36u);
-  EXPECT_EQ(id, NetworkManager::shared().sessionId());
-  for (char c : id) EXPECT_FALSE(std::islower(static_cast<unsigned char>(c)));
-}
-
 TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
   const std::tuple<std::optional<std::string>, bool, bool> cases[] = {
       {"https://api.korvane.io/v1/api/sdk/validate", false, true},

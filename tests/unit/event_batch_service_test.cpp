@@ -527,26 +527,23 @@ class ErrorTelemetryTest : public BatchServiceTest {
  protected:
   void SetUp() override {
     service_ = makeService(100);
-    ErrorTelemetry::shared().install(service_, "1.0.52-rc.2", nullptr, platform_.clock,
-                                     platform_.random);
-    KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+    telemetry_->install(service_, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+    KorvaneLogger::setTelemetrySink(telemetry_->loggerSink());
   }
-  void TearDown() override {
-    ErrorTelemetry::setTelemetryEnabled(true);
-    KorvaneLogger::setTelemetrySink(nullptr);
-  }
+  void TearDown() override { KorvaneLogger::setTelemetrySink(nullptr); }
   std::vector<Event> errorEvents() const {
     std::vector<Event> found;
     for (const Event& e : queue_->snapshot())
       if (e.type == EventType::sdkError) found.push_back(e);
     return found;
   }
+  std::shared_ptr<ErrorTelemetry> telemetry_ = std::make_shared<ErrorTelemetry>();
   std::shared_ptr<EventBatchService> service_;
 };
 
 TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   LogCapture capture(LogLevel::none);
-  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  KorvaneLogger::setTelemetrySink(telemetry_->loggerSink());
   const Error decoding{"NSCocoaErrorDomain", 4864, "bad data", "DecodingError"};
   KorvaneLogger::e("Api", "token=abc failed", decoding);  // becomes an event
   KorvaneLogger::e("Api", "timed out", urlError(-1001));  // network: no
@@ -562,9 +559,9 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   EXPECT_EQ(p["platform"], "iOS");
   EXPECT_EQ(events[0].category, "sdk_diagnostic");
 
-  ErrorTelemetry::setTelemetryEnabled(false);
+  telemetry_->setEnabled(false);
   KorvaneLogger::e("Api", "again", decoding);
-  ErrorTelemetry::shared().reportError("host says", nullptr, "host");
+  telemetry_->reportError("host says", nullptr, "host");
   EXPECT_EQ(errorEvents().size(), 1u) << "switched off";
 }
 
@@ -601,9 +598,9 @@ TEST_F(BatchServiceTest, AnErrorRaisedWhileReportingIsNotReportedAgain) {
   deps.executor = executor_;
   deps.serial = executor_;
   auto service = EventBatchService::create(std::move(deps), 100, 30.0);
-  ErrorTelemetry::shared().install(service, "1.0.52-rc.2", nullptr, platform_.clock,
-                                   platform_.random);
-  KorvaneLogger::setTelemetrySink(ErrorTelemetry::shared().loggerSink());
+  auto telemetry = std::make_shared<ErrorTelemetry>();
+  telemetry->install(service, "1.0.52-rc.2", nullptr, platform_.clock, platform_.random);
+  KorvaneLogger::setTelemetrySink(telemetry->loggerSink());
   KorvaneLogger::e("Outer", "first", Error{"X", 1, "outer", "OuterError"});
   KorvaneLogger::setTelemetrySink(nullptr);
   ASSERT_EQ(complaining->count(), 1u)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -173,6 +174,8 @@ class KorvaneSdk {
   mutable std::shared_ptr<SdkSession> session_;
   // What the facade hands to the parts it makes; answers from the session of the moment.
   std::shared_ptr<const SdkContext> context_;
+  // The host's telemetry switch, set on every session the facade makes.
+  std::atomic<bool> telemetryEnabled_{true};
 };
 
 }  // namespace korvane

@@ -16,9 +16,9 @@ struct ScreenOptions;
 class SdkContext;
 
 // The full-screen offerwall: one page per controller, inner pages as further controllers. Set
-// the fields, then present. Main thread only. Callbacks are shared by all controllers, since one
-// offerwall is shown at a time: onClosed is reported at most once until a launch installs a new
-// callback.
+// the fields, then present. Main thread only. Callbacks are shared by all controllers of the SDK's
+// session, since one offerwall is shown at a time: onClosed is reported at most once until a launch
+// installs a new callback.
 class KorvaneOfferwallViewController {
   struct Token {
     explicit Token() = default;
@@ -59,6 +59,7 @@ class KorvaneOfferwallViewController {
   bool isPresented() const;
   std::string advertisingId() const;
 
+  // The shared callbacks of the process-wide SDK's session (KorvaneSdk::shared()).
   static void setOfferwallCallback(std::shared_ptr<OfferwallCallback> callback);
   static std::shared_ptr<OfferwallCallback> offerwallCallback();
   static void setEventCallback(std::shared_ptr<OfferwallEventCallback> callback);

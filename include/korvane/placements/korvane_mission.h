@@ -13,6 +13,7 @@
 
 namespace korvane {
 
+class PlacementRegistry;
 class PresentationAnchor;
 class SdkContext;
 
@@ -33,8 +34,8 @@ class KorvaneMissionEventsListener {
 
 // One mission placement: loads the user's mission list, reports impressions, clicks, progress and
 // completion (listener first, then telemetry) and opens mission and reward pages in the
-// offerwall. Every live instance is registered process-wide so the offerwall's pages can reach
-// it. Call from the main thread; load callbacks arrive there.
+// offerwall. Every live instance is registered with the SDK's session of its making, so the
+// offerwall's pages can reach it. Call from the main thread; load callbacks arrive there.
 class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
   struct Token {
     explicit Token() = default;
@@ -84,7 +85,7 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
   // Leaves the registry now rather than at destruction.
   void destroy();
 
-  // Asks every live instance's listener, once per distinct listener, to load again.
+  // Asks every live instance of the SDK's session, once per distinct listener, to load again.
   static void refreshMissionList(const std::optional<std::string>& unitId);
   // The same, recording the refresh through `context`.
   static void refreshMissionList(const SdkContext& context,
@@ -97,6 +98,8 @@ class KorvaneMission : public std::enable_shared_from_this<KorvaneMission> {
   bool refusedBeforeInitialization(const char* operation) const;
 
   const std::shared_ptr<const SdkContext> context_;
+  // The registry it joined when it was made; it dies with its session.
+  std::weak_ptr<PlacementRegistry> registry_;
   mutable std::mutex mutex_;
   std::vector<Mission> missions_;
   std::optional<MissionResponse> missionResponse_;
