@@ -23,4 +23,5 @@ KORVANE_EXTERN const unsigned char KorvaneSDKVersionString[];
 #import <KorvaneSDK/KorvaneSdkFacade.h>
 #import <KorvaneSDK/KorvaneSdkConfig.h>
 #import <KorvaneSDK/KorvaneSdkLoginListener.h>
+#import <KorvaneSDK/KorvaneSdkReadiness.h>
 #import <KorvaneSDK/KorvaneSdkUser.h>

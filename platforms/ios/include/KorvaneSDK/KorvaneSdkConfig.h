@@ -74,6 +74,13 @@ KORVANE_EXPORT
 /// NO lets every page and frame use the bridge: for the app's own testing only. Default YES.
 - (KorvaneSdkConfigBuilder*)setBridgeOriginPolicyEnabled:(BOOL)enabled
     NS_SWIFT_NAME(setBridgeOriginPolicyEnabled(_:));
+/// YES makes `initialize` store the configuration and nothing more (no request, no tracking
+/// prompt, no advertising identifier read, no event kept) until `setConsent:YES`. Default NO.
+- (KorvaneSdkConfigBuilder*)setWaitsForConsent:(BOOL)waits NS_SWIFT_NAME(setWaitsForConsent(_:));
+/// NO leaves the tracking prompt to the app: the SDK reads the identifier once the app's prompt
+/// allowed it. Default YES.
+- (KorvaneSdkConfigBuilder*)setAsksForTrackingPermission:(BOOL)asks
+    NS_SWIFT_NAME(setAsksForTrackingPermission(_:));
 /// Logs an error for an empty key or secret and builds anyway: only initialisation refuses them.
 - (KorvaneSdkConfig*)build;
 

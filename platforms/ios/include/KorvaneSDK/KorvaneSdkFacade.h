@@ -6,6 +6,7 @@
 #import <KorvaneSDK/KorvaneSDKDefines.h>
 #import <KorvaneSDK/KorvaneSdkConfig.h>
 #import <KorvaneSDK/KorvaneSdkLoginListener.h>
+#import <KorvaneSDK/KorvaneSdkReadiness.h>
 #import <KorvaneSDK/KorvaneSdkUser.h>
 
 @class UIApplication;
@@ -33,12 +34,35 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 - (void)initializeWithApplication:(UIApplication*)application
                         sdkConfig:(KorvaneSdkConfig*)sdkConfig
     NS_SWIFT_NAME(initialize(application:sdkConfig:));
+/// The same, and `completion` hears on the main thread how the start went: ready, or failed and
+/// why (at once for a refused or a duplicate call). A start that failed for the network, the
+/// server or its answer is tried again by itself; a status listener follows that.
+- (void)initializeWithApplication:(UIApplication*)application
+                        sdkConfig:(KorvaneSdkConfig*)sdkConfig
+                       completion:(void (^NS_SWIFT_UI_ACTOR)(KorvaneSdkStatus* status))completion
+    NS_SWIFT_NAME(initialize(application:sdkConfig:completion:));
+/// Where the start stands now.
+@property(nonatomic, readonly) KorvaneSdkStatus* status;
+/// Tells `listener` the status now, then every change, until the observation ends.
+- (KorvaneObservation*)addStatusListener:(id<KorvaneSdkStatusListener>)listener
+    NS_SWIFT_NAME(addStatusListener(_:));
+/// Whether an offerwall for `placementId` can be shown now, and if not why.
+- (KorvaneOfferwallAvailability*)offerwallAvailabilityForPlacementId:(NSString*)placementId
+    NS_SWIFT_NAME(offerwallAvailability(placementId:));
+/// Tells `listener` the availability now, then every change, until the observation ends.
+- (KorvaneObservation*)addOfferwallAvailabilityListener:
+                           (id<KorvaneOfferwallAvailabilityListener>)listener
+                                            placementId:(NSString*)placementId
+    NS_SWIFT_NAME(addOfferwallAvailabilityListener(_:placementId:));
 /// Makes the user current and registers it with the backend; see `KorvaneSdkLoginListener`.
 - (void)loginWithKorvaneSdkUser:(KorvaneSdkUser*)korvaneSdkUser
                        listener:(nullable id<KorvaneSdkLoginListener>)listener
     NS_SWIFT_NAME(login(korvaneSdkUser:listener:));
 /// Records the logout of the current user, then forgets it.
 - (void)logout;
+/// Whether the person agreed to the SDK's data use, for a configuration that waits for consent:
+/// YES starts what `initialize` left waiting, NO stops it again until the next YES.
+- (void)setConsent:(BOOL)given NS_SWIFT_NAME(setConsent(_:));
 /// Whether the backend has validated the app.
 - (BOOL)isInitialized;
 /// Whether a user is logged in.

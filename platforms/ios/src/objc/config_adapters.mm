@@ -109,6 +109,16 @@ using korvane::ios::toStdString;
   return self;
 }
 
+- (KorvaneSdkConfigBuilder*)setWaitsForConsent:(BOOL)waits {
+  _builder->setWaitsForConsent(waits);
+  return self;
+}
+
+- (KorvaneSdkConfigBuilder*)setAsksForTrackingPermission:(BOOL)asks {
+  _builder->setAsksForTrackingPermission(asks);
+  return self;
+}
+
 - (KorvaneSdkConfig*)build {
   return [[KorvaneSdkConfig alloc] initWithConfig:_builder->build()];
 }

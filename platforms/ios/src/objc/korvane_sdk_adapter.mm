@@ -7,6 +7,7 @@
 #import "objc/event_types.h"
 #import "objc/foundation_json.h"
 #import "objc/objc_errors.h"
+#import "objc/readiness_internal.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
 #import "support/objc_text.h"
@@ -56,6 +57,53 @@ korvane::KorvaneSdk& core() {
   (void)core().initialize(sdkConfig.cppConfig);
 }
 
+- (void)initializeWithApplication:(UIApplication*)application
+                        sdkConfig:(KorvaneSdkConfig*)sdkConfig
+                       completion:(void (^)(KorvaneSdkStatus* status))completion {
+  if (!sdkConfig) {
+    korvane::KorvaneLogger::e("KorvaneSdk", "SDK configuration is missing. Initialization failed.");
+    return;
+  }
+  _application = application;
+  void (^heard)(KorvaneSdkStatus*) = [completion copy];
+  core().initialize(sdkConfig.cppConfig, [heard](const korvane::SdkStatus& status) {
+    if (heard) heard([[KorvaneSdkStatus alloc] initWithStatus:status]);
+  });
+}
+
+- (KorvaneSdkStatus*)status {
+  return [[KorvaneSdkStatus alloc] initWithStatus:core().status()];
+}
+
+- (KorvaneObservation*)addStatusListener:(id<KorvaneSdkStatusListener>)listener {
+  __weak id<KorvaneSdkStatusListener> weakListener = listener;
+  return [[KorvaneObservation alloc]
+      initWithSubscription:core().observeStatus([weakListener](const korvane::SdkStatus& status) {
+        [weakListener sdkStatusDidChange:[[KorvaneSdkStatus alloc] initWithStatus:status]];
+      })];
+}
+
+- (KorvaneOfferwallAvailability*)offerwallAvailabilityForPlacementId:(NSString*)placementId {
+  return [[KorvaneOfferwallAvailability alloc]
+      initWithAvailability:core().offerwallAvailability(toStdString(placementId))];
+}
+
+- (KorvaneObservation*)addOfferwallAvailabilityListener:
+                           (id<KorvaneOfferwallAvailabilityListener>)listener
+                                            placementId:(NSString*)placementId {
+  __weak id<KorvaneOfferwallAvailabilityListener> weakListener = listener;
+  NSString* placement = [placementId copy];
+  return [[KorvaneObservation alloc]
+      initWithSubscription:
+          core().observeOfferwallAvailability(
+              toStdString(placementId),
+              [weakListener, placement](const korvane::OfferwallAvailability& availability) {
+                [weakListener offerwallAvailabilityDidChange:[[KorvaneOfferwallAvailability alloc]
+                                                                 initWithAvailability:availability]
+                                                 placementId:placement];
+              })];
+}
+
 - (void)loginWithKorvaneSdkUser:(KorvaneSdkUser*)korvaneSdkUser
                        listener:(nullable id<KorvaneSdkLoginListener>)listener {
   // A missing user is an empty user id, which login refuses as invalidUserId.
@@ -65,6 +113,10 @@ korvane::KorvaneSdk& core() {
 
 - (void)logout {
   core().logout();
+}
+
+- (void)setConsent:(BOOL)given {
+  core().setConsent(given);
 }
 
 - (BOOL)isInitialized {
