@@ -40,6 +40,7 @@ void PageHost::detach() {
 
 void PageHost::retireWebView() {
   if (!webView_) return;
+  networkWatch_.reset();
   webView_->stopLoading();
   webView_->setDelegate({});
   webView_ = nullptr;
@@ -56,10 +57,12 @@ std::int64_t PageHost::nowMillis() const {
 void PageHost::loadInPage(const WebRequest& request) {
   if (!webView_) return;
   offlineShown_ = false;
+  networkWatch_.reset();
   webView_->load(request);
 }
 
 void PageHost::loadComposed(bool includeQuizItems) {
+  lastOwnLoad_ = OwnLoad{OwnLoad::Kind::composed, includeQuizItems, {}};
   if (!networkAvailable()) {
     KorvaneLogger::w(tag_, "No network connection detected, showing offline UI");
     return showOfflinePage();
@@ -103,6 +106,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
 
 void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
+  lastOwnLoad_ = OwnLoad{OwnLoad::Kind::asGiven, false, url};
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
   refusedSchemes_.clear();
@@ -118,7 +122,36 @@ void PageHost::showOfflinePage() {
     self->ownLoadOrigin_.reset();
     self->offlineShown_ = true;
     self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
+    self->watchForNetwork();
   });
+}
+
+void PageHost::watchForNetwork() {
+  if (!platform().reachability) return;
+  // The platform calls from a thread of its choosing; the page is the main thread's.
+  networkWatch_ = platform().reachability->subscribe(
+      [weak = weak_from_this(), mainThread = platform().mainThread](bool connected) {
+        if (!connected) return;
+        mainThread->post([weak] {
+          if (auto self = weak.lock()) self->recoverFromOffline();
+        });
+      });
+}
+
+// The offline page's own close control stays until the reload replaces the page.
+void PageHost::recoverFromOffline() {
+  if (!webView_ || !offlineShown_ || !lastOwnLoad_ || !networkAvailable()) return;
+  networkWatch_.reset();
+  KorvaneLogger::i(tag_, "Network connection is back, loading the offerwall again");
+  const OwnLoad load = *lastOwnLoad_;
+  switch (load.kind) {
+    case OwnLoad::Kind::composed:
+      return loadComposed(load.includeQuizItems);
+    case OwnLoad::Kind::asGiven:
+      return loadAsGiven(load.url);
+    case OwnLoad::Kind::retry:
+      return retryLoad();
+  }
 }
 
 void PageHost::retryLoad() {
@@ -134,6 +167,7 @@ void PageHost::retryLoad() {
     const std::optional<std::string>& base = self->page_.baseUrl;
     if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
+    self->lastOwnLoad_ = OwnLoad{OwnLoad::Kind::retry, false, {}};
     self->identificationInFlight_ = false;
     self->refusedSchemes_.clear();
     self->loadInPage(plainRequest(*base));
@@ -182,6 +216,11 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
       return NavigationPolicy::cancel;
     }
     const std::string scheme = lowerCaseScheme(url);
+    if (offScreen_) {
+      KorvaneLogger::w(tag_, "🚫 Not opening a " + scheme +
+                                 ": address: the page is kept off screen, nobody sees it");
+      return NavigationPolicy::cancel;
+    }
     const bool refused =
         std::find(refusedSchemes_.begin(), refusedSchemes_.end(), scheme) != refusedSchemes_.end();
     const OpeningJudgement judgement =
