@@ -115,7 +115,11 @@ void PageHost::loadAsGiven(const std::string& url) {
 
 void PageHost::showOfflinePage() {
   KorvaneLogger::d(tag_, "Showing offline UI");
-  platform().mainThread->post([weak = weak_from_this()] {
+  // Shown for a missing network path, the page reloads once there is one again, even if it came
+  // back before the page went in. Shown for a failed load on a working path (a server that
+  // drops the connection), it waits for the next change, or it would reload without end.
+  const bool offline = !networkAvailable();
+  platform().mainThread->post([weak = weak_from_this(), offline] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
     self->identificationInFlight_ = false;
@@ -123,6 +127,7 @@ void PageHost::showOfflinePage() {
     self->offlineShown_ = true;
     self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
     self->watchForNetwork();
+    if (offline && self->networkAvailable()) self->recoverFromOffline();
   });
 }
 

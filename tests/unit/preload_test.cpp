@@ -248,6 +248,34 @@ TEST_F(PreloadTest, TheOfflinePageLoadsTheOfferwallWhenTheNetworkComesBack) {
   EXPECT_EQ(heard->heard, (std::vector<std::string>{"opened", "closed"}));
 }
 
+// The network came back between the failed check and the offline page going in: no change is
+// left to hear, and the page must not wait for one.
+TEST_F(PreloadTest, ANetworkBackBeforeTheOfflinePageWentInLoadsTheOfferwall) {
+  fake_.reachability->set(false);
+  sdk_.openOfferwall(nullptr, "home", callback_, nullptr);
+  fake_.reachability->set(true);
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 1u);
+  EXPECT_EQ(screen(0).view.htmlLoads.size(), 1u);
+  EXPECT_EQ(screen(0).view.loads.size(), 1u);
+}
+
+// A load that failed on a working network path shows the offline page and waits for the path to
+// change: reloading at once would go round without end against a server that drops connections.
+TEST_F(PreloadTest, AnOfflinePageAfterAFailedLoadWaitsForTheNextChange) {
+  open("home");
+  FakePresenter::FakeScreen& page = screen(0);
+  if (auto delegate = page.view.delegate.lock())
+    delegate->didFailNavigation(
+        Error{"NSURLErrorDomain", -1005, "The network connection was lost."}, true);
+  settle();
+  ASSERT_EQ(page.view.htmlLoads.size(), 1u);
+  EXPECT_EQ(page.view.loads.size(), 1u);
+  fake_.reachability->set(true);
+  settle();
+  EXPECT_EQ(page.view.loads.size(), 2u);
+}
+
 TEST_F(PreloadTest, AnOfflinePageTheNetworkNeverReturnsToListensNoLongerThanItLives) {
   const std::size_t othersListening = fake_.reachability->observerCount();
   fake_.reachability->set(false);
