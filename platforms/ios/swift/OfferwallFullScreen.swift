@@ -68,7 +68,7 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
   /// Hears the opening and puts the binding back when it ends. Nonisolated, as
   /// `KorvaneOfferwall.Coordinator` is, so that iOS 14 needs no concurrency runtime; the SDK calls
   /// it on the main thread, which each method asserts.
-  final class Coordinator: NSObject, OfferwallCallback, @unchecked Sendable {
+  final class Coordinator: NSObject, OfferwallCallback {
     nonisolated(unsafe) var callbacks = KorvaneOfferwall.Callbacks(
       opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
     nonisolated(unsafe) var isPresented: Binding<Bool>?

@@ -254,9 +254,13 @@ std::unique_ptr<Screen> UIKitScreenPresenter::prepareFullScreen(const ScreenOpti
   auto* page = [[::KorvaneOfferwallViewController alloc] initWithCoreController:options.controller];
   auto screen = std::make_unique<ControllerScreen>(page, options);
   screen->holdUntilPresented();
-  // The page lays out now at the size it will show at, so that showing it relays nothing out.
-  page.view.frame = UIScreen.mainScreen.bounds;
-  [page.view layoutIfNeeded];
+  [page loadViewIfNeeded];
+  // The page lays out now at the size it will show at (the app's window), so that showing it lays
+  // nothing out again.
+  if (UIWindow* window = keyWindowRoot().viewIfLoaded.window) {
+    page.view.frame = window.bounds;
+    [page.view layoutIfNeeded];
+  }
   return screen;
 }
 
