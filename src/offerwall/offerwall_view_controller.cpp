@@ -1,6 +1,7 @@
 #include "korvane/offerwall/offerwall_view_controller.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,6 +127,11 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // and is judged then as any message is.
   void onScriptMessage(const ScriptMessage& message) override {
     if (!offScreen()) return dispatcher_->receive(message);
+    // "close" is the one message any frame may send: a page that ends itself is of no use.
+    if (const std::optional<BridgeMessage> parsed =
+            parseBridgeMessage(message, BridgeHostKind::controller, kTag);
+        parsed && isHarmlessBridgeMessage(parsed->type))
+      return offScreenPageLost("it closed itself");
     if (heldMessages_.size() < kMaxHeldMessages) return heldMessages_.push_back(message);
     KorvaneLogger::w(kTag, "A page kept off screen posted more than " +
                                std::to_string(kMaxHeldMessages) + " messages; dropping the rest");

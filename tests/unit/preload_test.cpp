@@ -128,6 +128,12 @@ INSTANTIATE_TEST_SUITE_P(
         Release{"memoryWarning",
                 [](auto&, testing::FakePlatform& fake, auto&) { fake.memoryPressure->warn(); },
                 "the system is short of memory"},
+        Release{"pagePostedClose",
+                [](PreloadTest& test, auto&, auto&) {
+                  test.presenter().live.at(0)->view.postFrom(R"({"type":"close"})", false,
+                                                             "https://ads.example");
+                },
+                "its load failed or it closed itself"},
         Release{"pageClosedItself",
                 [](PreloadTest& test, auto&, auto&) {
                   test.presenter().live.at(0)->view.follow("korvane://close");
