@@ -45,21 +45,15 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
     let coordinator = context.coordinator
     coordinator.callbacks = callbacks
     coordinator.isPresented = isPresented
+    coordinator.anchor = anchor
+    coordinator.placementId = placementId
+    // Presenting during a SwiftUI update could be refused: both wait for the run loop's next turn.
     if isPresented.wrappedValue, !coordinator.opened {
       coordinator.opened = true
-      // Presenting during a SwiftUI update would be refused: it waits for the next turn.
-      DispatchQueue.main.async {
-        KorvaneSdk.shared.openOfferwall(
-          presentingViewController: anchor, placementId: placementId, callback: coordinator,
-          eventCallback: nil)
-      }
+      coordinator.perform(#selector(Coordinator.open), with: nil, afterDelay: 0)
     } else if !isPresented.wrappedValue, coordinator.opened {
       coordinator.opened = false
-      DispatchQueue.main.async {
-        if let offerwall = anchor.presentedViewController, !offerwall.isBeingDismissed {
-          offerwall.dismiss(animated: true)
-        }
-      }
+      coordinator.perform(#selector(Coordinator.close), with: nil, afterDelay: 0)
     }
   }
 
@@ -74,8 +68,27 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
     nonisolated(unsafe) var isPresented: Binding<Bool>?
     // An opening was asked for and has not ended yet.
     nonisolated(unsafe) var opened = false
+    nonisolated(unsafe) weak var anchor: UIViewController?
+    nonisolated(unsafe) var placementId = ""
 
     nonisolated override init() { super.init() }
+
+    /// Opens the placement over the anchor through the facade.
+    @MainActor @objc func open() {
+      guard let anchor else {
+        opened = false
+        return
+      }
+      KorvaneSdk.shared.openOfferwall(
+        presentingViewController: anchor, placementId: placementId, callback: self,
+        eventCallback: nil)
+    }
+    /// Dismisses what the anchor presents: the offerwall ends as its close button ends it.
+    @MainActor @objc func close() {
+      if let offerwall = anchor?.presentedViewController, !offerwall.isBeingDismissed {
+        offerwall.dismiss(animated: true)
+      }
+    }
 
     nonisolated func onOpened() {
       precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
