@@ -1,6 +1,10 @@
 #include "korvane/offerwall/offerwall_view_controller.h"
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"
@@ -9,6 +13,7 @@
 #include "offerwall/callback_slots.h"
 #include "offerwall/navigation_policy.h"
 #include "offerwall/offerwall_url.h"
+#include "offerwall/offscreen_offerwall.h"
 #include "offerwall/page_host.h"
 #include "util/url_text.h"
 
@@ -17,6 +22,9 @@ namespace {
 
 constexpr std::string_view kTag = "KorvaneOfferwallViewController";
 constexpr const char* kBackButtonTitle = "< 뒤로";
+// What a page kept off screen may post before it is shown: far more than a page sends while it
+// loads, few enough that a page cannot make the SDK hold much.
+constexpr std::size_t kMaxHeldMessages = 64;
 
 // The title the native bar shows: the base address's host without a leading "www.".
 std::string navigationTitle(const std::optional<std::string>& baseUrl) {
@@ -48,6 +56,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   }
 
   bool present(PresentationAnchor* over, bool inNavigationContainer);
+  bool prepareOffScreen(std::function<void()> lost);
   void attachScreen(std::function<std::unique_ptr<Screen>(const ScreenOptions&)> makeScreen);
   // Takes a screen another controller made for it (the slide-up replacement) and loads.
   void adoptScreen(std::unique_ptr<Screen> screen);
@@ -81,14 +90,30 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   bool showsOfflinePage() const override { return offlinePageShown(); }
 
   // PageHost
-  void closeFromPage() override { closePage(); }
+  void closeFromPage() override {
+    if (offScreen()) return offScreenPageLost("it closed itself");
+    closePage();
+  }
   // Inner pages report their load failures too; only a missing address is the root's alone.
   void reportError(const std::string& message) override {
+    if (offScreen()) return offScreenPageLost(message);
     if (ownsCallback() && slots_->offerwallCallback) slots_->offerwallCallback->onError(message);
   }
-  void onScriptMessage(const ScriptMessage& message) override { dispatcher_->receive(message); }
+  // A page off screen belongs to no opening yet: what it posts waits for the page to be shown,
+  // and is judged then as any message is.
+  void onScriptMessage(const ScriptMessage& message) override {
+    if (!offScreen()) return dispatcher_->receive(message);
+    // "close" is the one message any frame may send: a page that ends itself is of no use.
+    if (const std::optional<BridgeMessage> parsed =
+            parseBridgeMessage(message, BridgeHostKind::controller, kTag);
+        parsed && isHarmlessBridgeMessage(parsed->type))
+      return offScreenPageLost("it closed itself");
+    if (heldMessages_.size() < kMaxHeldMessages) return heldMessages_.push_back(message);
+    KorvaneLogger::w(kTag, "A page kept off screen posted more than " +
+                               std::to_string(kMaxHeldMessages) + " messages; dropping the rest");
+  }
 
-  bool isPresented() const { return screen_ != nullptr && !dismissing_; }
+  bool isPresented() const { return screen_ != nullptr && !dismissing_ && !offScreen(); }
   Screen* screen() const { return screen_.get(); }
   static void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller,
                                       OfferwallOpening opener) {
@@ -97,11 +122,23 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   static OfferwallSlots& slotsOf(const KorvaneOfferwallViewController& controller) {
     return *controller.impl_->slots_;
   }
+  static bool loadOffScreen(KorvaneOfferwallViewController& controller,
+                            std::function<void()> lost) {
+    return controller.impl_->prepareOffScreen(std::move(lost));
+  }
+  static bool isOffScreen(const KorvaneOfferwallViewController& controller) {
+    return controller.impl_->screen_ && controller.impl_->offScreen();
+  }
 
  private:
   std::shared_ptr<KorvaneOfferwallViewController> owner() const { return owner_.lock(); }
   ScreenOptions screenOptions(bool inNavigationContainer) const;
+  // Trust, bridge, screen handlers and the page's fields: what every page is set up with.
+  void setUpPage();
   void viewDidLoad();
+  // Shows the page kept off screen; what it posted meanwhile is dispatched now.
+  bool presentPrepared(PresentationAnchor* over);
+  void offScreenPageLost(const std::string& why);
   void dismissedBySystem();
   void fireOnClosedOnce();
   void finishDismissal();
@@ -134,6 +171,9 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // The opening a page's request replaced, put back when this first page's opening ends.
   std::optional<OfferwallOpening> opener_;
   bool closing_ = false;
+  // While off screen: what the page posted, and who hears that the page ended unseen.
+  std::vector<ScriptMessage> heldMessages_;
+  std::function<void()> lost_;
 };
 
 ScreenOptions OfferwallControllerImpl::screenOptions(bool inNavigationContainer) const {
@@ -157,6 +197,7 @@ bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigatio
     KorvaneLogger::e(kTag, "No screen presenter on this platform; the offerwall cannot be shown");
     return false;
   }
+  if (screen_ && offScreen()) return presentPrepared(over);
   screen_ = platform().screens->presentFullScreen(over, screenOptions(inNavigationContainer));
   if (!screen_) {
     KorvaneLogger::e(kTag,
@@ -182,8 +223,44 @@ void OfferwallControllerImpl::adoptScreen(std::unique_ptr<Screen> screen) {
   viewDidLoad();
 }
 
-// Registers an inner page, sets up the web view, then loads.
-void OfferwallControllerImpl::viewDidLoad() {
+// A first page with an address, loaded in a page the platform keeps off screen.
+bool OfferwallControllerImpl::prepareOffScreen(std::function<void()> lost) {
+  auto self = owner();
+  if (screen_ || !self || self->isSubWebView || !self->baseUrl || self->baseUrl->empty() ||
+      !platform().screens)
+    return false;
+  screen_ = platform().screens->prepareFullScreen(screenOptions(false));
+  if (!screen_) return false;
+  setOffScreen(true);
+  lost_ = std::move(lost);
+  setUpPage();
+  loadComposed(/*includeQuizItems=*/true);
+  return true;
+}
+
+bool OfferwallControllerImpl::presentPrepared(PresentationAnchor* over) {
+  if (!platform().screens->presentPrepared(*screen_, over)) {
+    KorvaneLogger::e(kTag,
+                     "The page could not be presented: another presentation is in progress "
+                     "or there is no screen in a window to present it from");
+    return false;
+  }
+  setOffScreen(false);
+  lost_ = nullptr;
+  slots_->presented.push_back(owner());
+  openingGeneration_ = slots_->currentOpening = ++slots_->openings;
+  for (const ScriptMessage& message : std::exchange(heldMessages_, {}))
+    dispatcher_->receive(message);
+  return true;
+}
+
+void OfferwallControllerImpl::offScreenPageLost(const std::string& why) {
+  KorvaneLogger::w(kTag, "The offerwall page kept off screen is of no use any more: " + why);
+  // The keeper lets go of this page, which must not end inside its own call.
+  if (auto lost = std::exchange(lost_, nullptr)) platform().mainThread->post(std::move(lost));
+}
+
+void OfferwallControllerImpl::setUpPage() {
   auto self = owner();
   std::weak_ptr<OfferwallControllerImpl> weak =
       std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
@@ -201,8 +278,6 @@ void OfferwallControllerImpl::viewDidLoad() {
   screen_->setDismissedHandler([weak] {
     if (auto alive = weak.lock()) alive->dismissedBySystem();
   });
-  if (self->isSubWebView) slots_->activeSubControllers.push_back({self});
-  if (!self->isSubWebView) openingGeneration_ = slots_->currentOpening = ++slots_->openings;
   attach(screen_->webView());
   page().baseUrl = self->baseUrl;
   page().userId = self->userId;
@@ -211,6 +286,14 @@ void OfferwallControllerImpl::viewDidLoad() {
   page().contextType = self->contextType;
   page().quizId = self->quizId;
   page().quizTitle = self->quizTitle;
+}
+
+// Registers an inner page, sets up the web view, then loads.
+void OfferwallControllerImpl::viewDidLoad() {
+  auto self = owner();
+  setUpPage();
+  if (self->isSubWebView) slots_->activeSubControllers.push_back({self});
+  if (!self->isSubWebView) openingGeneration_ = slots_->currentOpening = ++slots_->openings;
 
   if (!self->baseUrl || self->baseUrl->empty()) {
     KorvaneLogger::e(kTag, "No base URL provided");
@@ -432,6 +515,14 @@ OfferwallSlots& slotsOf(const KorvaneOfferwallViewController& controller) {
 
 void returnToOpenerWhenEnded(KorvaneOfferwallViewController& controller, OfferwallOpening opener) {
   OfferwallControllerImpl::returnToOpenerWhenEnded(controller, std::move(opener));
+}
+
+bool loadOffScreen(KorvaneOfferwallViewController& controller, std::function<void()> lost) {
+  return OfferwallControllerImpl::loadOffScreen(controller, std::move(lost));
+}
+
+bool isOffScreen(const KorvaneOfferwallViewController& controller) {
+  return OfferwallControllerImpl::isOffScreen(controller);
 }
 
 std::shared_ptr<KorvaneOfferwallViewController> KorvaneOfferwallViewController::create(

@@ -40,6 +40,7 @@ void PageHost::detach() {
 
 void PageHost::retireWebView() {
   if (!webView_) return;
+  networkWatch_.reset();
   webView_->stopLoading();
   webView_->setDelegate({});
   webView_ = nullptr;
@@ -56,10 +57,12 @@ std::int64_t PageHost::nowMillis() const {
 void PageHost::loadInPage(const WebRequest& request) {
   if (!webView_) return;
   offlineShown_ = false;
+  networkWatch_.reset();
   webView_->load(request);
 }
 
 void PageHost::loadComposed(bool includeQuizItems) {
+  lastOwnLoad_ = OwnLoad{OwnLoad::Kind::composed, includeQuizItems, {}};
   if (!networkAvailable()) {
     KorvaneLogger::w(tag_, "No network connection detected, showing offline UI");
     return showOfflinePage();
@@ -103,6 +106,7 @@ void PageHost::loadComposed(bool includeQuizItems) {
 
 void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
+  lastOwnLoad_ = OwnLoad{OwnLoad::Kind::asGiven, false, url};
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
   refusedSchemes_.clear();
@@ -111,14 +115,48 @@ void PageHost::loadAsGiven(const std::string& url) {
 
 void PageHost::showOfflinePage() {
   KorvaneLogger::d(tag_, "Showing offline UI");
-  platform().mainThread->post([weak = weak_from_this()] {
+  // Shown for a missing network path, the page reloads once there is one again, even if it came
+  // back before the page went in. Shown for a failed load on a working path (a server that
+  // drops the connection), it waits for the next change, or it would reload without end.
+  const bool offline = !networkAvailable();
+  platform().mainThread->post([weak = weak_from_this(), offline] {
     auto self = weak.lock();
     if (!self || !self->webView_) return;
     self->identificationInFlight_ = false;
     self->ownLoadOrigin_.reset();
     self->offlineShown_ = true;
     self->webView_->loadHtml(offlinePageHtml(), std::nullopt);
+    self->watchForNetwork();
+    if (offline && self->networkAvailable()) self->recoverFromOffline();
   });
+}
+
+void PageHost::watchForNetwork() {
+  if (!platform().reachability) return;
+  // The platform calls from a thread of its choosing; the page is the main thread's.
+  networkWatch_ = platform().reachability->subscribe(
+      [weak = weak_from_this(), mainThread = platform().mainThread](bool connected) {
+        if (!connected) return;
+        mainThread->post([weak] {
+          if (auto self = weak.lock()) self->recoverFromOffline();
+        });
+      });
+}
+
+// The offline page's own close control stays until the reload replaces the page.
+void PageHost::recoverFromOffline() {
+  if (!webView_ || !offlineShown_ || !lastOwnLoad_ || !networkAvailable()) return;
+  networkWatch_.reset();
+  KorvaneLogger::i(tag_, "Network connection is back, loading the offerwall again");
+  const OwnLoad load = *lastOwnLoad_;
+  switch (load.kind) {
+    case OwnLoad::Kind::composed:
+      return loadComposed(load.includeQuizItems);
+    case OwnLoad::Kind::asGiven:
+      return loadAsGiven(load.url);
+    case OwnLoad::Kind::retry:
+      return retryLoad();
+  }
 }
 
 void PageHost::retryLoad() {
@@ -134,6 +172,7 @@ void PageHost::retryLoad() {
     const std::optional<std::string>& base = self->page_.baseUrl;
     if (!base || !url::isValid(*base)) return KorvaneLogger::w(self->tag_, "No URL to retry");
     KorvaneLogger::d(self->tag_, "Retrying with URL: " + *base);
+    self->lastOwnLoad_ = OwnLoad{OwnLoad::Kind::retry, false, {}};
     self->identificationInFlight_ = false;
     self->refusedSchemes_.clear();
     self->loadInPage(plainRequest(*base));
@@ -182,6 +221,11 @@ NavigationPolicy PageHost::decidePolicy(const NavigationAction& action) {
       return NavigationPolicy::cancel;
     }
     const std::string scheme = lowerCaseScheme(url);
+    if (offScreen_) {
+      KorvaneLogger::w(tag_, "🚫 Not opening a " + scheme +
+                                 ": address: the page is kept off screen, nobody sees it");
+      return NavigationPolicy::cancel;
+    }
     const bool refused =
         std::find(refusedSchemes_.begin(), refusedSchemes_.end(), scheme) != refusedSchemes_.end();
     const OpeningJudgement judgement =

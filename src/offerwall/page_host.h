@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,10 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   void showOfflinePage();
   // Whether the page shows the SDK's own offline page (loaded by the SDK, not navigated to).
   bool offlinePageShown() const { return offlineShown_; }
+  // A page kept off screen (loaded ahead of its opening) sends nobody out of the app: no person
+  // sees it, so no touch or question can stand for them.
+  void setOffScreen(bool offScreen) { offScreen_ = offScreen; }
+  bool offScreen() const { return offScreen_; }
   void evaluateInPage(const std::string& script,
                       std::function<void(Result<std::string>)> completion);
   void openAdjoeFromPage(const std::string& placementId,
@@ -82,6 +87,9 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
  private:
   bool networkAvailable() const;
   std::int64_t nowMillis() const;
+  // While the offline page shows, the network coming back loads the SDK's last own load again.
+  void watchForNetwork();
+  void recoverFromOffline();
   // Every load the SDK starts in the page goes through here.
   void loadInPage(const WebRequest& request);
   // Hands an address the navigation policy sends out to the system.
@@ -127,6 +135,18 @@ class PageHost : public WebViewDelegate, public std::enable_shared_from_this<Pag
   // without the headers), until it finishes or fails.
   std::optional<std::string> ownLoadOrigin_;
   std::shared_ptr<BridgeTrust> trust_ = std::make_shared<BridgeTrust>();
+  bool offScreen_ = false;
+  // The SDK's last own load of the page, which the offline page gives way to when the network
+  // comes back: the composed address (with or without the quiz items), an address as given, or
+  // the bare base address of a retry.
+  struct OwnLoad {
+    enum class Kind { composed, asGiven, retry } kind = Kind::composed;
+    bool includeQuizItems = true;
+    std::string url;
+  };
+  std::optional<OwnLoad> lastOwnLoad_;
+  // Held while the offline page shows; destroyed first, before the platform it observes.
+  Subscription networkWatch_;
 };
 
 }  // namespace korvane

@@ -1,6 +1,7 @@
 #include "korvane/core/korvane_sdk.h"
 
 #include "korvane/version.h"
+#include "offerwall/warm_offerwall.h"
 #include "placements/adjoe_manager.h"
 #include "placements/banner_loading.h"
 #include "sdk/facade_context.h"
@@ -27,9 +28,12 @@ Context FacadeAccess::context() {
 
 void KorvaneSdkTestAccess::reset(KorvaneSdk& sdk, SdkEnvironment environment) {
   auto fresh = std::make_shared<SdkSession>(std::move(environment));
+  std::shared_ptr<offerwall::WarmOfferwall> kept;
   std::lock_guard lock(sdk.sessionLock_);
   fresh->errorTelemetry()->setEnabled(sdk.telemetryEnabled_.load());
   sdk.session_ = std::move(fresh);
+  // The kept page belongs to the platform of the session it was loaded in.
+  kept = std::exchange(sdk.warm_, nullptr);
 }
 
 KorvaneSdk& KorvaneSdk::shared() {
@@ -68,10 +72,12 @@ Status KorvaneSdk::initialize(ApplicationHandle application, const KorvaneSdkCon
 
 void KorvaneSdk::login(const KorvaneSdkUser& user,
                        std::shared_ptr<KorvaneSdkLoginListener> listener) {
+  if (isInitialized() && !user.userId().empty()) forgetPreloadedUnlessFor(user.userId());
   session()->login(user, std::move(listener));
 }
 
 void KorvaneSdk::logout() {
+  forgetPreloadedUnlessFor(std::nullopt);
   session()->logout();
 }
 bool KorvaneSdk::isInitialized() const {

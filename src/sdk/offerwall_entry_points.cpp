@@ -45,7 +45,9 @@ void KorvaneSdk::openOfferwall(PresentationAnchor* presenting, const std::string
       callback->onError("Offerwall URL not available. Please check your app configuration.");
     return;
   }
-  auto controller = offerwall::offerwallFor(context, app->korvaneHubUrl);
+  // The page preloadOfferwall kept for this placement shows at once; otherwise a new one loads.
+  auto controller = takePreloaded(placementId, app->korvaneHubUrl);
+  if (!controller) controller = offerwall::offerwallFor(context, app->korvaneHubUrl);
   controller->placementId = placementId;
   offerwall::presentOpening(controller, openingCallbacks(callback, std::move(eventCallback)),
                             presenting, false, [tracker = context->tracker(), placementId] {

@@ -27,6 +27,7 @@ func facade(
   sdk.flushEvents()
   sdk.reportSdkError("m", error: nil, layer: "app")
   KorvaneSdk.telemetryEnabled = !KorvaneSdk.telemetryEnabled
+  sdk.preloadOfferwall(placementId: "p")
   sdk.openOfferwall(
     presentingViewController: screen, placementId: "p", callback: callback, eventCallback: events)
   sdk.openOfferwallWithUrl(

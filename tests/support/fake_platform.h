@@ -181,6 +181,27 @@ class FakeReachability final : public Reachability {
   std::vector<std::pair<int, std::function<void(bool)>>> observers_;
 };
 
+// Memory warnings the test raises: warn() calls every observer at once, as the system's
+// notification does on the main thread.
+class FakeMemoryPressure final : public MemoryPressure {
+ public:
+  Subscription subscribe(std::function<void()> observer) override {
+    const int id = nextId_++;
+    observers_.emplace_back(id, std::move(observer));
+    return Subscription(
+        [this, id] { std::erase_if(observers_, [id](const auto& o) { return o.first == id; }); });
+  }
+  void warn() {
+    auto current = observers_;
+    for (auto& [id, observer] : current) observer();
+  }
+  std::size_t observerCount() const { return observers_.size(); }
+
+ private:
+  int nextId_ = 0;
+  std::vector<std::pair<int, std::function<void()>>> observers_;
+};
+
 // The fakes wired together as one platform.
 struct FakePlatform {
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
@@ -194,6 +215,7 @@ struct FakePlatform {
   std::shared_ptr<FakeUrlOpener> urlOpener = std::make_shared<FakeUrlOpener>();
   std::shared_ptr<FakeReachability> reachability = std::make_shared<FakeReachability>();
   std::shared_ptr<FakePersonPrompt> prompt = std::make_shared<FakePersonPrompt>();
+  std::shared_ptr<FakeMemoryPressure> memoryPressure = std::make_shared<FakeMemoryPressure>();
 
   PlatformServices services() const {
     PlatformServices s;
@@ -208,6 +230,7 @@ struct FakePlatform {
     s.urlOpener = urlOpener;
     s.reachability = reachability;
     s.prompt = prompt;
+    s.memoryPressure = memoryPressure;
     return s;
   }
 };

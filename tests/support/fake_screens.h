@@ -107,6 +107,7 @@ class FakePresenter final : public ScreenPresenter {
     }
     void afterTransition(std::function<void()> then) override { then(); }
     FakeWebView view;
+    bool shown = true;  // false while prepared off screen
     std::function<void()> close;
     std::function<void()> refresh;
     std::function<void()> dismissed;
@@ -121,6 +122,24 @@ class FakePresenter final : public ScreenPresenter {
     lastOptions = options;
     lastOver = over;
     return std::make_unique<FakeScreen>(*this, "screen" + std::to_string(made++));
+  }
+  // Pages kept off screen, unless `keepsNone`; showing one is refused while `refuseShowing`.
+  std::unique_ptr<Screen> prepareFullScreen(const ScreenOptions& options) override {
+    if (keepsNone) return nullptr;
+    lastOptions = options;
+    const std::string name = "screen" + std::to_string(made++);
+    journal.push_back(name + " prepared off screen");
+    auto screen = std::make_unique<FakeScreen>(*this, name);
+    screen->shown = false;
+    return screen;
+  }
+  bool presentPrepared(Screen& prepared, PresentationAnchor* over) override {
+    auto& screen = static_cast<FakeScreen&>(prepared);
+    if (refuseShowing || screen.shown) return false;
+    lastOver = over;
+    screen.shown = true;
+    ++shownPrepared;
+    return true;
   }
   std::unique_ptr<Screen> embedSlidingUp(Screen&, std::chrono::milliseconds,
                                          std::function<void()> done) override {
@@ -141,6 +160,9 @@ class FakePresenter final : public ScreenPresenter {
   bool holdDismissals = false;
   std::vector<std::function<void()>> heldDismissals;
   int made = 0;
+  bool keepsNone = false;
+  bool refuseShowing = false;
+  int shownPrepared = 0;
 };
 
 }  // namespace korvane::testing

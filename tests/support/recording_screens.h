@@ -17,11 +17,15 @@ class RecordingScreens final : public ScreenPresenter {
  public:
   class Tracked final : public Screen {
    public:
-    Tracked(RecordingScreens& owner, std::unique_ptr<Screen> inner)
+    // A page kept off screen joins `live` when it is shown.
+    Tracked(RecordingScreens& owner, std::unique_ptr<Screen> inner, bool offScreen = false)
         : owner_(owner), inner_(std::move(inner)) {
-      owner_.live.push_back(this);
+      (offScreen ? owner_.offScreen : owner_.live).push_back(this);
     }
-    ~Tracked() override { std::erase(owner_.live, this); }
+    ~Tracked() override {
+      std::erase(owner_.live, this);
+      std::erase(owner_.offScreen, this);
+    }
     WebView& webView() override { return inner_->webView(); }
     void setCloseHandler(std::function<void()> h) override {
       close = h, inner_->setCloseHandler(h);
@@ -56,6 +60,21 @@ class RecordingScreens final : public ScreenPresenter {
     if (!screen) return nullptr;  // refused, as a platform may
     return std::make_unique<Tracked>(*this, std::move(screen));
   }
+  std::unique_ptr<Screen> prepareFullScreen(const ScreenOptions& options) override {
+    auto screen = gtk_.prepareFullScreen(options);
+    if (!screen) return nullptr;
+    return std::make_unique<Tracked>(*this, std::move(screen), /*offScreen=*/true);
+  }
+  bool presentPrepared(Screen& prepared, PresentationAnchor* over) override {
+    auto& tracked = static_cast<Tracked&>(prepared);
+    if (!gtk_.presentPrepared(tracked.inner(),
+                              over ? &dynamic_cast<Tracked&>(*over).inner() : nullptr))
+      return false;
+    ++presented;
+    std::erase(offScreen, &tracked);
+    live.push_back(&tracked);
+    return true;
+  }
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override {
     ++presented;
@@ -72,6 +91,8 @@ class RecordingScreens final : public ScreenPresenter {
 
   // The screens up now, oldest first.
   std::vector<Tracked*> live;
+  // Pages made off screen and not shown yet.
+  std::vector<Tracked*> offScreen;
   // Pages put up in any way: full screen, embedded or stacked.
   int presented = 0;
   ScreenOptions lastOptions;

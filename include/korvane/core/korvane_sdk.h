@@ -23,8 +23,12 @@
 #include "korvane/telemetry/event.h"
 
 namespace korvane {
+namespace offerwall {
+class WarmOfferwall;
+}
 
 class EventBatchService;
+class KorvaneOfferwallViewController;
 class PresentationAnchor;
 class SdkSession;
 class SdkContext;
@@ -122,6 +126,16 @@ class KorvaneSdk {
   void objc_openOfferwall(PresentationAnchor* presenting, const std::string& placementId) {
     openOfferwall(presenting, placementId);
   }
+  // Loads the offerwall of `placementId` ahead of its opening, in a page kept off screen: its web
+  // view made (the web process started), the page loaded with its bridge, its identification
+  // headers and the current user. The next openOfferwall of that placement shows that page at
+  // once and loads nothing again. One page is kept: preloading another placement replaces it. It
+  // goes on logout, when another user logs in, 10 minutes after it was loaded, when the system is
+  // short of memory, and when it fails to load or closes itself unseen; an opening without it
+  // loads as always. Until it is shown the page opens nothing outside the app and its messages
+  // wait. Refused with a log line as openOfferwall is (initialisation, user, offerwall address).
+  // Any thread: the work moves to the main thread.
+  void preloadOfferwall(const std::string& placementId);
   // At an address the host gives, optionally with a bar (in a navigation container when native).
   void openOfferwallWithUrl(const std::string& url, const std::string& placementId,
                             PresentationAnchor* presenting,
@@ -165,6 +179,17 @@ class KorvaneSdk {
   ~KorvaneSdk();
   std::shared_ptr<SdkSession> session() const;
   std::shared_ptr<const SdkContext> context() const;
+  // The page kept for the offerwall of `placementId` at `url`, when it is still fit to show for
+  // the current user; null otherwise. Main thread.
+  std::shared_ptr<KorvaneOfferwallViewController> takePreloaded(const std::string& placementId,
+                                                                const std::string& url);
+  // The keeper of the preloaded page, made with the session's platform on first use.
+  std::shared_ptr<offerwall::WarmOfferwall> warmOfferwall() const;
+  // The keeper if one was made: nothing is made to be emptied.
+  std::shared_ptr<offerwall::WarmOfferwall> existingWarmOfferwall() const;
+  // Lets the kept page go (on the main thread) unless it was loaded for `userId`; any page when
+  // there is none.
+  void forgetPreloadedUnlessFor(const std::optional<std::string>& userId);
 
   friend class KorvaneSdkTestAccess;
   friend class FacadeAccess;
@@ -172,6 +197,7 @@ class KorvaneSdk {
   std::function<PlatformServices()> platform_;
   mutable std::mutex sessionLock_;
   mutable std::shared_ptr<SdkSession> session_;
+  mutable std::shared_ptr<offerwall::WarmOfferwall> warm_;
   // What the facade hands to the parts it makes; answers from the session of the moment.
   std::shared_ptr<const SdkContext> context_;
   // The host's telemetry switch, set on every session the facade makes.

@@ -9,6 +9,7 @@
 #include "korvane/platform/device_probe.h"
 #include "korvane/platform/http_client.h"
 #include "korvane/platform/main_thread.h"
+#include "korvane/platform/memory_pressure.h"
 #include "korvane/platform/person_prompt.h"
 #include "korvane/platform/process_diagnostics.h"
 #include "korvane/platform/random_source.h"
@@ -38,6 +39,8 @@ struct PlatformServices {
   // Asks the person before a page sends them to another app or the browser unasked.
   std::shared_ptr<PersonPrompt> prompt;
   std::shared_ptr<ProcessDiagnostics> diagnostics;
+  // Optional: when the system runs short of memory (the kept offerwall page goes then).
+  std::shared_ptr<MemoryPressure> memoryPressure;
   // Optional: where the core's background work runs (asynchronous tasks; the facade's serial
   // queue). A platform whose system calls need per-task cleanup (iOS autorelease pools) gives
   // its own; when empty the core runs its own threads.

@@ -89,6 +89,21 @@ class ScreenPresenter {
   // window): nothing was shown.
   virtual std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                                     const ScreenOptions& options) = 0;
+  // A full-screen page made now and kept off screen: its web view exists (its web process
+  // started) and loads as a shown one does, ready for presentPrepared. Null when the platform
+  // keeps no page off screen, which is this default.
+  virtual std::unique_ptr<Screen> prepareFullScreen(const ScreenOptions& options) {
+    (void)options;
+    return nullptr;
+  }
+  // Shows `prepared`, a page prepareFullScreen made, over `over` as presentFullScreen would, with
+  // its web view and what it loaded as they are. False when the platform refused it for the same
+  // reasons: nothing was shown and the page stays off screen.
+  virtual bool presentPrepared(Screen& prepared, PresentationAnchor* over) {
+    (void)prepared;
+    (void)over;
+    return false;
+  }
   // A page added inside `parent` just below its visible area, sliding up over `duration`.
   virtual std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                                  std::function<void()> done) = 0;

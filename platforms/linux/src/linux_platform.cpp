@@ -31,6 +31,11 @@ std::shared_ptr<HostAppLifecycle> hostLifecycle() {
   return lifecycle;
 }
 
+std::shared_ptr<LinuxMemoryPressure> memoryPressure() {
+  static const auto pressure = std::make_shared<LinuxMemoryPressure>(processMainThread());
+  return pressure;
+}
+
 PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory) {
   PlatformServices services;
   std::shared_ptr<GlibMainThread> mainThread = processMainThread();
@@ -46,6 +51,7 @@ PlatformServices makePlatformServices(const std::filesystem::path& dataDirectory
   services.lifecycle = hostLifecycle();
   services.urlOpener = std::make_shared<GioUrlOpener>(mainThread);
   services.diagnostics = std::make_shared<LinuxProcessDiagnostics>();
+  services.memoryPressure = memoryPressure();
   services.screens = screenPresenter();
 #if KORVANE_WITH_WEBKIT
   services.prompt = std::make_shared<GtkPersonPrompt>();

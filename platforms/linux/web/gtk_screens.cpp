@@ -62,10 +62,12 @@ void paintBackground(GtkWidget* widget) {
 
 class GtkScreen final : public Screen {
  public:
-  // A window of its own.
-  GtkScreen(std::shared_ptr<ScreenList> list, GtkWindow* over, const ScreenOptions& options)
-      : list_(std::move(list)) {
-    list_->push_back(this);
+  // A window of its own, shown at once unless it is `prepared`: then its page loads in a window
+  // not shown yet, until show().
+  GtkScreen(std::shared_ptr<ScreenList> list, GtkWindow* over, const ScreenOptions& options,
+            bool prepared = false)
+      : list_(std::move(list)), prepared_(prepared) {
+    if (!prepared) list_->push_back(this);
     window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_default_size(GTK_WINDOW(window_), kOfferwallWindowWidth, kOfferwallWindowHeight);
     gtk_window_set_title(GTK_WINDOW(window_),
@@ -91,7 +93,17 @@ class GtkScreen final : public Screen {
                        return TRUE;
                      }),
                      this);
-    gtk_widget_show_all(window_);
+    gtk_widget_show_all(prepared ? column : window_);
+  }
+
+  // Shows a prepared window over `over`; false when it is not one waiting to be shown.
+  bool show(GtkWindow* over) {
+    if (!prepared_ || !window_) return false;
+    prepared_ = false;
+    list_->push_back(this);
+    if (over) gtk_window_set_transient_for(GTK_WINDOW(window_), over);
+    gtk_widget_show(window_);
+    return true;
   }
 
   // The first page of an embedded offerwall, filling `container`, a container of the host's.
@@ -242,6 +254,7 @@ class GtkScreen final : public Screen {
   }
 
   std::shared_ptr<ScreenList> list_;
+  bool prepared_ = false;  // made off screen, not shown yet
   WebKitWebViewPort webView_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   bool leaving_ = false;  // a dismissal's fade-out runs
@@ -254,6 +267,13 @@ class GtkScreen final : public Screen {
   std::function<void()> refresh_;
 };
 
+// GTK starts with the first page, so hosts that never show one need no display.
+bool gtkStarted() {
+  static const bool started = gtk_init_check(nullptr, nullptr);
+  if (!started) g_warning("GTK could not open a display");
+  return started;
+}
+
 }  // namespace
 
 GtkScreenPresenter::GtkScreenPresenter() : screens_(std::make_shared<std::vector<Screen*>>()) {}
@@ -264,13 +284,21 @@ std::vector<Screen*> GtkScreenPresenter::liveScreens() const {
 
 std::unique_ptr<Screen> GtkScreenPresenter::presentFullScreen(PresentationAnchor* over,
                                                               const ScreenOptions& options) {
-  // GTK starts with the first page, so hosts that never show one need no display.
-  static const bool started = gtk_init_check(nullptr, nullptr);
-  if (!started) g_warning("GTK could not open a display");
+  gtkStarted();
   // A desktop has no screens of the host's to anchor on: only offerwall pages are anchors.
   auto* page = dynamic_cast<GtkScreen*>(over);
   GtkWindow* parent = page ? page->window() : nullptr;
   return std::make_unique<GtkScreen>(screens_, parent, options);
+}
+
+std::unique_ptr<Screen> GtkScreenPresenter::prepareFullScreen(const ScreenOptions& options) {
+  if (!gtkStarted()) return nullptr;
+  return std::make_unique<GtkScreen>(screens_, nullptr, options, /*prepared=*/true);
+}
+
+bool GtkScreenPresenter::presentPrepared(Screen& prepared, PresentationAnchor* over) {
+  auto* page = dynamic_cast<GtkScreen*>(over);
+  return static_cast<GtkScreen&>(prepared).show(page ? page->window() : nullptr);
 }
 
 std::unique_ptr<Screen> GtkScreenPresenter::embedIn(GtkWidget* container) {

@@ -113,6 +113,17 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 // and records the opening. The callbacks are kept until the offerwall has closed; the event
 // callback until the next opening replaces it.
 
+/// Loads the placement's offerwall ahead of its opening in a page kept off screen (a WKWebView
+/// not in any window, its web content process started, the page loaded with its bridge, its
+/// identification headers and the current user), so that the next
+/// `openOfferwallWithPresentingViewController:placementId:callback:eventCallback:` of that
+/// placement presents it at once and loads nothing again. One page is kept: preloading another
+/// placement replaces it. It goes on logout, when another user logs in, 10 minutes after it was
+/// loaded, on the system's memory warning, and when it fails to load or closes itself unseen; an
+/// opening without it loads as always. Until it is shown the page opens nothing outside the app.
+/// Refused with a log line as an opening is (not initialised, no user, no offerwall address).
+- (void)preloadOfferwallWithPlacementId:(NSString*)placementId
+    NS_SWIFT_NAME(preloadOfferwall(placementId:));
 /// The offerwall at the address the backend gave at validation.
 - (void)openOfferwallWithPresentingViewController:(UIViewController*)presentingViewController
                                       placementId:(NSString*)placementId

@@ -200,6 +200,10 @@ korvane::KorvaneSdk& core() {
   korvane::KorvaneSdk::setTelemetryEnabled(telemetryEnabled);
 }
 
+- (void)preloadOfferwallWithPlacementId:(NSString*)placementId {
+  core().preloadOfferwall(toStdString(placementId));
+}
+
 - (void)openOfferwallWithPresentingViewController:(UIViewController*)presentingViewController
                                       placementId:(NSString*)placementId
                                          callback:(nullable id<KorvaneOfferwallCallback>)callback

@@ -10,6 +10,7 @@
 #import "ports/uikit_app_lifecycle.h"
 #import "ports/uikit_background_time.h"
 #import "ports/uikit_device_probe.h"
+#import "ports/uikit_memory_pressure.h"
 #import "ports/url_session_http_client.h"
 #import "ports/user_defaults_store.h"
 #import "web/uikit_person_prompt.h"
@@ -31,6 +32,7 @@ PlatformServices makePlatformServices() {
   services.tracking = std::make_shared<AttTrackingAuthorization>();
   services.reachability = std::make_shared<SCNetworkReachabilityProbe>();
   services.lifecycle = std::make_shared<UIKitAppLifecycle>();
+  services.memoryPressure = std::make_shared<UIKitMemoryPressure>();
   services.urlOpener = std::make_shared<UIKitUrlOpener>();
   services.diagnostics = std::make_shared<ExceptionDiagnostics>();
   services.screens = std::make_shared<UIKitScreenPresenter>();

@@ -40,9 +40,13 @@ class ControllerScreen final : public UIKitScreen {
   void afterTransition(std::function<void()> then) override;
 
   ::KorvaneOfferwallViewController* _Nullable controller() const { return controller_; }
+  // A page made off screen is held here until UIKit presents it and holds it instead.
+  void holdUntilPresented() { held_ = controller_; }
+  void presented() { held_ = nil; }
 
  private:
   __weak ::KorvaneOfferwallViewController* controller_;
+  ::KorvaneOfferwallViewController* _Nullable held_;
 };
 
 // A page of the embedded offerwall's stack: a web view filling the host's view, above the pages
@@ -82,6 +86,10 @@ class UIKitScreenPresenter final : public ScreenPresenter {
  public:
   std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* _Nullable over,
                                             const ScreenOptions& options) override;
+  // A page whose view is loaded and laid out at the screen's size, its WKWebView loading, held
+  // off screen until presentPrepared presents it as presentFullScreen would.
+  std::unique_ptr<Screen> prepareFullScreen(const ScreenOptions& options) override;
+  bool presentPrepared(Screen& prepared, PresentationAnchor* _Nullable over) override;
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override;
   std::unique_ptr<Screen> stackOver(Screen& parent) override;

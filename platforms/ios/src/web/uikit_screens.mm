@@ -215,6 +215,28 @@ PresentationAnchor* anchorFor(UIViewController* _Nullable candidate) {
   return box->anchor.get();
 }
 
+namespace {
+
+// Presents `shown` full screen over `over`, unless UIKit would refuse it.
+bool presentOver(UIViewController* shown, PresentationAnchor* _Nullable over) {
+  shown.modalPresentationStyle = UIModalPresentationFullScreen;
+  UIViewController* presenting = presentingControllerFor(over);
+  if (!presenting || !presenting.viewIfLoaded.window) {
+    KorvaneLogger::e(kTag, "No view controller on screen to present the offerwall from");
+    return false;
+  }
+  // UIKit would refuse it and simply let the page go: say so instead of showing nothing.
+  if (presenting.presentedViewController || transitionRuns(presenting)) {
+    KorvaneLogger::e(kTag,
+                     "A presentation or dismissal is in progress; the offerwall is not shown");
+    return false;
+  }
+  [presenting presentViewController:shown animated:YES completion:nil];
+  return shown.presentingViewController != nil;  // refused all the same when nil
+}
+
+}  // namespace
+
 std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnchor* _Nullable over,
                                                                 const ScreenOptions& options) {
   auto* page = [[::KorvaneOfferwallViewController alloc] initWithCoreController:options.controller];
@@ -222,21 +244,32 @@ std::unique_ptr<Screen> UIKitScreenPresenter::presentFullScreen(PresentationAnch
   UIViewController* shown = page;
   if (options.inNavigationContainer)
     shown = [[KorvanePortraitNavigationController alloc] initWithRootViewController:page];
-  shown.modalPresentationStyle = UIModalPresentationFullScreen;
-  UIViewController* presenting = presentingControllerFor(over);
-  if (!presenting || !presenting.viewIfLoaded.window) {
-    KorvaneLogger::e(kTag, "No view controller on screen to present the offerwall from");
-    return nullptr;
-  }
-  // UIKit would refuse it and simply let the page go: say so instead of showing nothing.
-  if (presenting.presentedViewController || transitionRuns(presenting)) {
-    KorvaneLogger::e(kTag,
-                     "A presentation or dismissal is in progress; the offerwall is not shown");
-    return nullptr;
-  }
-  [presenting presentViewController:shown animated:YES completion:nil];
-  if (!shown.presentingViewController) return nullptr;  // refused all the same
+  if (!presentOver(shown, over)) return nullptr;
   return screen;
+}
+
+// Full screen without a navigation container: the facade's openings are presented so.
+std::unique_ptr<Screen> UIKitScreenPresenter::prepareFullScreen(const ScreenOptions& options) {
+  if (options.inNavigationContainer) return nullptr;
+  auto* page = [[::KorvaneOfferwallViewController alloc] initWithCoreController:options.controller];
+  auto screen = std::make_unique<ControllerScreen>(page, options);
+  screen->holdUntilPresented();
+  [page loadViewIfNeeded];
+  // The page lays out now at the size it will show at (the app's window), so that showing it lays
+  // nothing out again.
+  if (UIWindow* window = keyWindowRoot().viewIfLoaded.window) {
+    page.view.frame = window.bounds;
+    [page.view layoutIfNeeded];
+  }
+  return screen;
+}
+
+bool UIKitScreenPresenter::presentPrepared(Screen& prepared, PresentationAnchor* _Nullable over) {
+  auto& screen = static_cast<ControllerScreen&>(prepared);
+  ::KorvaneOfferwallViewController* page = screen.controller();
+  if (!page || page.presentingViewController || !presentOver(page, over)) return false;
+  screen.presented();
+  return true;
 }
 
 std::unique_ptr<Screen> UIKitScreenPresenter::embedSlidingUp(Screen& parent,

@@ -22,6 +22,9 @@ class GtkScreenPresenter final : public ScreenPresenter {
   std::unique_ptr<Screen> embedIn(GtkWidget* container);
   std::unique_ptr<Screen> presentFullScreen(PresentationAnchor* over,
                                             const ScreenOptions& options) override;
+  // A window made and loading but not shown (its web process runs), until presentPrepared.
+  std::unique_ptr<Screen> prepareFullScreen(const ScreenOptions& options) override;
+  bool presentPrepared(Screen& prepared, PresentationAnchor* over) override;
   std::unique_ptr<Screen> embedSlidingUp(Screen& parent, std::chrono::milliseconds duration,
                                          std::function<void()> done) override;
   std::unique_ptr<Screen> stackOver(Screen& parent) override;

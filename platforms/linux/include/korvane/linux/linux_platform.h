@@ -5,6 +5,7 @@
 
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
+#include "korvane/linux/linux_memory_pressure.h"
 #include "korvane/offerwall/offerwall_view.h"
 #include "korvane/platform/platform_services.h"
 
@@ -22,6 +23,9 @@ std::shared_ptr<GlibMainThread> processMainThread();
 std::shared_ptr<ScreenPresenter> screenPresenter();
 // The lifecycle the host reports to (window hidden or shown, quitting). Process-wide.
 std::shared_ptr<HostAppLifecycle> hostLifecycle();
+// The memory warnings the SDK hears: GIO's, and the host's own through notifyLowMemory().
+// Process-wide.
+std::shared_ptr<LinuxMemoryPressure> memoryPressure();
 
 // Where the embeddable offerwall shows: `container` is a GtkContainer the host placed in its own
 // layout (a GtkBox, a GtkGrid cell, a GtkStack page), and the offerwall's pages fill it:
