@@ -2,7 +2,8 @@
 # Builds KorvaneSDK.framework for arm64 iPhones and iPads (iOS 14.0+) and for the arm64 Simulator,
 # checks both, and joins them into build/ios/KorvaneSDK.xcframework with a dSYM per slice.
 #
-# Each slice is checked from captured tool output: the Mach-O binary and bundle for its platform,
+# Each slice is checked from captured tool output: nothing runs when it is loaded (no static
+# initializer, no +load method), the Mach-O binary and bundle for its platform,
 # `@import KorvaneSDK;` as plain Objective-C, and the sample app linked against it. The device
 # slice also gets its bindings checked against the oldest supported iOS, the public API compared
 # with its checked-in listings (Objective-C, and Swift with the Swift layer), a doc comment on every
@@ -104,6 +105,12 @@ check_slice() {
 
 build_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK"
 build_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK"
+
+# Nothing of the framework runs when an app loads it, before the app's main: no static
+# initializer and no +load method in either slice.
+for slice in iphoneos iphonesimulator; do
+  python3 -m korvane_ios.at_load "$out/$slice/KorvaneSDK.framework/KorvaneSDK"
+done
 
 device="$out/iphoneos/KorvaneSDK.framework"
 # The oldest supported iOS has every library and symbol the device slice binds without weak

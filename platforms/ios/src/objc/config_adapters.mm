@@ -2,6 +2,7 @@
 
 #include "korvane/core/logger.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 
 using korvane::ios::toNSString;
@@ -10,6 +11,10 @@ using korvane::ios::toStdString;
 
 @implementation KorvaneSdkConfig {
   std::optional<korvane::KorvaneSdkConfig> _config;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -56,6 +61,10 @@ using korvane::ios::toStdString;
 
 @implementation KorvaneSdkConfigBuilder {
   std::optional<korvane::KorvaneSdkConfig::Builder> _builder;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -122,6 +131,10 @@ NSString* KorvaneSdkUserGenderStringValue(KorvaneSdkUserGender gender) {
 
 @implementation KorvaneSdkUser {
   std::optional<korvane::KorvaneSdkUser> _user;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {

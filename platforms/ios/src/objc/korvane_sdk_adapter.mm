@@ -9,6 +9,7 @@
 #import "objc/objc_errors.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -25,6 +26,10 @@ korvane::KorvaneSdk& core() {
 
 @implementation KorvaneSdk {
   __weak UIApplication* _application;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 + (KorvaneSdk*)shared {

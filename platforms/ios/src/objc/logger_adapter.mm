@@ -3,6 +3,7 @@
 #include "korvane/core/logger.h"
 #import "objc/objc_errors.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 
 // The Objective-C KorvaneLogger and the core's korvane::KorvaneLogger share a name; the core's is
@@ -30,6 +31,10 @@ struct BlockSink {
 }  // namespace
 
 @implementation KorvaneLogger
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
+}
 
 - (instancetype)init {
   KORVANE_UNAVAILABLE_INITIALIZER(@"KorvaneLogger has class methods only");

@@ -5,6 +5,7 @@
 #include "korvane/api/device_utils.h"
 #include "korvane/core/control_labels.h"
 #import "objc/callback_bridges.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -23,6 +24,10 @@ using korvane::ios::toStdString;
   __weak WKWebView* _boundWebView;
   UIView* _navigationBar;
   BOOL _pageInstalled;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)initWithNibName:(nullable NSString*)nibNameOrNil

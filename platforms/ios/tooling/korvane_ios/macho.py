@@ -1,5 +1,5 @@
 """What the iOS checks read from a Mach-O binary, through llvm-objdump: file type, architecture,
-platform and minimum OS, UUID, install name and loaded libraries, exported names, bindings, the
+platform and minimum OS, UUID, install name and loaded libraries, sections, exported names, bindings, the
 Objective-C method lists and the disassembly. The parse functions take llvm-objdump's text; `read`
 and the other readers run it.
 
@@ -111,6 +111,52 @@ def parse_commands(binary, text):
                 raise MachOError(f"{name} without a name")
             binary.loads.append(Load(name, value("name")))
     return binary
+
+
+@dataclass(frozen=True)
+class Section:
+    segment: str
+    name: str
+    address: int
+    size: int
+    offset: int
+    type: str
+
+
+SECTION_FIELDS = ("sectname", "segname", "addr", "size", "offset", "type")
+
+
+def parse_sections(text):
+    """Every section of `llvm-objdump --macho --private-headers`, and the __TEXT segment's
+    address (the image base that __init_offsets counts from)."""
+    base = None
+    for command in re.split(r"^Load command \d+\n", text, flags=re.M)[1:]:
+        segment = command.split("\nSection\n", 1)[0]  # its own fields, not its sections'
+        if re.search(r"^\s*cmd LC_SEGMENT_64$", segment, re.M) and re.search(
+            r"^\s*segname __TEXT$", segment, re.M
+        ):
+            found = re.search(r"^\s*vmaddr (0x[0-9a-fA-F]+)$", segment, re.M)
+            if not found:
+                raise MachOError("the __TEXT segment has no vmaddr line")
+            base = int(found.group(1), 16)
+    if base is None:
+        raise MachOError("no __TEXT segment in the load commands")
+    sections = []
+    for block in re.split(r"^Section\n", text, flags=re.M)[1:]:
+        fields = dict(re.findall(rf"^\s*({'|'.join(SECTION_FIELDS)}) (\S+)", block, re.M))
+        if missing := sorted(set(SECTION_FIELDS) - set(fields)):
+            raise MachOError(f"a section without {', '.join(missing)}")
+        sections.append(
+            Section(
+                fields["segname"],
+                fields["sectname"],
+                int(fields["addr"], 16),
+                int(fields["size"], 16),
+                int(fields["offset"]),
+                fields["type"],
+            )
+        )
+    return base, sections
 
 
 def parse_exports(text):
