@@ -8,9 +8,9 @@
 # slice also gets its bindings checked against the oldest supported iOS, the public API compared
 # with its checked-in listings (Objective-C, and Swift with the Swift layer), a doc comment on every
 # public declaration, the Clang static analyzer over the Objective-C++ layer and the iOS layer's
-# no-product-rule check. Prints the sizes. With a Swift compiler the framework carries its Swift
-# layer (platforms/ios/swift), and the Swift sample and the documentation's Swift snippets are
-# compiled.
+# no-product-rule check. Prints what each part costs in each slice. With a Swift compiler the
+# framework carries its Swift layer (platforms/ios/swift), and the Swift sample and the
+# documentation's Swift snippets are compiled.
 #
 # The SDK: see scripts/ios-sdk.sh (IOS_SDK, xcrun on macOS, else /opt/ios-sdk/iPhoneOS26.2.sdk).
 # Without one it says so and exits 0, so machines without an SDK skip the iOS build.
@@ -111,6 +111,12 @@ build_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK"
 for slice in iphoneos iphonesimulator; do
   python3 -m korvane_ios.at_load "$out/$slice/KorvaneSDK.framework/KorvaneSDK"
 done
+# What each part of the SDK costs in each slice.
+for slice in iphoneos iphonesimulator; do
+  echo "== $slice"
+  python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
+    "$out/$slice/KorvaneSDK.map" --sources "$root"
+done
 
 device="$out/iphoneos/KorvaneSDK.framework"
 # The oldest supported iOS has every library and symbol the device slice binds without weak
@@ -161,11 +167,6 @@ check_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK" i
 
 python3 -m korvane_ios.xcframework "$out/KorvaneSDK.xcframework" \
   "$out/iphoneos/KorvaneSDK.framework" "$out/iphonesimulator/KorvaneSDK.framework"
-for slice in iphoneos iphonesimulator; do
-  echo "== $slice"
-  python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
-    "$out/$slice/KorvaneSDK.map"
-done
 
 # The Swift an app writes: the Swift sample and the documentation's Swift snippets, per slice.
 bash "$root/scripts/ios-swift.sh"
