@@ -17,8 +17,8 @@ typedef void (^KorvaneTelemetrySinkBlock)(KorvaneLogLevel, NSString*, NSString*,
 
 namespace {
 
-// The app's block as the core's sink; kept recognisable so that reading the sink gives the
-// same block back.
+// The app's block as the core's sink. The block is also the sink's owner, which the core hands
+// back, so that reading the sink gives the same block back.
 struct BlockSink {
   KorvaneTelemetrySinkBlock block;
   void operator()(korvane::LogLevel level, std::string_view tag, std::string_view message,
@@ -53,9 +53,10 @@ struct BlockSink {
 }
 
 + (nullable KorvaneTelemetrySinkBlock)telemetrySink {
+  if (std::shared_ptr<const void> owner = CoreLogger::telemetrySinkOwner())
+    return (__bridge KorvaneTelemetrySinkBlock)owner.get();
   CoreLogger::TelemetrySink sink = CoreLogger::telemetrySink();
   if (!sink) return nil;
-  if (const BlockSink* own = sink.target<BlockSink>()) return own->block;
   return ^(KorvaneLogLevel level, NSString* tag, NSString* message, NSError* _Nullable error) {
     std::optional<korvane::Error> coreError;
     if (error) coreError = korvane::ios::toError((NSError* _Nonnull)error);
@@ -66,7 +67,10 @@ struct BlockSink {
 
 + (void)setTelemetrySink:(nullable KorvaneTelemetrySinkBlock)telemetrySink {
   if (!telemetrySink) return CoreLogger::setTelemetrySink(nullptr);
-  CoreLogger::setTelemetrySink(BlockSink{[telemetrySink copy]});
+  KorvaneTelemetrySinkBlock block = [telemetrySink copy];
+  std::shared_ptr<const void> owner((__bridge_retained const void*)block,
+                                    [](const void* held) { CFRelease(held); });
+  CoreLogger::setTelemetrySink(BlockSink{block}, std::move(owner));
 }
 
 + (void)e:(NSString*)tag message:(NSString*)message {

@@ -40,6 +40,7 @@ class ControllerScreen final : public UIKitScreen {
   void afterTransition(std::function<void()> then) override;
 
   ::KorvaneOfferwallViewController* _Nullable controller() const { return controller_; }
+  void* platformObject() const override { return (__bridge void*)controller_; }
 
  private:
   __weak ::KorvaneOfferwallViewController* controller_;
@@ -57,6 +58,7 @@ class StackedScreen final : public UIKitScreen {
   // Views come and go at once: nothing to wait for.
   void afterTransition(std::function<void()> then) override { then(); }
   UIView* _Nullable container() const { return container_; }
+  void* platformObject() const override { return (__bridge void*)container_; }
 
  private:
   __weak UIView* container_;
@@ -68,6 +70,7 @@ class HostControllerAnchor final : public PresentationAnchor {
  public:
   explicit HostControllerAnchor(UIViewController* controller) : controller_(controller) {}
   UIViewController* _Nullable controller() const { return controller_; }
+  void* platformObject() const override { return (__bridge void*)controller_; }
 
  private:
   __weak UIViewController* controller_;
