@@ -115,7 +115,7 @@ done
 for slice in iphoneos iphonesimulator; do
   echo "== $slice"
   python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
-    "$out/$slice/KorvaneSDK.map" --sources "$root"
+    "$out/$slice/KorvaneSDK.map" --build "$out/$slice"
 done
 
 device="$out/iphoneos/KorvaneSDK.framework"
