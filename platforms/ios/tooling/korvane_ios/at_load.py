@@ -115,7 +115,7 @@ def main(argv):
             f"{binary} runs code when it is loaded, before the app's main; make these constants "
             "or set them up at first use:\n  " + "\n  ".join(found)
         )
-    print(f"{binary.name}: no static initializer and no +load method")
+    print(f"{binary}: no static initializer and no +load method")
 
 
 if __name__ == "__main__":
