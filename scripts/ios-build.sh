@@ -2,14 +2,15 @@
 # Builds KorvaneSDK.framework for arm64 iPhones and iPads (iOS 14.0+) and for the arm64 Simulator,
 # checks both, and joins them into build/ios/KorvaneSDK.xcframework with a dSYM per slice.
 #
-# Each slice is checked from captured tool output: the Mach-O binary and bundle for its platform,
+# Each slice is checked from captured tool output: nothing runs when it is loaded (no static
+# initializer, no +load method), the Mach-O binary and bundle for its platform,
 # `@import KorvaneSDK;` as plain Objective-C, and the sample app linked against it. The device
 # slice also gets its bindings checked against the oldest supported iOS, the public API compared
 # with its checked-in listings (Objective-C, and Swift with the Swift layer), a doc comment on every
 # public declaration, the Clang static analyzer over the Objective-C++ layer and the iOS layer's
-# no-product-rule check. Prints the sizes. With a Swift compiler the framework carries its Swift
-# layer (platforms/ios/swift), and the Swift sample and the documentation's Swift snippets are
-# compiled.
+# no-product-rule check. Prints what each part costs in each slice, and fails when the device slice
+# passes 800 KiB stripped. With a Swift compiler the framework carries its Swift layer
+# (platforms/ios/swift), and the Swift sample and the documentation's Swift snippets are compiled.
 #
 # The SDK: see scripts/ios-sdk.sh (IOS_SDK, xcrun on macOS, else /opt/ios-sdk/iPhoneOS26.2.sdk).
 # Without one it says so and exits 0, so machines without an SDK skip the iOS build.
@@ -105,6 +106,21 @@ check_slice() {
 build_slice iphoneos arm64-apple-ios14.0 "$IOS_SDK"
 build_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK"
 
+# Nothing of the framework runs when an app loads it, before the app's main: no static
+# initializer and no +load method in either slice.
+for slice in iphoneos iphonesimulator; do
+  python3 -m korvane_ios.at_load "$out/$slice/KorvaneSDK.framework/KorvaneSDK"
+done
+# What each part of the SDK costs in each slice; the device slice, which apps ship, may not pass
+# 800 KiB stripped.
+for slice in iphoneos iphonesimulator; do
+  echo "== $slice"
+  limit=()
+  if [[ $slice == iphoneos ]]; then limit=(--limit-kib 800); fi
+  python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
+    "$out/$slice/KorvaneSDK.map" --build "$out/$slice" "${limit[@]}"
+done
+
 device="$out/iphoneos/KorvaneSDK.framework"
 # The oldest supported iOS has every library and symbol the device slice binds without weak
 # import, as told by an SDK of that iOS (IOS_OLDEST_SDK, else /opt/ios-sdk/iPhoneOS14.5.sdk; its
@@ -154,11 +170,6 @@ check_slice iphonesimulator arm64-apple-ios14.0-simulator "$IOS_SIMULATOR_SDK" i
 
 python3 -m korvane_ios.xcframework "$out/KorvaneSDK.xcframework" \
   "$out/iphoneos/KorvaneSDK.framework" "$out/iphonesimulator/KorvaneSDK.framework"
-for slice in iphoneos iphonesimulator; do
-  echo "== $slice"
-  python3 -m korvane_ios.size "$out/$slice/KorvaneSDK.framework/KorvaneSDK" \
-    "$out/$slice/KorvaneSDK.map"
-done
 
 # The Swift an app writes: the Swift sample and the documentation's Swift snippets, per slice.
 bash "$root/scripts/ios-swift.sh"

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <sstream>
 
 #include "backend/gzip.h"
 #include "backend/record_codec.h"

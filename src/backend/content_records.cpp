@@ -1,9 +1,21 @@
 #include "backend/record_codec.h"
 
+#include <array>
+
+#include "korvane/raw_value_lists.h"
+
 namespace korvane {
 
+namespace {
+#define KORVANE_RAW_VALUE(name, raw) raw,
+constexpr std::array kMissionTypeRawValues = {KORVANE_MISSION_TYPES(KORVANE_RAW_VALUE)};
+#undef KORVANE_RAW_VALUE
+static_assert(kMissionTypeRawValues.size() ==
+              static_cast<std::size_t>(MissionType::offerwallPromotion) + 1);
+}  // namespace
+
 const char* rawValue(MissionType type) {
-  return type == MissionType::offerwallPromotion ? "offerwall_promotion" : "normal";
+  return kMissionTypeRawValues[static_cast<std::size_t>(type)];
 }
 
 using namespace json;
@@ -75,9 +87,9 @@ constexpr auto kPlacementUrlResponseFields = std::tuple{
 Status read(const Json& value, MissionType& out, const std::string& path) {
   if (!value.is_string()) return wrongType(path, "text");
   const std::string& text = value.get_ref<const std::string&>();
-  if (text == "normal") {
+  if (text == rawValue(MissionType::normal)) {
     out = MissionType::normal;
-  } else if (text == "offerwall_promotion") {
+  } else if (text == rawValue(MissionType::offerwallPromotion)) {
     out = MissionType::offerwallPromotion;
   } else {
     return corrupted(path, "unknown mission type \"" + text + "\"");

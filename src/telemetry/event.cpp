@@ -2,15 +2,14 @@
 
 #include <array>
 
+#include "korvane/raw_value_lists.h"
+
 namespace korvane {
 namespace {
-constexpr std::array<const char*, 17> kRawValues = {
-    "quiz_clicked",      "quiz_impressed",     "quiz_started",
-    "quiz_completed",    "mission_clicked",    "mission_impressed",
-    "mission_completed", "mission_progressed", "offerwall_opened",
-    "offerwall_closed",  "banner_clicked",     "banner_impressed",
-    "login_success",     "login_failed",       "custom",
-    "sdk_error",         "sdk_crash"};
+#define KORVANE_RAW_VALUE(name, raw) raw,
+constexpr std::array kRawValues = {KORVANE_EVENT_TYPES(KORVANE_RAW_VALUE)};
+#undef KORVANE_RAW_VALUE
+static_assert(kRawValues.size() == static_cast<std::size_t>(EventType::sdkCrash) + 1);
 }  // namespace
 
 const char* rawValue(EventType type) {

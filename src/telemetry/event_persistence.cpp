@@ -5,8 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <memory>
 #include <unordered_set>
 
 #include "korvane/core/logger.h"
@@ -17,12 +16,30 @@ namespace {
 
 constexpr std::string_view kTag = "EventBatchService";
 
+// C stdio rather than file streams: the streams' templates would be compiled into the iOS
+// framework (about 8 KiB) for these two uses.
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
 std::optional<std::string> readWhole(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+  const File in(std::fopen(path.c_str(), "rb"));
   if (!in) return std::nullopt;
-  std::stringstream text;
-  text << in.rdbuf();
-  return std::move(text).str();
+  std::string text;
+  char buffer[16384];
+  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, in.get()))
+    text.append(buffer, count);
+  if (std::ferror(in.get())) return std::nullopt;
+  return text;
+}
+
+// The whole text, flushed and closed; false when any step failed.
+bool writeWhole(const std::string& path, const std::string& text) {
+  File out(std::fopen(path.c_str(), "wb"));
+  if (!out) return false;
+  const bool written = std::fwrite(text.data(), 1, text.size(), out.get()) == text.size();
+  return std::fclose(out.release()) == 0 && written;
 }
 
 }  // namespace
@@ -77,13 +94,7 @@ Result<std::string> EventPersistenceManager::fileLocation() const {
 // a crash or a full disk part-way through leaves the old file whole.
 Status EventPersistenceManager::writeTextLocked(const std::string& path, const std::string& text) {
   const std::string temporary = path + ".writing";
-  bool written = false;
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.close();
-    written = !out.fail();
-  }
+  const bool written = writeWhole(temporary, text);
   std::error_code ec;
   if (written) std::filesystem::rename(temporary, path, ec);
   if (!written || ec) {

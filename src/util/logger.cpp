@@ -32,8 +32,15 @@ class SharedSlot {
   std::shared_ptr<const F> value_;
 };
 
-SharedSlot<KorvaneLogger::TelemetrySink>& sinkSlot() {
-  static NoDestructor<SharedSlot<KorvaneLogger::TelemetrySink>> slot;
+// The sink with the owner it was given, swapped together.
+struct OwnedSink {
+  KorvaneLogger::TelemetrySink sink;
+  std::shared_ptr<const void> owner;
+  explicit operator bool() const { return static_cast<bool>(sink); }
+};
+
+SharedSlot<OwnedSink>& sinkSlot() {
+  static NoDestructor<SharedSlot<OwnedSink>> slot;
   return slot.get();
 }
 
@@ -110,15 +117,20 @@ std::optional<LogLevel> logLevelFromRawValue(long rawValue) {
   return static_cast<LogLevel>(rawValue);
 }
 
-void KorvaneLogger::setTelemetrySink(TelemetrySink sink) {
+void KorvaneLogger::setTelemetrySink(TelemetrySink sink, std::shared_ptr<const void> owner) {
   const bool present = static_cast<bool>(sink);
-  sinkSlot().set(std::move(sink));
+  sinkSlot().set(OwnedSink{std::move(sink), present ? std::move(owner) : nullptr});
   hasSink_.store(present, std::memory_order_release);
 }
 
 KorvaneLogger::TelemetrySink KorvaneLogger::telemetrySink() {
-  std::shared_ptr<const TelemetrySink> sink = sinkSlot().get();
-  return sink ? *sink : TelemetrySink();
+  std::shared_ptr<const OwnedSink> installed = sinkSlot().get();
+  return installed ? installed->sink : TelemetrySink();
+}
+
+std::shared_ptr<const void> KorvaneLogger::telemetrySinkOwner() {
+  std::shared_ptr<const OwnedSink> installed = sinkSlot().get();
+  return installed ? installed->owner : nullptr;
 }
 
 void KorvaneLogger::setLineWriter(LineWriter writer) {
@@ -140,7 +152,7 @@ void KorvaneLogger::writePlain(LogLevel level, std::string_view tag, std::string
 void KorvaneLogger::writeError(LogLevel level, std::string_view tag, std::string_view message,
                                const Error* error) {
   const std::string scrubbed = scrubber::scrub(message);
-  if (auto sink = sinkSlot().get()) (*sink)(level, tag, scrubbed, error);
+  if (auto installed = sinkSlot().get()) installed->sink(level, tag, scrubbed, error);
   if (prints(level)) emitLine(level, tag, scrubbed, error);
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <regex>
 
 #include "korvane/core/logger.h"
@@ -143,6 +144,31 @@ TEST(KorvaneLogger, TheSinkCanBeReadAndChained) {
   EXPECT_EQ(heard, (std::vector<std::string>{"host slow", "installed slow"}));
   KorvaneLogger::setTelemetrySink(nullptr);
   EXPECT_FALSE(KorvaneLogger::telemetrySink());
+}
+
+// A platform gives its host object with the sink and reads it back; the owner goes with the sink
+// it came with: replaced by another sink or cleared, it is dropped and released.
+TEST(KorvaneLogger, TheSinksOwnerComesBackWithItsSinkOnlyAndIsReleasedWithIt) {
+  LogCapture capture(LogLevel::none);
+  const auto sink = [](LogLevel, std::string_view, std::string_view, const Error*) {};
+  auto owner = std::make_shared<int>(7);
+  const std::weak_ptr<int> watched = owner;
+  KorvaneLogger::setTelemetrySink(sink, std::move(owner));
+  EXPECT_EQ(KorvaneLogger::telemetrySinkOwner().get(), watched.lock().get());
+
+  struct Next {
+    const char* name;
+    KorvaneLogger::TelemetrySink sink;
+    bool withOwner;
+  };
+  for (const Next& next :
+       {Next{"another sink without one", sink, false}, Next{"no sink, with one", nullptr, true}}) {
+    SCOPED_TRACE(next.name);
+    KorvaneLogger::setTelemetrySink(sink, std::make_shared<int>(1));
+    KorvaneLogger::setTelemetrySink(next.sink, next.withOwner ? std::make_shared<int>(2) : nullptr);
+    EXPECT_EQ(KorvaneLogger::telemetrySinkOwner(), nullptr);
+  }
+  EXPECT_TRUE(watched.expired());
 }
 
 TEST(KorvaneLogger, ErrorSuffixCarriesTheScrubbedDescription) {

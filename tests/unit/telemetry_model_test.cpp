@@ -428,6 +428,19 @@ TEST_F(EventFileTest, AnUnreadableDirectoryGivesErrorsNotExceptions) {
   fs::remove(other);
 }
 
+// A disk that fills up while the new text is written (the temporary file is /dev/full, which
+// takes the bytes and fails the flush) fails the save and leaves the old file whole.
+TEST_F(EventFileTest, ASaveThatCannotFlushFailsAndKeepsTheOldFile) {
+  auto store = manager();
+  ASSERT_TRUE(store.saveEvents({eventAt(now(), "kept")}).ok());
+  fs::create_symlink("/dev/full", file().string() + ".writing");
+  EXPECT_FALSE(store.saveEvents({eventAt(now(), "kept"), eventAt(now(), "lost")}).ok());
+  const auto events = store.loadEvents();
+  ASSERT_TRUE(events.ok());
+  ASSERT_EQ(events.value().size(), 1u);
+  EXPECT_EQ(events.value()[0].eventId, "kept");
+}
+
 // The crash handler saves through the same lock; when it runs on a thread that died inside a
 // file operation, its save is refused instead of waiting for that thread forever.
 TEST_F(EventFileTest, AFileOperationStartedInsideAnotherOnTheSameThreadIsRefused) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <concepts>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -83,9 +84,13 @@ class KorvaneLogger {
     level_.store(static_cast<int>(level), std::memory_order_relaxed);
   }
 
-  static void setTelemetrySink(TelemetrySink sink);
+  // `owner`, when given, is kept with the sink and handed back by telemetrySinkOwner(): a platform
+  // layer that wraps a host's object into the sink uses it to give that object back.
+  static void setTelemetrySink(TelemetrySink sink, std::shared_ptr<const void> owner = nullptr);
   // The sink now installed (empty when none), so that a host can chain its own in front of it.
   static TelemetrySink telemetrySink();
+  // The owner given with the sink now installed; null when none was.
+  static std::shared_ptr<const void> telemetrySinkOwner();
   static bool hasTelemetrySink() { return hasSink_.load(std::memory_order_acquire); }
 
   // Where console lines go; standard error unless a host routes them elsewhere. Null restores it.

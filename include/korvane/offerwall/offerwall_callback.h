@@ -18,6 +18,9 @@ class OfferwallCallback {
   virtual void onClosed() = 0;
   virtual void onError(const std::string& message) = 0;
   virtual void onRewardEarned(int amount) = 0;
+  // The host's own object this callback forwards to, where a platform layer bridges one (an
+  // Objective-C object on iOS), so that the platform can give it back; null otherwise.
+  virtual void* platformObject() const { return nullptr; }
 };
 
 // Custom events pages send to the host application, and data requests it answers at once
@@ -29,6 +32,8 @@ class OfferwallEventCallback {
   virtual std::optional<JsonValue> onDataRequest(const std::string& requestId,
                                                  const std::string& requestType,
                                                  const JsonValue& params) = 0;
+  // As OfferwallCallback::platformObject().
+  virtual void* platformObject() const { return nullptr; }
 };
 
 // An OfferwallCallback made of four closures; absent ones do nothing.

@@ -32,6 +32,9 @@ class PresentationAnchor {
 
   // Expires when the anchor is destroyed, so that work which waited can tell.
   std::weak_ptr<const void> lifetime() const { return lifetime_; }
+  // The platform's own object the anchor stands for (on iOS a view controller, or the view an
+  // embedded page fills), for the platform's presenter; null when it has none or it is gone.
+  virtual void* platformObject() const { return nullptr; }
 
  private:
   std::shared_ptr<const void> lifetime_ = std::make_shared<const char>('\0');

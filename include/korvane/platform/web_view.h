@@ -106,6 +106,9 @@ class WebView {
   virtual bool canGoBack() const = 0;
   virtual void goBack() = 0;
   virtual std::optional<std::string> currentUrl() const = 0;
+  // The platform's own view (a WKWebView on iOS), for the platform's other ports; null when it
+  // has none.
+  virtual void* platformObject() const { return nullptr; }
 };
 
 }  // namespace korvane

@@ -2,6 +2,7 @@
 
 #include "korvane/core/korvane_sdk.h"
 #include "korvane/platform/auth_interceptor_rules.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 
 using korvane::ios::toNSString;
@@ -12,6 +13,10 @@ using korvane::ios::toOptionalString;
   NSArray<NSRunLoopMode>* _clientModes;
   NSURLSessionDataTask* _task;
   BOOL _stopped;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 + (NSString*)handledMarker {

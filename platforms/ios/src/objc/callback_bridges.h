@@ -36,6 +36,7 @@ class OfferwallCallbackBridge final : public OfferwallCallback {
   void onError(const std::string& message) override;
   void onRewardEarned(int amount) override;
   id<KorvaneOfferwallCallback> _Nullable target() const { return target_.get(); }
+  void* platformObject() const override { return (__bridge void*)target_.get(); }
 
  private:
   Held<id<KorvaneOfferwallCallback>> target_;
@@ -50,6 +51,7 @@ class OfferwallEventCallbackBridge final : public OfferwallEventCallback {
                                          const std::string& requestType,
                                          const JsonValue& params) override;
   id<KorvaneOfferwallEventCallback> _Nullable target() const { return target_.get(); }
+  void* platformObject() const override { return (__bridge void*)target_.get(); }
 
  private:
   Held<id<KorvaneOfferwallEventCallback>> target_;

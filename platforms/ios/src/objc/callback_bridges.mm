@@ -147,16 +147,17 @@ std::shared_ptr<KorvaneSdkLoginListener> bridge(id<KorvaneSdkLoginListener> _Nul
   return std::make_shared<LoginListenerBridge>(listener);
 }
 
+// The bridges name the app's object; the SDK's own callbacks name none.
 id<KorvaneOfferwallCallback> _Nullable unbridged(
     const std::shared_ptr<OfferwallCallback>& callback) {
-  auto* app = dynamic_cast<OfferwallCallbackBridge*>(callback.get());
-  return app ? app->target() : nil;
+  id app = callback ? (__bridge id)callback->platformObject() : nil;
+  return [app conformsToProtocol:@protocol(KorvaneOfferwallCallback)] ? app : nil;
 }
 
 id<KorvaneOfferwallEventCallback> _Nullable unbridged(
     const std::shared_ptr<OfferwallEventCallback>& callback) {
-  auto* app = dynamic_cast<OfferwallEventCallbackBridge*>(callback.get());
-  return app ? app->target() : nil;
+  id app = callback ? (__bridge id)callback->platformObject() : nil;
+  return [app conformsToProtocol:@protocol(KorvaneOfferwallEventCallback)] ? app : nil;
 }
 
 }  // namespace korvane::ios

@@ -1,7 +1,10 @@
 #import "objc/config_internal.h"
 
+#include <memory>
+
 #include "korvane/core/logger.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 
 using korvane::ios::toNSString;
@@ -9,7 +12,13 @@ using korvane::ios::toNullableNSString;
 using korvane::ios::toStdString;
 
 @implementation KorvaneSdkConfig {
-  std::optional<korvane::KorvaneSdkConfig> _config;
+  // Behind a pointer: the runtime keeps each instance variable's type encoding in the binary,
+  // and the value's would name every field of the configuration.
+  std::unique_ptr<const korvane::KorvaneSdkConfig> _config;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -17,7 +26,7 @@ using korvane::ios::toStdString;
 }
 
 - (instancetype)initWithConfig:(const korvane::KorvaneSdkConfig&)config {
-  if ((self = [super init])) _config = config;
+  if ((self = [super init])) _config = std::make_unique<const korvane::KorvaneSdkConfig>(config);
   return self;
 }
 
@@ -55,7 +64,11 @@ using korvane::ios::toStdString;
 @end
 
 @implementation KorvaneSdkConfigBuilder {
-  std::optional<korvane::KorvaneSdkConfig::Builder> _builder;
+  std::unique_ptr<korvane::KorvaneSdkConfig::Builder> _builder;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -64,7 +77,9 @@ using korvane::ios::toStdString;
 
 - (instancetype)initWithAppKey:(NSString*)appKey appSecret:(NSString*)appSecret {
   // nil reaches the builder as empty text, which initialisation then refuses with its log line.
-  if ((self = [super init])) _builder.emplace(toStdString(appKey), toStdString(appSecret));
+  if ((self = [super init]))
+    _builder = std::make_unique<korvane::KorvaneSdkConfig::Builder>(toStdString(appKey),
+                                                                    toStdString(appSecret));
   return self;
 }
 
@@ -131,7 +146,11 @@ NSString* KorvaneSdkUserGenderStringValue(KorvaneSdkUserGender gender) {
 }
 
 @implementation KorvaneSdkUser {
-  std::optional<korvane::KorvaneSdkUser> _user;
+  std::unique_ptr<const korvane::KorvaneSdkUser> _user;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -139,7 +158,7 @@ NSString* KorvaneSdkUserGenderStringValue(KorvaneSdkUserGender gender) {
 }
 
 - (instancetype)initWithUser:(const korvane::KorvaneSdkUser&)user {
-  if ((self = [super init])) _user = user;
+  if ((self = [super init])) _user = std::make_unique<const korvane::KorvaneSdkUser>(user);
   return self;
 }
 

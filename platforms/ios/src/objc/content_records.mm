@@ -5,6 +5,8 @@
 #import "objc/unavailable.h"
 #import "support/objc_text.h"
 
+#include <memory>
+
 #include "korvane/api/content_records_json.h"
 
 using korvane::ios::toNSString;
@@ -22,28 +24,32 @@ NSNumber* _Nullable number(const std::optional<bool>& value) {
 
 }  // namespace
 
+// Each object holds its record behind a pointer: the runtime keeps the type encoding of every
+// instance variable in the binary, and a record's names every field of the record (2 KiB for
+// a mission), a pointer's only the record's name.
+
 // One getter per field of the core's record: text, optional text, optional number, integer.
-#define KORVANE_TEXT(name, field)     \
-  -(NSString*)name {                  \
-    return toNSString(_record.field); \
+#define KORVANE_TEXT(name, field)      \
+  -(NSString*)name {                   \
+    return toNSString(_record->field); \
   }
-#define KORVANE_OPTIONAL_TEXT(name, field)    \
-  -(nullable NSString*)name {                 \
-    return toNullableNSString(_record.field); \
+#define KORVANE_OPTIONAL_TEXT(name, field)     \
+  -(nullable NSString*)name {                  \
+    return toNullableNSString(_record->field); \
   }
 #define KORVANE_NUMBER(name, field) \
   -(nullable NSNumber*)name {       \
-    return number(_record.field);   \
+    return number(_record->field);  \
   }
-#define KORVANE_INTEGER(name, field)              \
-  -(NSInteger)name {                              \
-    return static_cast<NSInteger>(_record.field); \
+#define KORVANE_INTEGER(name, field)               \
+  -(NSInteger)name {                               \
+    return static_cast<NSInteger>(_record->field); \
   }
 
 // The record's JSON form comes from the core's encoder, so the keys cannot drift from the wire.
-#define KORVANE_JSON_OBJECT                                        \
-  -(NSDictionary<NSString*, id>*)jsonObject {                      \
-    return korvane::ios::dictionaryFrom(korvane::toJson(_record)); \
+#define KORVANE_JSON_OBJECT                                         \
+  -(NSDictionary<NSString*, id>*)jsonObject {                       \
+    return korvane::ios::dictionaryFrom(korvane::toJson(*_record)); \
   }
 
 #define KORVANE_RECORD_INIT_UNAVAILABLE                              \
@@ -52,16 +58,16 @@ NSNumber* _Nullable number(const std::optional<bool>& value) {
   }
 
 @implementation KorvaneBannerInfoResponse {
-  korvane::BannerInfoResponse _record;
+  std::unique_ptr<const korvane::BannerInfoResponse> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::BannerInfoResponse&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::BannerInfoResponse>(record);
   return self;
 }
 - (BOOL)success {
-  return _record.success;
+  return _record->success;
 }
 KORVANE_OPTIONAL_TEXT(imageUrl, imageUrl)
 KORVANE_NUMBER(imageWidth, imageWidth)
@@ -73,16 +79,16 @@ KORVANE_OPTIONAL_TEXT(externalLinkUrl, externalLinkUrl)
 @end
 
 @implementation KorvaneMissionItem {
-  korvane::Mission _record;
+  std::unique_ptr<const korvane::Mission> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::Mission&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::Mission>(record);
   return self;
 }
 - (const korvane::Mission&)record {
-  return _record;
+  return *_record;
 }
 KORVANE_TEXT(identifier, id)
 KORVANE_TEXT(title, title)
@@ -94,7 +100,7 @@ KORVANE_OPTIONAL_TEXT(status, status)
 KORVANE_NUMBER(progress, progress)
 KORVANE_NUMBER(total, total)
 - (nullable KorvaneMissionType)type {
-  return _record.type ? korvane::ios::missionTypeFrom(*_record.type) : nil;
+  return _record->type ? korvane::ios::missionTypeFrom(*_record->type) : nil;
 }
 KORVANE_NUMBER(impressionOrder, impressionOrder)
 KORVANE_OPTIONAL_TEXT(placementId, placementId)
@@ -104,11 +110,11 @@ KORVANE_OPTIONAL_TEXT(placementId, placementId)
 @end
 
 @implementation KorvaneMissionProgress {
-  korvane::MissionProgress _record;
+  std::unique_ptr<const korvane::MissionProgress> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 - (instancetype)initWithRecord:(const korvane::MissionProgress&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::MissionProgress>(record);
   return self;
 }
 KORVANE_INTEGER(current, current)
@@ -116,17 +122,17 @@ KORVANE_INTEGER(total, total)
 @end
 
 @implementation KorvaneMissionResponse {
-  korvane::MissionResponse _record;
+  std::unique_ptr<const korvane::MissionResponse> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::MissionResponse&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::MissionResponse>(record);
   return self;
 }
 KORVANE_NUMBER(success, success)
 - (NSArray<KorvaneMissionItem*>*)events {
-  return korvane::ios::missionItems(_record.events);
+  return korvane::ios::missionItems(_record->events);
 }
 KORVANE_INTEGER(current, current)
 KORVANE_INTEGER(total, total)
@@ -140,16 +146,16 @@ KORVANE_OPTIONAL_TEXT(bottomIconUrl, bottomIconUrl)
 @end
 
 @implementation KorvaneQuizEvent {
-  korvane::QuizEvent _record;
+  std::unique_ptr<const korvane::QuizEvent> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::QuizEvent&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::QuizEvent>(record);
   return self;
 }
 - (const korvane::QuizEvent&)record {
-  return _record;
+  return *_record;
 }
 KORVANE_TEXT(identifier, id)
 KORVANE_TEXT(title, title)
@@ -167,12 +173,12 @@ KORVANE_OPTIONAL_TEXT(placementId, placementId)
 @end
 
 @implementation KorvaneQuizResponse {
-  korvane::QuizResponse _record;
+  std::unique_ptr<const korvane::QuizResponse> _record;
 }
 KORVANE_RECORD_INIT_UNAVAILABLE
 KORVANE_JSON_OBJECT
 - (instancetype)initWithRecord:(const korvane::QuizResponse&)record {
-  if ((self = [super init])) _record = record;
+  if ((self = [super init])) _record = std::make_unique<const korvane::QuizResponse>(record);
   return self;
 }
 KORVANE_NUMBER(success, success)
@@ -181,7 +187,7 @@ KORVANE_OPTIONAL_TEXT(completedImageUrl, completedImageUrl)
 KORVANE_NUMBER(completedImageWidth, completedImageWidth)
 KORVANE_NUMBER(completedImageHeight, completedImageHeight)
 - (NSArray<KorvaneQuizEvent*>*)events {
-  return korvane::ios::quizEvents(_record.events);
+  return korvane::ios::quizEvents(_record->events);
 }
 KORVANE_OPTIONAL_TEXT(message, message)
 @end

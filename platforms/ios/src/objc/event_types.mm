@@ -2,46 +2,18 @@
 
 #import "support/objc_text.h"
 
-// The raw values come from the core, which is where they are defined.
-KorvaneEventType const KorvaneEventTypeQuizClicked =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::quizClicked));
-KorvaneEventType const KorvaneEventTypeQuizImpressed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::quizImpressed));
-KorvaneEventType const KorvaneEventTypeQuizStarted =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::quizStarted));
-KorvaneEventType const KorvaneEventTypeQuizCompleted =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::quizCompleted));
-KorvaneEventType const KorvaneEventTypeMissionClicked =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::missionClicked));
-KorvaneEventType const KorvaneEventTypeMissionImpressed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::missionImpressed));
-KorvaneEventType const KorvaneEventTypeMissionCompleted =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::missionCompleted));
-KorvaneEventType const KorvaneEventTypeMissionProgressed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::missionProgressed));
-KorvaneEventType const KorvaneEventTypeOfferwallOpened =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::offerwallOpened));
-KorvaneEventType const KorvaneEventTypeOfferwallClosed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::offerwallClosed));
-KorvaneEventType const KorvaneEventTypeBannerClicked =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::bannerClicked));
-KorvaneEventType const KorvaneEventTypeBannerImpressed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::bannerImpressed));
-KorvaneEventType const KorvaneEventTypeLoginSuccess =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::loginSuccess));
-KorvaneEventType const KorvaneEventTypeLoginFailed =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::loginFailed));
-KorvaneEventType const KorvaneEventTypeCustom =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::custom));
-KorvaneEventType const KorvaneEventTypeSdkError =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::sdkError));
-KorvaneEventType const KorvaneEventTypeSdkCrash =
-    korvane::ios::toNSString(korvane::rawValue(korvane::EventType::sdkCrash));
+#include "korvane/raw_value_lists.h"
 
-KorvaneMissionType const KorvaneMissionTypeNormal =
-    korvane::ios::toNSString(korvane::rawValue(korvane::MissionType::normal));
-KorvaneMissionType const KorvaneMissionTypeOfferwallPromotion =
-    korvane::ios::toNSString(korvane::rawValue(korvane::MissionType::offerwallPromotion));
+// The raw values are the core's lists; spelled as literals, the constants are laid out by the
+// linker and need no code when the framework loads.
+#define KORVANE_EVENT_TYPE_CONSTANT(name, raw) KorvaneEventType const KorvaneEventType##name = @raw;
+KORVANE_EVENT_TYPES(KORVANE_EVENT_TYPE_CONSTANT)
+#undef KORVANE_EVENT_TYPE_CONSTANT
+
+#define KORVANE_MISSION_TYPE_CONSTANT(name, raw) \
+  KorvaneMissionType const KorvaneMissionType##name = @raw;
+KORVANE_MISSION_TYPES(KORVANE_MISSION_TYPE_CONSTANT)
+#undef KORVANE_MISSION_TYPE_CONSTANT
 
 namespace korvane::ios {
 

@@ -10,6 +10,7 @@
 #import "objc/readiness_internal.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -26,6 +27,10 @@ korvane::KorvaneSdk& core() {
 
 @implementation KorvaneSdk {
   __weak UIApplication* _application;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 + (KorvaneSdk*)shared {

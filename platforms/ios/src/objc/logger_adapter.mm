@@ -3,6 +3,7 @@
 #include "korvane/core/logger.h"
 #import "objc/objc_errors.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 
 // The Objective-C KorvaneLogger and the core's korvane::KorvaneLogger share a name; the core's is
@@ -16,8 +17,8 @@ typedef void (^KorvaneTelemetrySinkBlock)(KorvaneLogLevel, NSString*, NSString*,
 
 namespace {
 
-// The app's block as the core's sink; kept recognisable so that reading the sink gives the
-// same block back.
+// The app's block as the core's sink. The block is also the sink's owner, which the core hands
+// back, so that reading the sink gives the same block back.
 struct BlockSink {
   KorvaneTelemetrySinkBlock block;
   void operator()(korvane::LogLevel level, std::string_view tag, std::string_view message,
@@ -30,6 +31,10 @@ struct BlockSink {
 }  // namespace
 
 @implementation KorvaneLogger
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
+}
 
 - (instancetype)init {
   KORVANE_UNAVAILABLE_INITIALIZER(@"KorvaneLogger has class methods only");
@@ -48,9 +53,10 @@ struct BlockSink {
 }
 
 + (nullable KorvaneTelemetrySinkBlock)telemetrySink {
+  if (std::shared_ptr<const void> owner = CoreLogger::telemetrySinkOwner())
+    return (__bridge KorvaneTelemetrySinkBlock)owner.get();
   CoreLogger::TelemetrySink sink = CoreLogger::telemetrySink();
   if (!sink) return nil;
-  if (const BlockSink* own = sink.target<BlockSink>()) return own->block;
   return ^(KorvaneLogLevel level, NSString* tag, NSString* message, NSError* _Nullable error) {
     std::optional<korvane::Error> coreError;
     if (error) coreError = korvane::ios::toError((NSError* _Nonnull)error);
@@ -61,7 +67,10 @@ struct BlockSink {
 
 + (void)setTelemetrySink:(nullable KorvaneTelemetrySinkBlock)telemetrySink {
   if (!telemetrySink) return CoreLogger::setTelemetrySink(nullptr);
-  CoreLogger::setTelemetrySink(BlockSink{[telemetrySink copy]});
+  KorvaneTelemetrySinkBlock block = [telemetrySink copy];
+  std::shared_ptr<const void> owner((__bridge_retained const void*)block,
+                                    [](const void* held) { CFRelease(held); });
+  CoreLogger::setTelemetrySink(BlockSink{block}, std::move(owner));
 }
 
 + (void)e:(NSString*)tag message:(NSString*)message {

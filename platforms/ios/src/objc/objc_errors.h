@@ -9,6 +9,10 @@ NS_ASSUME_NONNULL_BEGIN
 
 namespace korvane::ios {
 
+// From now on errors of KorvaneAdErrorDomain carry their case's text wherever they were made, an
+// app's own [NSError errorWithDomain:code:userInfo:] included.
+void describeAdErrorsInTheirDomain();
+
 // A placement failure as the NSError of KorvaneAdErrorDomain the app receives.
 NSError* toNSError(KorvaneAdError error);
 // A core error as an NSError (its domain, code and description).

@@ -26,26 +26,17 @@ NSString* KorvaneAdErrorDescription(KorvaneAdError error) {
       korvane::localizedDescription(adErrorOf(error).value_or(korvane::KorvaneAdError::unknown)));
 }
 
-// Errors of KorvaneAdErrorDomain carry their case's text wherever they were made, an app's own
-// [NSError errorWithDomain:code:userInfo:] included.
-@interface KorvaneAdErrorDescriptions : NSObject
-@end
+namespace korvane::ios {
 
-@implementation KorvaneAdErrorDescriptions
-+ (void)load {
+void describeAdErrorsInTheirDomain() {
   [NSError setUserInfoValueProviderForDomain:KorvaneAdErrorDomain
                                     provider:^id _Nullable(NSError* error, NSErrorUserInfoKey key) {
                                       if (![key isEqualToString:NSLocalizedDescriptionKey])
                                         return nil;
                                       const auto known = adErrorOf(error.code);
-                                      return known ? korvane::ios::toNSString(
-                                                         korvane::localizedDescription(*known))
-                                                   : nil;
+                                      return known ? toNSString(localizedDescription(*known)) : nil;
                                     }];
 }
-@end
-
-namespace korvane::ios {
 
 NSError* toNSError(KorvaneAdError error) {
   return [NSError

@@ -8,6 +8,7 @@
 #import "objc/objc_errors.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -75,6 +76,10 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
 
 @implementation KorvaneBanner
 
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
+}
+
 + (KorvaneBanner*)shared {
   static KorvaneBanner* shared;
   static dispatch_once_t once;
@@ -107,6 +112,10 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
 
 @implementation KorvaneMission {
   std::shared_ptr<korvane::KorvaneMission> _mission;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {
@@ -200,6 +209,10 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
   // The core holds the listener weakly; this bridge lives with the quiz, and holds the app's
   // listener weakly in turn.
   std::shared_ptr<korvane::ios::QuizListenerBridge> _listener;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)init {

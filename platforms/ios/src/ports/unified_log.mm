@@ -1,3 +1,5 @@
+#import "ports/unified_log.h"
+
 #import <Foundation/Foundation.h>
 #import <os/log.h>
 
@@ -26,9 +28,13 @@ os_log_type_t typeOf(std::string_view line) {
   }
 }
 
-__attribute__((constructor)) void sendLogLinesToTheUnifiedLog() {
-  static os_log_t log = os_log_create("com.korvane.sdk", "sdk");
-  korvane::KorvaneLogger::setLineWriter([](std::string_view line) {
+}  // namespace
+
+namespace korvane::ios {
+
+void sendLogLinesToTheUnifiedLog() {
+  os_log_t log = os_log_create("com.korvane.sdk", "sdk");
+  KorvaneLogger::setLineWriter([log](std::string_view line) {
     @autoreleasepool {
       const std::string text(line);
       // Lines are already scrubbed of credentials and e-mail addresses, so they may be public.
@@ -37,4 +43,4 @@ __attribute__((constructor)) void sendLogLinesToTheUnifiedLog() {
   });
 }
 
-}  // namespace
+}  // namespace korvane::ios

@@ -3,6 +3,7 @@
 #include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view.h"
 #import "objc/callback_bridges.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -10,6 +11,10 @@ using korvane::ios::toStdString;
 
 @implementation KorvaneOfferwallView {
   std::shared_ptr<korvane::KorvaneOfferwallView> _view;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)initWithFrame:(CGRect)frame {

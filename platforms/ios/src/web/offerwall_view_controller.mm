@@ -2,9 +2,12 @@
 
 #import <WebKit/WebKit.h>
 
+#include <memory>
+
 #include "korvane/api/device_utils.h"
 #include "korvane/core/control_labels.h"
 #import "objc/callback_bridges.h"
+#import "support/first_use.h"
 #import "support/objc_text.h"
 #import "web/uikit_screens.h"
 
@@ -19,10 +22,16 @@ using korvane::ios::toStdString;
   // the one that asked for this page (held weakly: it keeps the page, not the other way round).
   std::shared_ptr<CoreController> _owned;
   std::weak_ptr<CoreController> _core;
-  std::optional<korvane::ScreenOptions> _options;
+  // Behind a pointer: the runtime keeps each instance variable's type encoding in the binary,
+  // and an optional's would name every field of the options.
+  std::unique_ptr<const korvane::ScreenOptions> _options;
   __weak WKWebView* _boundWebView;
   UIView* _navigationBar;
   BOOL _pageInstalled;
+}
+
++ (void)initialize {
+  korvane::ios::prepareForFirstUse();
 }
 
 - (instancetype)initWithNibName:(nullable NSString*)nibNameOrNil
@@ -130,7 +139,7 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
 
 - (void)bindWebView:(WKWebView*)webView options:(const korvane::ScreenOptions&)options {
   _boundWebView = webView;
-  _options = options;
+  _options = std::make_unique<const korvane::ScreenOptions>(options);
   if (self.isViewLoaded) [self installPage];
 }
 

@@ -21,8 +21,9 @@ UIViewController* _Nullable controllerShowing(UIView* view) {
 
 void UIKitPersonPrompt::ask(WebView& over, const PersonQuestion& question,
                             std::function<void(bool yes)> answer) {
-  auto* port = dynamic_cast<WKWebViewPort*>(&over);
-  UIViewController* presenter = port ? controllerShowing(port->view()) : nil;
+  id view = (__bridge id)over.platformObject();
+  UIViewController* presenter =
+      [view isKindOfClass:UIView.class] ? controllerShowing((UIView*)view) : nil;
   while (presenter.presentedViewController && !presenter.presentedViewController.isBeingDismissed)
     presenter = presenter.presentedViewController;
   if (!presenter || presenter.isBeingDismissed || presenter.isBeingPresented ||

@@ -43,6 +43,7 @@ class ControllerScreen final : public UIKitScreen {
   // A page made off screen is held here until UIKit presents it and holds it instead.
   void holdUntilPresented() { held_ = controller_; }
   void presented() { held_ = nil; }
+  void* platformObject() const override { return (__bridge void*)controller_; }
 
  private:
   __weak ::KorvaneOfferwallViewController* controller_;
@@ -61,6 +62,7 @@ class StackedScreen final : public UIKitScreen {
   // Views come and go at once: nothing to wait for.
   void afterTransition(std::function<void()> then) override { then(); }
   UIView* _Nullable container() const { return container_; }
+  void* platformObject() const override { return (__bridge void*)container_; }
 
  private:
   __weak UIView* container_;
@@ -72,6 +74,7 @@ class HostControllerAnchor final : public PresentationAnchor {
  public:
   explicit HostControllerAnchor(UIViewController* controller) : controller_(controller) {}
   UIViewController* _Nullable controller() const { return controller_; }
+  void* platformObject() const override { return (__bridge void*)controller_; }
 
  private:
   __weak UIViewController* controller_;

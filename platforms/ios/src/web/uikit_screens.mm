@@ -40,14 +40,11 @@ UIViewController* _Nullable controllerOf(UIView* _Nullable view) {
 }
 
 UIViewController* _Nullable presentingControllerFor(PresentationAnchor* _Nullable over) {
-  UIViewController* base = nil;
-  if (auto* host = dynamic_cast<HostControllerAnchor*>(over)) {
-    base = host->controller();
-  } else if (auto* page = dynamic_cast<ControllerScreen*>(over)) {
-    base = page->controller();
-  } else if (auto* stacked = dynamic_cast<StackedScreen*>(over)) {
-    base = controllerOf(stacked->container());
-  }
+  // An app's controller or a page's, or the view an embedded page fills.
+  id object = over ? (__bridge id)over->platformObject() : nil;
+  UIViewController* base = [object isKindOfClass:UIViewController.class] ? object
+                           : [object isKindOfClass:UIView.class]         ? controllerOf(object)
+                                                                         : nil;
   return topOf(base ? base : keyWindowRoot());
 }
 

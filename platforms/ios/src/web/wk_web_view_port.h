@@ -46,6 +46,7 @@ class WKWebViewPort final : public WebView {
   bool canGoBack() const override;
   void goBack() override;
   std::optional<std::string> currentUrl() const override;
+  void* platformObject() const override { return (__bridge void*)view_; }
 
  private:
   WKWebView* view_;

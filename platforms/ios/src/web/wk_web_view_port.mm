@@ -14,10 +14,14 @@ using korvane::ios::toStdString;
 
 // Forwards WebKit's delegate calls and script messages to the page's delegate while it lives.
 // Holds it weakly, which is what keeps WebKit from keeping the page alive.
+// Its two C++ fields are instance variables the port sets directly, not properties: a property's
+// attributes and accessors would carry the C++ type's encoding three times more.
 @interface KorvaneWebViewRelay
-    : NSObject <WKNavigationDelegate, WKUIDelegate, WKScriptMessageHandler>
-@property(nonatomic) std::weak_ptr<korvane::WebViewDelegate> delegate;
-@property(nonatomic) std::shared_ptr<korvane::ios::IosNavigationTranslator> translator;
+    : NSObject <WKNavigationDelegate, WKUIDelegate, WKScriptMessageHandler> {
+ @public
+  std::weak_ptr<korvane::WebViewDelegate> _delegate;
+  std::shared_ptr<korvane::ios::IosNavigationTranslator> _translator;
+}
 - (void)personTouched;
 @end
 
@@ -105,11 +109,11 @@ korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
 - (void)webView:(WKWebView*)webView
     decidePolicyForNavigationAction:(WKNavigationAction*)navigationAction
                     decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
-  auto delegate = self.delegate.lock();
+  auto delegate = _delegate.lock();
   if (!delegate) return decisionHandler(WKNavigationActionPolicyCancel);
   // One for a new window is decided once, when WebKit asks for the window.
   if (navigationAction.targetFrame == nil) return decisionHandler(WKNavigationActionPolicyAllow);
-  const korvane::NavigationAction action = self.translator->translate(factsOf(navigationAction));
+  const korvane::NavigationAction action = _translator->translate(factsOf(navigationAction));
   decisionHandler(delegate->decidePolicy(action) == korvane::NavigationPolicy::allow
                       ? WKNavigationActionPolicyAllow
                       : WKNavigationActionPolicyCancel);
@@ -121,41 +125,41 @@ korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
     createWebViewWithConfiguration:(WKWebViewConfiguration*)configuration
                forNavigationAction:(WKNavigationAction*)navigationAction
                     windowFeatures:(WKWindowFeatures*)windowFeatures {
-  if (auto delegate = self.delegate.lock())
-    delegate->requestNewWindow(self.translator->translate(factsOf(navigationAction)));
+  if (auto delegate = _delegate.lock())
+    delegate->requestNewWindow(_translator->translate(factsOf(navigationAction)));
   return nil;
 }
 
 - (void)personTouched {
-  if (auto delegate = self.delegate.lock()) delegate->personTouched();
+  if (auto delegate = _delegate.lock()) delegate->personTouched();
 }
 
 - (void)webView:(WKWebView*)webView didCommitNavigation:(null_unspecified WKNavigation*)navigation {
-  self.translator->settled();
+  _translator->settled();
 }
 
 - (void)webView:(WKWebView*)webView didFinishNavigation:(null_unspecified WKNavigation*)navigation {
-  if (auto delegate = self.delegate.lock()) delegate->didFinishNavigation();
+  if (auto delegate = _delegate.lock()) delegate->didFinishNavigation();
 }
 
 - (void)webView:(WKWebView*)webView
     didFailNavigation:(null_unspecified WKNavigation*)navigation
             withError:(NSError*)error {
-  self.translator->settled();
-  if (auto delegate = self.delegate.lock())
+  _translator->settled();
+  if (auto delegate = _delegate.lock())
     delegate->didFailNavigation(korvane::ios::urlLoadingError(error), false);
 }
 
 - (void)webView:(WKWebView*)webView
     didFailProvisionalNavigation:(null_unspecified WKNavigation*)navigation
                        withError:(NSError*)error {
-  self.translator->settled();
-  if (auto delegate = self.delegate.lock())
+  _translator->settled();
+  if (auto delegate = _delegate.lock())
     delegate->didFailNavigation(korvane::ios::urlLoadingError(error), true);
 }
 
 - (void)webViewWebContentProcessDidTerminate:(WKWebView*)webView {
-  if (auto delegate = self.delegate.lock()) delegate->webContentProcessDidTerminate();
+  if (auto delegate = _delegate.lock()) delegate->webContentProcessDidTerminate();
 }
 
 - (void)webView:(WKWebView*)webView
@@ -168,7 +172,7 @@ korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
   auto dismissed = [answered, answer] {
     if (!answered->exchange(true)) answer();
   };
-  if (auto delegate = self.delegate.lock()) {
+  if (auto delegate = _delegate.lock()) {
     delegate->runAlert(toStdString(message), dismissed);
   } else {
     dismissed();
@@ -177,7 +181,7 @@ korvane::ios::IosNavigationFacts factsOf(WKNavigationAction* action) {
 
 - (void)userContentController:(WKUserContentController*)userContentController
       didReceiveScriptMessage:(WKScriptMessage*)message {
-  auto delegate = self.delegate.lock();
+  auto delegate = _delegate.lock();
   if (!delegate) return;
   korvane::ScriptMessage received;
   received.handlerName = toStdString(message.name);
@@ -254,7 +258,7 @@ WKWebViewPort::WKWebViewPort()
     : view_(makeWebView()),
       relay_([[KorvaneWebViewRelay alloc] init]),
       translator_(std::make_shared<IosNavigationTranslator>()) {
-  relay_.translator = translator_;
+  relay_->_translator = translator_;
   view_.navigationDelegate = relay_;
   view_.UIDelegate = relay_;
   [view_ addGestureRecognizer:[[KorvaneTouchObserver alloc] initWithRelay:relay_]];
@@ -270,7 +274,7 @@ WKWebViewPort::~WKWebViewPort() {
 }
 
 void WKWebViewPort::setDelegate(std::weak_ptr<WebViewDelegate> delegate) {
-  relay_.delegate = std::move(delegate);
+  relay_->_delegate = std::move(delegate);
 }
 
 void WKWebViewPort::addUserScript(const std::string& script) {
@@ -297,7 +301,7 @@ void WKWebViewPort::load(const WebRequest& request) {
   NSURL* url = [NSURL URLWithString:toNSString(request.url)];
   if (!url) {
     // An address WebKit cannot take is reported like any failed load, after this call returns.
-    std::weak_ptr<WebViewDelegate> weak = relay_.delegate;
+    std::weak_ptr<WebViewDelegate> weak = relay_->_delegate;
     const Error invalid{Error::kUrlLoadingDomain, NSURLErrorBadURL, "Invalid URL: " + request.url,
                         "WKError"};
     dispatch_async(dispatch_get_main_queue(), ^{

@@ -1,5 +1,6 @@
 """Checks a built KorvaneSDK.framework: an arm64 dynamic library for its platform (device or
-Simulator) with the right install name, minimum OS and a UUID, exporting Objective-C classes,
+Simulator) with the right install name, minimum OS, a UUID and room in its header for the code
+signature an app's build adds, exporting Objective-C classes,
 Korvane C symbols and its Swift layer's symbols only (no C++), with its Info.plist naming the same
 platform, module map, umbrella header (importing every public header), Swift module interface
 (when it has a Swift layer) and privacy manifest.
@@ -13,7 +14,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .macho import MachOError, read
+from .macho import CODE_SIGNATURE_COMMAND_SIZE, MachOError, read
 
 BUNDLE_PLATFORMS = {"ios": "iPhoneOS", "iossimulator": "iPhoneSimulator"}
 
@@ -39,6 +40,12 @@ def check_binary(failures, path, minimum_os, platform, classes):
         )
     if not binary.uuid:
         failures.append("no LC_UUID: crash reports could not be matched to a dSYM")
+    # Xcode signs the framework when it embeds it in an app, adding the signature's load command.
+    if not binary.signed and binary.header_room < CODE_SIGNATURE_COMMAND_SIZE:
+        failures.append(
+            f"{binary.header_room} bytes free after the load commands: no room for the code "
+            "signature an app's build adds"
+        )
     # Swift symbols are the Swift layer's: each names the module (10KorvaneSDK), or is an
     # extension of its Objective-C classes, whose mangling abbreviates the module as 0A3SDK.
     allowed = re.compile(

@@ -1,5 +1,5 @@
 """What the iOS checks read from a Mach-O binary, through llvm-objdump: file type, architecture,
-platform and minimum OS, UUID, install name and loaded libraries, exported names, bindings, the
+platform and minimum OS, UUID, install name and loaded libraries, sections, exported names, bindings, the
 Objective-C method lists and the disassembly. The parse functions take llvm-objdump's text; `read`
 and the other readers run it.
 
@@ -15,6 +15,9 @@ from .tools import ToolError, run
 # LC_BUILD_VERSION platform numbers, and the names the XCFramework format uses for them.
 PLATFORMS = {"2": "ios", "IOS": "ios", "7": "iossimulator", "IOSSIMULATOR": "iossimulator"}
 LOAD_KINDS = ("LC_LOAD_DYLIB", "LC_LOAD_WEAK_DYLIB", "LC_REEXPORT_DYLIB")
+MACH_HEADER_64_SIZE = 32
+# What codesign adds to an unsigned binary's load commands (a linkedit_data_command).
+CODE_SIGNATURE_COMMAND_SIZE = 16
 
 
 class MachOError(Exception):
@@ -55,6 +58,8 @@ class MachO:
     uuid: str = ""
     install_name: str = ""
     loads: list = field(default_factory=list)
+    signed: bool = False  # has an LC_CODE_SIGNATURE
+    header_room: int = 0  # bytes free between the load commands and the first section
 
     @property
     def linked(self):
@@ -106,11 +111,71 @@ def parse_commands(binary, text):
             binary.uuid = value("uuid").upper()
         elif name == "LC_ID_DYLIB":
             binary.install_name = value("name")
+        elif name == "LC_CODE_SIGNATURE":
+            binary.signed = True
         elif name in LOAD_KINDS:
             if not value("name"):
                 raise MachOError(f"{name} without a name")
             binary.loads.append(Load(name, value("name")))
     return binary
+
+
+@dataclass(frozen=True)
+class Section:
+    segment: str
+    name: str
+    address: int
+    size: int
+    offset: int
+    type: str
+
+
+SECTION_FIELDS = ("sectname", "segname", "addr", "size", "offset", "type")
+
+
+def parse_sections(text):
+    """Every section of `llvm-objdump --macho --private-headers`, and the __TEXT segment's
+    address (the image base that __init_offsets counts from)."""
+    base = None
+    for command in re.split(r"^Load command \d+\n", text, flags=re.M)[1:]:
+        segment = command.split("\nSection\n", 1)[0]  # its own fields, not its sections'
+        if re.search(r"^\s*cmd LC_SEGMENT_64$", segment, re.M) and re.search(
+            r"^\s*segname __TEXT$", segment, re.M
+        ):
+            found = re.search(r"^\s*vmaddr (0x[0-9a-fA-F]+)$", segment, re.M)
+            if not found:
+                raise MachOError("the __TEXT segment has no vmaddr line")
+            base = int(found.group(1), 16)
+    if base is None:
+        raise MachOError("no __TEXT segment in the load commands")
+    sections = []
+    for block in re.split(r"^Section\n", text, flags=re.M)[1:]:
+        fields = dict(re.findall(rf"^\s*({'|'.join(SECTION_FIELDS)}) (\S+)", block, re.M))
+        if missing := sorted(set(SECTION_FIELDS) - set(fields)):
+            raise MachOError(f"a section without {', '.join(missing)}")
+        sections.append(
+            Section(
+                fields["segname"],
+                fields["sectname"],
+                int(fields["addr"], 16),
+                int(fields["size"], 16),
+                int(fields["offset"]),
+                fields["type"],
+            )
+        )
+    return base, sections
+
+
+def header_room(header_text, commands_text):
+    """Bytes free after the load commands (`--private-header` gives their size) up to the first
+    section with contents in the file (`--private-headers`): where a tool that adds a load
+    command, such as codesign, puts it."""
+    found = re.search(r"MH_MAGIC_64\s+\S+\s+\S+\s+\S+\s+\S+\s+\d+\s+(\d+)", header_text)
+    if not found:
+        raise MachOError("no size of the load commands in the header")
+    _, sections = parse_sections(commands_text)
+    offsets = [section.offset for section in sections if section.offset and section.size]
+    return min(offsets, default=0) - MACH_HEADER_64_SIZE - int(found.group(1))
 
 
 def parse_exports(text):
@@ -170,10 +235,14 @@ def parse_objc_methods(metadata):
 def read(path):
     binary = MachO(str(path))
     try:
-        binary.arch, binary.filetype = parse_header(objdump("--private-header", binary.path))
+        header = objdump("--private-header", binary.path)
+        binary.arch, binary.filetype = parse_header(header)
+        commands = objdump("--private-headers", binary.path)
+        parse_commands(binary, commands)
+        binary.header_room = header_room(header, commands)
     except MachOError as error:
         raise MachOError(f"{path}: {error}") from error
-    return parse_commands(binary, objdump("--private-headers", binary.path))
+    return binary
 
 
 def main(argv):

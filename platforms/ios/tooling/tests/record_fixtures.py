@@ -19,7 +19,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent))
 
-from korvane_ios import headers_ast, macho, stubs, swift_names, weak_reach  # noqa: E402
+from korvane_ios import at_load, headers_ast, macho, stubs, swift_names, weak_reach  # noqa: E402
 
 FIXTURES = HERE / "fixtures"
 AST_KEYS = {"kind", "name", "type", "qualType", "returnType", "inner", "loc", "file", "line"}
@@ -135,6 +135,89 @@ def record_binary(binary, old_sdk):
         )
     )
     record_stubs(binary, old_sdk, kept)
+
+
+# A library that runs code at load in each way the at_load check knows (a C++ global with a
+# dynamic initializer, a constructor function, +load of a class and of a category), and, with
+# CLEAN defined, one whose constants and lazy set-up run nothing at load.
+AT_LOAD_SOURCE = r"""
+#import <Foundation/Foundation.h>
+#include <string>
+#ifdef CLEAN
+NSString* const kName = @"name";
+const std::string& lazyText() {
+  static const std::string text(40, 'x');
+  return text;
+}
+#else
+std::string globalText(40, 'x');
+__attribute__((constructor)) static void beforeMain() { setenv("AT_LOAD", "1", 0); }
+@interface LoadedClass : NSObject
+@end
+@implementation LoadedClass
++ (void)load {}
+@end
+@interface NSObject (LoadedCategory)
+@end
+@implementation NSObject (LoadedCategory)
++ (void)load {}
+@end
+#endif
+"""
+# Linked with chained fixups (lld's default: initializers as __init_offsets), with classic ones
+# (a __mod_init_func of pointers), and clean.
+AT_LOAD_LINKS = {
+    "chained": ([], []),
+    "classic": ([], ["-Wl,-no_fixup_chains"]),
+    "clean": (["-DCLEAN"], []),
+}
+
+
+def record_at_load(sdk):
+    """Each library's sections and symbols as the at_load check reads them, with the bytes of
+    the sections that run code at load (hexadecimal)."""
+    recorded = {}
+    with tempfile.TemporaryDirectory() as scratch:
+        source = Path(scratch, "at_load.mm")
+        source.write_text(AT_LOAD_SOURCE)
+        for name, (defines, link) in AT_LOAD_LINKS.items():
+            library = Path(scratch, f"{name}.dylib")
+            subprocess.run(
+                ["clang++", "--target=arm64-apple-ios14.0", "-isysroot", sdk, "-nostdinc++"]
+                + ["-isystem", f"{sdk}/usr/include/c++/v1", "-Oz", "-shared", "-fuse-ld=lld"]
+                + [*defines, *link, "-framework", "Foundation", source, "-o", library],
+                check=True,
+            )
+            headers = objdump("--private-headers", library)
+            base, sections = macho.parse_sections(headers)
+            data = library.read_bytes()
+            read = {
+                s.name: data[s.offset : s.offset + s.size].hex()
+                for s in sections
+                if s.size and at_load.entries(s, data[s.offset : s.offset + s.size], base)
+            }
+            commands = re.split(r"^Load command \d+\n", headers, flags=re.M)[1:]
+            text_segment = next(
+                c.split("\nSection\n", 1)[0] + "\n"
+                for c in commands
+                if re.search(r"^\s*segname __TEXT$", c.split("\nSection\n", 1)[0], re.M)
+            )
+            kept = [
+                "Section\n" + block.split("\nLoad command ", 1)[0].rstrip("\n") + "\n"
+                for block in re.split(r"^Section\n", headers, flags=re.M)[1:]
+                if re.search(
+                    r"sectname (__init_offsets|__mod_init_func|__objc_nl\w+)$", block, re.M
+                )
+            ]
+            symbols = subprocess.run(
+                ["llvm-nm", "-n", "--defined-only", library], capture_output=True, text=True
+            ).stdout
+            recorded[name] = {
+                "headers": "Load command 0\n" + text_segment + "".join(kept),
+                "symbols": symbols,
+                "contents": read,
+            }
+    (FIXTURES / "at-load.json").write_text(json.dumps(recorded, indent=1) + "\n")
 
 
 def record_release(build):
@@ -254,6 +337,7 @@ def main():
     record_binary(binary, old_sdk)
     record_weak_reach(binary, str(Path(swiftc).parent / "swift-demangle"))
     record_release(framework.parent.parent)
+    record_at_load(sdk)
     for fixture in sorted(FIXTURES.iterdir()):
         if fixture.is_file():
             print(f"{fixture.name}: {fixture.stat().st_size} bytes")

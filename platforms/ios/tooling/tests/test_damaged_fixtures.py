@@ -9,11 +9,12 @@ from pathlib import Path
 import conftest
 import pytest
 import test_api_listing
+import test_at_load
 import test_bindings
 import test_release
 import test_weak_reach
 
-from korvane_ios import api_listing, headers_ast, macho, stubs, swift_names
+from korvane_ios import api_listing, at_load, headers_ast, macho, stubs, swift_names
 
 READER_ERRORS = (
     macho.MachOError,
@@ -21,6 +22,7 @@ READER_ERRORS = (
     headers_ast.AstError,
     swift_names.SwiftNamesError,
     json.JSONDecodeError,
+    at_load.AtLoadError,
 )
 
 
@@ -45,6 +47,10 @@ def listing_check():
     lines, problems = api_listing.listing(decls, {"Tiny.h": conftest.text("Tiny.h")}, symbols)
     expected = conftest.text("tiny.api").splitlines()
     return problems + api_listing.compare(expected, lines, True, "tiny.api")
+
+
+def at_load_check():
+    return test_at_load.mismatches()
 
 
 def weak_reach_check():
@@ -128,6 +134,18 @@ CASES = [
     ),
     ("simulator-dsym.load-commands.txt", regex(r"^.*uuid .*\n", ""), release_check),
     ("framework.classes.txt", lambda text: "", release_check),
+    ("at-load.json", truncate, at_load_check),
+    ("at-load.json", replace("S_INIT_FUNC_OFFSETS", "S_REGULAR"), at_load_check),
+    (
+        "at-load.json",
+        replace('"__mod_init_func": "0040', '"__mod_init_func": "0050'),
+        at_load_check,
+    ),
+    (
+        "at-load.json",
+        replace("sectname __objc_nlcatlist", "sectname __objc_catlist"),
+        at_load_check,
+    ),
 ]
 
 

@@ -71,3 +71,33 @@ def test_a_damaged_header_is_refused(damage):
 def test_damaged_load_commands_are_refused(damage):
     with pytest.raises(macho.MachOError):
         macho.parse_commands(macho.MachO("x"), damage(text("framework.load-commands.txt")))
+
+
+# Header text as llvm-objdump prints it: 30 load commands of 5040 bytes after the 32-byte header.
+HEADER = """Mach header
+      magic cputype cpusubtype  caps    filetype ncmds sizeofcmds      flags
+MH_MAGIC_64   ARM64        ALL  0x00       DYLIB    30       5040   NOUNDEFS DYLDLINK TWOLEVEL
+"""
+
+
+def commands(*sections):
+    text = "Load command 0\n      cmd LC_SEGMENT_64\n  segname __TEXT\n   vmaddr 0x0\n"
+    for name, offset, size in sections:
+        text += (
+            f"Section\n  sectname {name}\n   segname __TEXT\n      addr 0x{offset:x}\n"
+            f"      size 0x{size:x}\n    offset {offset}\n      type S_REGULAR\n"
+        )
+    return text
+
+
+@pytest.mark.parametrize(
+    "sections, room",
+    [
+        ([("__text", 16384, 64)], 16384 - 32 - 5040),
+        ([("__text", 5088, 64)], 16),  # just the signature's command
+        ([("__text", 5080, 64)], 8),
+        ([("__bss", 0, 64), ("__text", 6000, 64)], 6000 - 32 - 5040),  # zero-fill has no offset
+    ],
+)
+def test_the_room_after_the_load_commands_ends_at_the_first_section_in_the_file(sections, room):
+    assert macho.header_room(HEADER, commands(*sections)) == room
