@@ -138,6 +138,9 @@ TEST_P(OffSwitch, TheSdkSendsOnlyWhatTheSwitchLeavesOnAndRefusalsNameTheReason) 
     EXPECT_TRUE(log_.contains("[W/KorvaneMission] load: " + s.placementRefusal));
   }
 
+  EXPECT_EQ(sdk_.offerwallAvailability("main").unavailable ==
+                OfferwallUnavailableReason::disabledByServer,
+            !s.offerwallRefusal.empty());
   if (!s.offerwallRefusal.empty()) {
     auto callback = std::make_shared<PromisedCallback>();
     auto heard = callback->heard.get_future();

@@ -18,6 +18,8 @@ KorvaneSdkFailureReason toObjc(std::optional<korvane::SdkFailureReason> reason) 
       return KorvaneSdkFailureReasonServer;
     case korvane::SdkFailureReason::malformedAnswer:
       return KorvaneSdkFailureReasonMalformedAnswer;
+    case korvane::SdkFailureReason::disabled:
+      return KorvaneSdkFailureReasonDisabled;
   }
   return KorvaneSdkFailureReasonNone;
 }
