@@ -16,8 +16,8 @@
 #include "sdk/sdk_environment.h"
 #include "sdk/startup_guard.h"
 #include "sdk/validation_retry.h"
-#include "util/observers.h"
 #include "telemetry/error_telemetry.h"
+#include "util/observers.h"
 
 namespace korvane {
 

@@ -305,7 +305,8 @@ TEST_F(BatchServiceTest, PersistedEventsBeyondTheQueuesRoomWaitInTheFileForTheNe
   std::vector<Event> persisted;
   for (int i = 0; i < 700; ++i) persisted.push_back(event());
   ASSERT_TRUE(file->saveEvents(persisted).ok());
-  for (int i = 0; i < 100; ++i) queue_->enqueue(event());  // a load fills the queue up to half: room for 150
+  for (int i = 0; i < 100; ++i)
+    queue_->enqueue(event());  // a load fills the queue up to half: room for 150
 
   testing::LogCapture log;
   BatchServiceDependencies deps;
