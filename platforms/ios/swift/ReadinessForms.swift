@@ -2,8 +2,23 @@
 // forms. From iOS 15, as the other `async` forms. Each sequence keeps its relay, which the SDK
 // holds only weakly, until the sequence ends.
 
+import UIKit
+
 @available(iOS 15.0, *)
 extension KorvaneSdk {
+  /// Initializes as `initialize(application:sdkConfig:)` does and returns how the start went:
+  /// ready, or failed and why. A failure for the network, the server or its answer is tried again
+  /// by itself afterwards; `statusUpdates()` follows that.
+  public func initializeAndWait(application: UIApplication, sdkConfig: KorvaneSdkConfig) async
+    -> KorvaneSdkStatus
+  {
+    await withUnsafeContinuation { continuation in
+      initialize(application: application, sdkConfig: sdkConfig) { status in
+        continuation.resume(returning: status)
+      }
+    }
+  }
+
   /// The status now, then every change, on the main actor, until the task iterating it ends.
   public func statusUpdates() -> AsyncStream<KorvaneSdkStatus> {
     AsyncStream { continuation in

@@ -40,7 +40,7 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 - (void)initializeWithApplication:(UIApplication*)application
                         sdkConfig:(KorvaneSdkConfig*)sdkConfig
                        completion:(void (^NS_SWIFT_UI_ACTOR)(KorvaneSdkStatus* status))completion
-    NS_SWIFT_NAME(initialize(application:sdkConfig:completion:));
+    NS_SWIFT_NAME(initialize(application:sdkConfig:completion:)) NS_SWIFT_DISABLE_ASYNC;
 /// Where the start stands now.
 @property(nonatomic, readonly) KorvaneSdkStatus* status;
 /// Tells `listener` the status now, then every change, until the observation ends.
