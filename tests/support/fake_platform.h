@@ -85,28 +85,56 @@ class FakeTracking final : public TrackingAuthorization {
   std::vector<std::function<void(long)>> pending_;
 };
 
+// An observer list whose subscriptions may end on any thread, as the real ports allow: a
+// service's last owner can be a background queue.
+template <typename... Args>
+class FakeObservers {
+ public:
+  Subscription add(std::function<void(Args...)> observer) {
+    std::lock_guard lock(mutex_);
+    const int id = nextId_++;
+    observers_.emplace_back(id, std::move(observer));
+    return Subscription([this, id] {
+      std::lock_guard held(mutex_);
+      std::erase_if(observers_, [id](const auto& o) { return o.first == id; });
+    });
+  }
+  void call(Args... args) {
+    decltype(observers_) current;
+    {
+      std::lock_guard lock(mutex_);
+      current = observers_;
+    }
+    for (auto& [id, observer] : current) observer(args...);
+  }
+  std::size_t count() const {
+    std::lock_guard lock(mutex_);
+    return observers_.size();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  int nextId_ = 0;
+  std::vector<std::pair<int, std::function<void(Args...)>>> observers_;
+};
+
 class FakeLifecycle final : public AppLifecycle {
  public:
   AppState currentState = AppState::active;
 
   AppState state() const override { return currentState; }
   Subscription subscribe(std::function<void(AppLifecycleEvent)> observer) override {
-    const int id = nextId_++;
-    observers_.emplace_back(id, std::move(observer));
-    return Subscription(
-        [this, id] { std::erase_if(observers_, [id](const auto& o) { return o.first == id; }); });
+    return observers_.add(std::move(observer));
   }
   void send(AppLifecycleEvent event) {
     if (event == AppLifecycleEvent::didBecomeActive) currentState = AppState::active;
     if (event == AppLifecycleEvent::didEnterBackground) currentState = AppState::background;
-    auto current = observers_;
-    for (auto& [id, observer] : current) observer(event);
+    observers_.call(event);
   }
-  std::size_t observerCount() const { return observers_.size(); }
+  std::size_t observerCount() const { return observers_.count(); }
 
  private:
-  int nextId_ = 0;
-  std::vector<std::pair<int, std::function<void(AppLifecycleEvent)>>> observers_;
+  FakeObservers<AppLifecycleEvent> observers_;
 };
 
 // Records what the SDK asked the system to open. Opens complete at once with `opens`, or never
@@ -153,32 +181,16 @@ class FakeReachability final : public Reachability {
   bool connected = true;
   bool isConnected() const override { return connected; }
   Subscription subscribe(std::function<void(bool)> observer) override {
-    std::lock_guard lock(mutex_);
-    const int id = nextId_++;
-    observers_.emplace_back(id, std::move(observer));
-    return Subscription([this, id] {
-      std::lock_guard held(mutex_);
-      std::erase_if(observers_, [id](const auto& o) { return o.first == id; });
-    });
+    return observers_.add(std::move(observer));
   }
   void set(bool nowConnected) {
     connected = nowConnected;
-    decltype(observers_) current;
-    {
-      std::lock_guard lock(mutex_);
-      current = observers_;
-    }
-    for (auto& [id, observer] : current) observer(nowConnected);
+    observers_.call(nowConnected);
   }
-  std::size_t observerCount() const {
-    std::lock_guard lock(mutex_);
-    return observers_.size();
-  }
+  std::size_t observerCount() const { return observers_.count(); }
 
  private:
-  mutable std::mutex mutex_;
-  int nextId_ = 0;
-  std::vector<std::pair<int, std::function<void(bool)>>> observers_;
+  FakeObservers<bool> observers_;
 };
 
 // Memory warnings the test raises: warn() calls every observer at once, as the system's
@@ -186,20 +198,13 @@ class FakeReachability final : public Reachability {
 class FakeMemoryPressure final : public MemoryPressure {
  public:
   Subscription subscribe(std::function<void()> observer) override {
-    const int id = nextId_++;
-    observers_.emplace_back(id, std::move(observer));
-    return Subscription(
-        [this, id] { std::erase_if(observers_, [id](const auto& o) { return o.first == id; }); });
+    return observers_.add(std::move(observer));
   }
-  void warn() {
-    auto current = observers_;
-    for (auto& [id, observer] : current) observer();
-  }
-  std::size_t observerCount() const { return observers_.size(); }
+  void warn() { observers_.call(); }
+  std::size_t observerCount() const { return observers_.count(); }
 
  private:
-  int nextId_ = 0;
-  std::vector<std::pair<int, std::function<void()>>> observers_;
+  FakeObservers<> observers_;
 };
 
 // The fakes wired together as one platform.
