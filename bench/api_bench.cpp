@@ -6,8 +6,8 @@
 
 #include "backend/gzip.h"
 #include "backend/record_codec.h"
-#include "korvane/api/api_service.h"
-#include "korvane/core/logger.h"
+#include "korvane/backend/api_service.h"
+#include "korvane/util/logger.h"
 
 namespace {
 

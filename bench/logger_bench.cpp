@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "pcre2_oracle.h"
 #include "util/log_scrubber.h"
 

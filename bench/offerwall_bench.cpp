@@ -7,8 +7,8 @@
 
 #include "fake_platform.h"
 #include "fake_screens.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
 #include "sdk/sdk_environment.h"

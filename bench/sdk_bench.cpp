@@ -11,15 +11,15 @@
 
 #include "dev_server.h"
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/curl_http_client.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
-#include "korvane/telemetry/event_persistence.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "main_loop_thread.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
 #include "sdk/sdk_environment.h"
+#include "telemetry/event_persistence.h"
 
 namespace {
 

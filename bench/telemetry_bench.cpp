@@ -15,12 +15,12 @@
 #include "backend/record_codec.h"
 #include "backend/telemetry_json.h"
 #include "fake_platform.h"
-#include "korvane/core/logger.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/util/logger.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
+#include "telemetry/event_batch_service.h"
 #include "telemetry/event_conversion.h"
 
 // Live heap bytes (as the allocator hands them out), to measure what the queue holds.

@@ -10,7 +10,7 @@
 
 #include "dev_server.h"
 #include "korvane/korvane.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane::demo {
 

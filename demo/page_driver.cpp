@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 
 namespace korvane::demo {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "sdk/sdk_environment.h"
 

@@ -25,7 +25,7 @@
   X(SdkError, "sdk_error")                   \
   X(SdkCrash, "sdk_crash")
 
-// MissionType (korvane/api/content_records.h).
+// MissionType (korvane/backend/content_records.h).
 #define KORVANE_MISSION_TYPES(X) \
   X(Normal, "normal")            \
   X(OfferwallPromotion, "offerwall_promotion")

@@ -1,9 +1,9 @@
-#include "korvane/api/device_utils.h"
+#include "korvane/backend/device_utils.h"
 
 #include <array>
 #include <utility>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 
 namespace korvane {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "korvane/core/error.h"
+#include "korvane/values/error.h"
 
 namespace korvane {
 

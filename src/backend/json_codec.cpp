@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 
 namespace korvane::json {
 namespace {

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "korvane/core/error.h"
+#include "korvane/values/error.h"
 
 // Strict JSON decoding for backend records: a required key that is missing or null, or any key
 // whose value has the wrong type, fails the whole record with an error naming the key's path.

@@ -1,7 +1,7 @@
 #include "backend/network_manager.h"
 
 #include "backend/record_codec.h"
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 #include "util/url_text.h"
 

@@ -5,10 +5,10 @@
 #include <optional>
 #include <string>
 
-#include "korvane/api/api_service.h"
-#include "korvane/api/device_utils.h"
-#include "korvane/core/json_value.h"
+#include "korvane/backend/api_service.h"
+#include "korvane/backend/device_utils.h"
 #include "korvane/platform/clock.h"
+#include "korvane/util/json_value.h"
 
 namespace korvane {
 

@@ -2,10 +2,10 @@
 
 #include "backend/json_codec.h"
 #include "backend/record_fields.h"
-#include "korvane/api/app_records.h"
-#include "korvane/api/content_records.h"
-#include "korvane/api/content_records_json.h"
-#include "korvane/api/telemetry_records.h"
+#include "korvane/backend/app_records.h"
+#include "korvane/backend/content_records.h"
+#include "korvane/backend/content_records_json.h"
+#include "korvane/backend/telemetry_records.h"
 
 // JSON forms of the backend records: keys exactly as the backend spells them, encoded in the
 // documented order, absent optionals omitted. Every record also decodes, so that the local

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "korvane/api/app_records.h"
+#include "korvane/backend/app_records.h"
 
 namespace korvane {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "korvane/api/telemetry_records.h"
+#include "korvane/backend/telemetry_records.h"
 
 // The telemetry bodies written straight to text: the same JSON as the records' toJson, without
 // building a document first (this runs for every batch).

@@ -7,17 +7,17 @@
 
 #include "backend/network_manager.h"
 #include "backend/server_switch.h"
-#include "korvane/api/app_records.h"
-#include "korvane/api/device_utils.h"
-#include "korvane/core/error.h"
-#include "korvane/core/executor.h"
-#include "korvane/core/json_value.h"
-#include "korvane/core/sdk_config.h"
-#include "korvane/core/sdk_readiness.h"
-#include "korvane/core/sdk_user.h"
+#include "korvane/backend/app_records.h"
+#include "korvane/backend/device_utils.h"
 #include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/platform_services.h"
 #include "korvane/telemetry/event.h"
+#include "korvane/util/executor.h"
+#include "korvane/util/json_value.h"
+#include "korvane/values/error.h"
+#include "korvane/values/sdk_config.h"
+#include "korvane/values/sdk_readiness.h"
+#include "korvane/values/sdk_user.h"
 
 namespace korvane {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 
 #include "backend/json_codec.h"
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/outside_opening.h"
 #include "util/url_text.h"

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "context/sdk_context.h"
-#include "korvane/core/error.h"
-#include "korvane/core/json_value.h"
 #include "korvane/offerwall/offerwall_callback.h"
 #include "korvane/platform/main_thread.h"
 #include "korvane/platform/url_opener.h"
 #include "korvane/platform/web_view.h"
+#include "korvane/util/json_value.h"
+#include "korvane/values/error.h"
 #include "offerwall/bridge_access.h"
 
 namespace korvane {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 
 namespace korvane {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "context/sdk_context.h"
-#include "korvane/core/sdk_readiness.h"
 #include "korvane/platform/reachability.h"
+#include "korvane/values/sdk_readiness.h"
 
 namespace korvane::offerwall {
 

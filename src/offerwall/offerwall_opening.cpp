@@ -1,6 +1,6 @@
 #include "offerwall/offerwall_opening.h"
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/callback_slots.h"
 
 namespace korvane::offerwall {

@@ -1,6 +1,6 @@
 #include "offerwall/offerwall_url.h"
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 #include "util/url_text.h"
 

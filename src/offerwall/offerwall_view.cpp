@@ -3,8 +3,8 @@
 #include <map>
 #include <optional>
 
-#include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"
+#include "korvane/util/logger.h"
 #include "offerwall/page_host.h"
 #include "offerwall/scroll_scripts.h"
 #include "util/url_text.h"

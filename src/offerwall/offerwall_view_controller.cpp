@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "korvane/core/logger.h"
 #include "korvane/platform/screen_presenter.h"
+#include "korvane/util/logger.h"
 #include "offerwall/bridge_dispatcher.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/callback_slots.h"

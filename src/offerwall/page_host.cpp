@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/bridge_access.h"
 #include "offerwall/bridge_scripts.h"
 #include "offerwall/navigation_policy.h"

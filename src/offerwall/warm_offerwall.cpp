@@ -1,6 +1,6 @@
 #include "offerwall/warm_offerwall.h"
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "offerwall/offscreen_offerwall.h"
 

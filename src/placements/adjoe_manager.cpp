@@ -3,8 +3,8 @@
 
 #include <ctime>
 
-#include "korvane/api/device_utils.h"
-#include "korvane/core/logger.h"
+#include "korvane/backend/device_utils.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "util/url_text.h"
 

@@ -1,7 +1,7 @@
 // Banner descriptions for the placement class.
 #include "korvane/placements/korvane_banner.h"
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "placements/banner_loading.h"
 #include "placements/placement_support.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "placements/placement_registry.h"
 #include "placements/placement_support.h"

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "placements/placement_registry.h"
 #include "placements/placement_support.h"

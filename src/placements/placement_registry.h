@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "context/sdk_context.h"
-#include "korvane/api/content_records.h"
+#include "korvane/backend/content_records.h"
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
 

@@ -1,6 +1,6 @@
 #include "placements/placement_support.h"
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 namespace korvane::placements {
 

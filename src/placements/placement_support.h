@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "context/sdk_context.h"
-#include "korvane/api/api_service.h"
+#include "korvane/backend/api_service.h"
 
 namespace korvane::placements {
 

@@ -1,7 +1,7 @@
 #include <string>
 
-#include "korvane/core/logger.h"
 #include "korvane/platform/web_view.h"
+#include "korvane/util/logger.h"
 
 namespace korvane {
 

@@ -1,8 +1,8 @@
-#include "korvane/core/sdk_defaults.h"
+#include "korvane/platform/sdk_defaults.h"
 
 #include <array>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 namespace korvane {
 namespace {

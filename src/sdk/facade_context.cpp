@@ -1,6 +1,6 @@
 #include "sdk/facade_context.h"
 
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "sdk/sdk_session.h"
 
 namespace korvane {

@@ -1,4 +1,4 @@
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/sdk/korvane_sdk.h"
 
 #include "korvane/version.h"
 #include "offerwall/warm_offerwall.h"

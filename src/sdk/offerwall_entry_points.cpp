@@ -1,7 +1,7 @@
 // The facade's offerwall entry points.
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/sdk/korvane_sdk.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "offerwall/outside_opening.h"
 #include "sdk/sdk_session.h"

@@ -1,7 +1,7 @@
 // The facade's preloaded offerwall: keeping one page warm, handing it to the next opening, and
 // letting it go when the user changes.
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/core/logger.h"
+#include "korvane/sdk/korvane_sdk.h"
+#include "korvane/util/logger.h"
 #include "offerwall/offerwall_opening.h"
 #include "offerwall/warm_offerwall.h"
 #include "sdk/sdk_session.h"

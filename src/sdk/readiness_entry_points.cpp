@@ -1,5 +1,5 @@
 // The facade's readiness entry points: the start's status and whether an offerwall can show.
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "offerwall/offerwall_availability.h"
 #include "sdk/sdk_session.h"
 

@@ -6,8 +6,8 @@
 
 #include "backend/network_manager.h"
 #include "context/sdk_context.h"
-#include "korvane/core/executor.h"
 #include "korvane/platform/platform_services.h"
+#include "korvane/util/executor.h"
 
 namespace korvane {
 

@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "context/sdk_context.h"
-#include "korvane/api/device_utils.h"
-#include "korvane/core/korvane_sdk.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/backend/device_utils.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "offerwall/callback_slots.h"
 #include "placements/placement_registry.h"
 #include "sdk/sdk_environment.h"
 #include "sdk/startup_guard.h"
 #include "sdk/validation_retry.h"
 #include "telemetry/error_telemetry.h"
+#include "telemetry/event_batch_service.h"
 #include "util/observers.h"
 
 namespace korvane {

@@ -1,6 +1,6 @@
 // What turns the session off, wholly or in part: the start-up guard's decision at initialize and
 // the off switch in the backend's validation answer.
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 #include "sdk/sdk_session.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 namespace korvane {
 namespace {

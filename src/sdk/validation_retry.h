@@ -5,12 +5,12 @@
 #include <memory>
 #include <mutex>
 
-#include "korvane/api/app_records.h"
-#include "korvane/core/error.h"
-#include "korvane/core/sdk_readiness.h"
+#include "korvane/backend/app_records.h"
 #include "korvane/platform/main_thread.h"
 #include "korvane/platform/random_source.h"
 #include "korvane/platform/reachability.h"
+#include "korvane/values/error.h"
+#include "korvane/values/sdk_readiness.h"
 
 namespace korvane {
 

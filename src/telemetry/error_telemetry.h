@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "korvane/core/logger.h"
 #include "korvane/platform/process_diagnostics.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/util/logger.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane {
 

@@ -1,11 +1,11 @@
-#include "korvane/telemetry/event_batch_service.h"
+#include "telemetry/event_batch_service.h"
 
 #include <algorithm>
 
 #include <cmath>
 #include <cstdio>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 #include "telemetry/event_conversion.h"
 #include "util/number_text.h"

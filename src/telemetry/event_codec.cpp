@@ -5,7 +5,7 @@
 
 #include "backend/json_writer.h"
 #include "backend/record_codec.h"
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 #include "util/base64.h"
 
 namespace korvane {

@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "backend/json_codec.h"
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "korvane/version.h"
 
 namespace korvane {

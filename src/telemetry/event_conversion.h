@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "korvane/api/telemetry_records.h"
+#include "korvane/backend/telemetry_records.h"
 #include "korvane/telemetry/event.h"
-#include "korvane/telemetry/send_context.h"
+#include "telemetry/send_context.h"
 
 namespace korvane {
 

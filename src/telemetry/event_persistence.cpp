@@ -1,4 +1,4 @@
-#include "korvane/telemetry/event_persistence.h"
+#include "telemetry/event_persistence.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,7 +8,7 @@
 #include <memory>
 #include <unordered_set>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "telemetry/event_codec.h"
 
 namespace korvane {

@@ -1,4 +1,4 @@
-#include "korvane/telemetry/event_queue.h"
+#include "telemetry/event_queue.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "korvane/core/control_labels.h"
+#include "korvane/util/control_labels.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "korvane/core/executor.h"
+#include "korvane/util/executor.h"
 
 #include <condition_variable>
 #include <deque>

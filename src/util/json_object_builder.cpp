@@ -1,4 +1,4 @@
-#include "korvane/core/json_object_builder.h"
+#include "korvane/util/json_object_builder.h"
 
 #include <algorithm>
 #include <utility>

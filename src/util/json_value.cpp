@@ -1,11 +1,11 @@
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "korvane/core/json_object_builder.h"
+#include "korvane/util/json_object_builder.h"
 
 namespace korvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 #include <chrono>
 #include <cstdio>

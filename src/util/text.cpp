@@ -1,4 +1,4 @@
-#include "korvane/core/text.h"
+#include "korvane/util/text.h"
 
 #include "util/utf8.h"
 

@@ -1,4 +1,4 @@
-#include "korvane/core/public_errors.h"
+#include "korvane/values/public_errors.h"
 
 #include <cstdlib>
 

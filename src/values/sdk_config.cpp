@@ -1,8 +1,8 @@
-#include "korvane/core/sdk_config.h"
+#include "korvane/values/sdk_config.h"
 
 #include <algorithm>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "util/url_text.h"
 #include "values/backend_urls.h"
 

@@ -1,4 +1,4 @@
-#include "korvane/core/sdk_readiness.h"
+#include "korvane/values/sdk_readiness.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "korvane/core/sdk_user.h"
+#include "korvane/values/sdk_user.h"
 
 #include <cstdlib>
 

@@ -11,7 +11,7 @@
 
 #include "backend/record_codec.h"
 #include "dev_server.h"
-#include "korvane/api/api_service.h"
+#include "korvane/backend/api_service.h"
 #include "korvane/linux/curl_http_client.h"
 #include "log_capture.h"
 

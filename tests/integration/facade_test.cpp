@@ -7,16 +7,16 @@
 #include <future>
 
 #include "dev_server.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/placements/korvane_banner.h"
 #include "korvane/placements/korvane_mission.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
 #include "sdk/sdk_environment.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane {
 namespace {

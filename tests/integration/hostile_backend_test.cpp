@@ -8,12 +8,12 @@
 #include <future>
 
 #include "dev_server.h"
-#include "korvane/api/api_service.h"
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/backend/api_service.h"
 #include "korvane/linux/curl_http_client.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/placements/korvane_mission.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
 #include "sdk/sdk_environment.h"

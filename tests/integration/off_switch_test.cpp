@@ -7,10 +7,10 @@
 #include <future>
 
 #include "dev_server.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/placements/korvane_mission.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
 #include "sdk/sdk_environment.h"

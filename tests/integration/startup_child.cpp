@@ -12,9 +12,9 @@
 #include <thread>
 
 #include "dev_server.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "sdk/sdk_environment.h"
 
 int main(int argc, char** argv) {

@@ -16,7 +16,7 @@
 
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
-#include "korvane/telemetry/event_persistence.h"
+#include "telemetry/event_persistence.h"
 
 namespace korvane {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 namespace korvane::testing {
 

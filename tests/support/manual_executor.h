@@ -5,7 +5,7 @@
 #include <limits>
 #include <mutex>
 
-#include "korvane/core/executor.h"
+#include "korvane/util/executor.h"
 
 namespace korvane::testing {
 

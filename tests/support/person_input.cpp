@@ -7,8 +7,8 @@
 #include <optional>
 #include <thread>
 
-#include "korvane/core/json_value.h"
 #include "korvane/linux/webkit_web_view.h"
+#include "korvane/util/json_value.h"
 
 namespace korvane::testing {
 namespace {

@@ -3,7 +3,7 @@
 #include <deque>
 #include <mutex>
 
-#include "korvane/api/api_service.h"
+#include "korvane/backend/api_service.h"
 
 namespace korvane::testing {
 

@@ -4,8 +4,8 @@
 
 #include "fake_platform.h"
 #include "fake_screens.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "manual_executor.h"
 #include "scripted_api.h"

@@ -12,11 +12,11 @@
 
 #include "dev_server.h"
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/offerwall/offerwall_view_controller.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "page_driver.h"
 #include "recording_screens.h"
 #include "sdk/sdk_environment.h"

@@ -9,7 +9,7 @@
 #include "backend/record_codec.h"
 #include "fake_platform.h"
 #include "gunzip.h"
-#include "korvane/api/api_service.h"
+#include "korvane/backend/api_service.h"
 #include "log_capture.h"
 
 namespace korvane {

@@ -10,9 +10,9 @@
 
 #include "fake_platform.h"
 #include "korvane/linux/linux_storage.h"
-#include "korvane/telemetry/event_batch_service.h"
 #include "log_capture.h"
 #include "manual_executor.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane {
 namespace {

@@ -6,14 +6,14 @@
 #include <thread>
 
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "main_loop_thread.h"
 #include "scripted_api.h"
 #include "sdk/sdk_environment.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "backend/record_codec.h"
 #include "fake_platform.h"
-#include "korvane/api/api_service.h"
+#include "korvane/backend/api_service.h"
 #include "korvane/linux/linux_storage.h"
 #include "log_capture.h"
 #include "offerwall/bridge_dispatcher.h"

@@ -8,7 +8,7 @@
 #include <memory>
 #include <regex>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #include "log_capture.h"
 
 namespace korvane {

@@ -6,8 +6,8 @@
 #include <filesystem>
 
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "manual_executor.h"
 #include "scripted_api.h"

@@ -8,13 +8,13 @@
 
 #include "backend/record_codec.h"
 #include "fake_platform.h"
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/linux/linux_storage.h"
-#include "korvane/telemetry/event_batch_service.h"
+#include "korvane/sdk/korvane_sdk.h"
 #include "log_capture.h"
 #include "manual_executor.h"
 #include "scripted_api.h"
 #include "sdk/sdk_environment.h"
+#include "telemetry/event_batch_service.h"
 #include "thread_recording_documents.h"
 
 namespace korvane {

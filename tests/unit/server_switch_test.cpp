@@ -7,8 +7,8 @@
 #include "backend/record_codec.h"
 #include "backend/server_switch.h"
 #include "korvane/linux/linux_storage.h"
-#include "korvane/telemetry/event_batch_service.h"
 #include "signed_in_sdk.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane {
 namespace {

@@ -9,9 +9,9 @@
 
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
-#include "korvane/telemetry/event_batch_service.h"
 #include "offerwall/offerwall_opening.h"
 #include "signed_in_sdk.h"
+#include "telemetry/event_batch_service.h"
 
 namespace korvane::testing {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 #include "memory_key_value_store.h"
 
 namespace korvane {

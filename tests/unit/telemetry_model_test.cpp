@@ -14,12 +14,12 @@
 
 #include "backend/record_codec.h"
 #include "korvane/linux/linux_storage.h"
-#include "korvane/telemetry/event_persistence.h"
-#include "korvane/telemetry/event_queue.h"
 #include "log_capture.h"
 #include "manual_clock.h"
 #include "telemetry/event_codec.h"
 #include "telemetry/event_conversion.h"
+#include "telemetry/event_persistence.h"
+#include "telemetry/event_queue.h"
 #include "util/base64.h"
 #include "util/number_text.h"
 

@@ -10,8 +10,8 @@
 #include <cmath>
 #include <random>
 
-#include "korvane/core/control_labels.h"
-#include "korvane/core/text.h"
+#include "korvane/util/control_labels.h"
+#include "korvane/util/text.h"
 #include "util/double_text.h"
 #include "util/url_text.h"
 

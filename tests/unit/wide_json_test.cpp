@@ -5,8 +5,8 @@
 #include <random>
 
 #include "fake_platform.h"
-#include "korvane/api/api_service.h"
-#include "korvane/core/json_object_builder.h"
+#include "korvane/backend/api_service.h"
+#include "korvane/util/json_object_builder.h"
 #include "log_capture.h"
 #include "signed_in_sdk.h"
 #include "telemetry/event_codec.h"

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "korvane/api/telemetry_records.h"
-#include "korvane/core/json_value.h"
+#include "korvane/backend/telemetry_records.h"
+#include "korvane/util/json_value.h"
 
 namespace httplib {
 class Server;

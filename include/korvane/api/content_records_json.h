@@ -1,17 +1,4 @@
 #pragma once
 
-#include "korvane/api/content_records.h"
-#include "korvane/core/json_value.h"
-
-namespace korvane {
-
-// The content records as JSON objects, with the backend's keys in its order and absent optional
-// fields left out: what a record gives when the app encodes it.
-JsonValue toJson(const QuizEvent& value);
-JsonValue toJson(const QuizResponse& value);
-JsonValue toJson(const Mission& value);
-JsonValue toJson(const MissionResponse& value);
-JsonValue toJson(const BannerInfoResponse& value);
-JsonValue toJson(const PlacementUrlResponse& value);
-
-}  // namespace korvane
+// This header moved to "korvane/backend/content_records_json.h"; this path forwards to it for one release.
+#include "korvane/backend/content_records_json.h"

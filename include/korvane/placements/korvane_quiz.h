@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "korvane/api/content_records.h"
-#include "korvane/core/public_errors.h"
+#include "korvane/backend/content_records.h"
+#include "korvane/values/public_errors.h"
 
 namespace korvane {
 

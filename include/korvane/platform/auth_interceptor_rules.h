@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "korvane/core/sdk_config.h"
 #include "korvane/platform/http_client.h"
+#include "korvane/values/sdk_config.h"
 
 // What the request interceptor does, independent of the platform's URL-loading hooks (the iOS
 // layer's NSURLProtocol subclass applies it): it takes requests to the backend's domain once, and

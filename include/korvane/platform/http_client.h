@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "korvane/core/error.h"
+#include "korvane/values/error.h"
 
 namespace korvane {
 

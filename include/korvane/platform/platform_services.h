@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "korvane/core/executor.h"
 #include "korvane/platform/app_lifecycle.h"
 #include "korvane/platform/background_time.h"
 #include "korvane/platform/clock.h"
@@ -18,6 +17,7 @@
 #include "korvane/platform/storage.h"
 #include "korvane/platform/tracking_authorization.h"
 #include "korvane/platform/url_opener.h"
+#include "korvane/util/executor.h"
 
 namespace korvane {
 

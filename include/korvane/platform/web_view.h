@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "korvane/core/error.h"
 #include "korvane/platform/http_client.h"
+#include "korvane/values/error.h"
 
 namespace korvane {
 

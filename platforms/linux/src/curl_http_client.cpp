@@ -7,7 +7,7 @@
 #include <map>
 #include <mutex>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 namespace korvane::linux_host {
 

@@ -7,8 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "korvane/core/json_value.h"
-#include "korvane/core/logger.h"
+#include "korvane/util/json_value.h"
+#include "korvane/util/logger.h"
 
 namespace korvane::linux_host {
 namespace {

@@ -1,7 +1,7 @@
 #import <KorvaneSDK/AuthInterceptor.h>
 
-#include "korvane/core/korvane_sdk.h"
 #include "korvane/platform/auth_interceptor_rules.h"
+#include "korvane/sdk/korvane_sdk.h"
 #import "support/first_use.h"
 #import "support/objc_text.h"
 

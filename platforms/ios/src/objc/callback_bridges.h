@@ -5,8 +5,8 @@
 
 #include <memory>
 
-#include "korvane/core/public_errors.h"
 #include "korvane/offerwall/offerwall_callback.h"
+#include "korvane/values/public_errors.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #import "objc/unavailable.h"
 #import "support/first_use.h"
 #import "support/objc_text.h"

@@ -3,8 +3,8 @@
 #import <KorvaneSDK/KorvaneSdkConfig.h>
 #import <KorvaneSDK/KorvaneSdkUser.h>
 
-#include "korvane/core/sdk_config.h"
-#include "korvane/core/sdk_user.h"
+#include "korvane/values/sdk_config.h"
+#include "korvane/values/sdk_user.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

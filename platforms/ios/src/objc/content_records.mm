@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "korvane/api/content_records_json.h"
+#include "korvane/backend/content_records_json.h"
 
 using korvane::ios::toNSString;
 using korvane::ios::toNullableNSString;

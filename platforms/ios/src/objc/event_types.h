@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "korvane/api/content_records.h"
+#include "korvane/backend/content_records.h"
 #include "korvane/telemetry/event.h"
 
 NS_ASSUME_NONNULL_BEGIN

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "korvane/core/json_value.h"
+#include "korvane/util/json_value.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

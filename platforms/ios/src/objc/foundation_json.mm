@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "korvane/core/json_object_builder.h"
-#include "korvane/core/logger.h"
+#include "korvane/util/json_object_builder.h"
+#include "korvane/util/logger.h"
 #import "support/objc_text.h"
 
 namespace korvane::ios {

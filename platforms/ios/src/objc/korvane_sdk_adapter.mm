@@ -1,7 +1,7 @@
 #import <KorvaneSDK/KorvaneSdkFacade.h>
 #import <UIKit/UIKit.h>
 
-#include "korvane/core/korvane_sdk.h"
+#include "korvane/sdk/korvane_sdk.h"
 #import "objc/callback_bridges.h"
 #import "objc/config_internal.h"
 #import "objc/event_types.h"

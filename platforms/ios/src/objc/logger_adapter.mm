@@ -1,6 +1,6 @@
 #import <KorvaneSDK/KorvaneLogger.h>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #import "objc/objc_errors.h"
 #import "objc/unavailable.h"
 #import "support/first_use.h"

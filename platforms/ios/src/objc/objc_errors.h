@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
-#include "korvane/core/error.h"
-#include "korvane/core/public_errors.h"
+#include "korvane/values/error.h"
+#include "korvane/values/public_errors.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

@@ -2,8 +2,8 @@
 
 #import <KorvaneSDK/KorvaneSdkReadiness.h>
 
-#include "korvane/core/sdk_readiness.h"
 #include "korvane/platform/subscription.h"
+#include "korvane/values/sdk_readiness.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

@@ -2,7 +2,7 @@
 
 #import <KorvaneSDK/KorvaneContentRecords.h>
 
-#include "korvane/api/content_records.h"
+#include "korvane/backend/content_records.h"
 
 NS_ASSUME_NONNULL_BEGIN
 

@@ -3,8 +3,8 @@
 #import <AdSupport/AdSupport.h>
 #import <AppTrackingTransparency/AppTrackingTransparency.h>
 
-#include "korvane/api/device_utils.h"
-#include "korvane/core/logger.h"
+#include "korvane/backend/device_utils.h"
+#include "korvane/util/logger.h"
 #import "support/objc_text.h"
 
 namespace korvane::ios {

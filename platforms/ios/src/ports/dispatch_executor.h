@@ -2,7 +2,7 @@
 
 #import <dispatch/dispatch.h>
 
-#include "korvane/core/executor.h"
+#include "korvane/util/executor.h"
 
 namespace korvane::ios {
 

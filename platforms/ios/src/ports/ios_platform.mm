@@ -1,6 +1,6 @@
 #import "ports/ios_platform.h"
 
-#include "korvane/core/sdk_defaults.h"
+#include "korvane/platform/sdk_defaults.h"
 #import "ports/att_tracking_authorization.h"
 #import "ports/dispatch_executor.h"
 #import "ports/dispatch_main_thread.h"

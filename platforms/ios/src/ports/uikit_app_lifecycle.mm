@@ -2,7 +2,7 @@
 
 #import <UIKit/UIKit.h>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #import "support/objc_text.h"
 
 namespace korvane::ios {

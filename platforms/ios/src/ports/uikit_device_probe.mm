@@ -7,7 +7,7 @@
 #include <cmath>
 #include <vector>
 
-#include "korvane/core/text.h"
+#include "korvane/util/text.h"
 #import "support/objc_text.h"
 
 namespace korvane::ios {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 
 // The SDK's log lines go to the unified log (Console, `log stream`, Xcode's console) under the
 // subsystem "com.korvane.sdk" instead of standard output, which an installed app does not keep.

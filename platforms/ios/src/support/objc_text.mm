@@ -1,6 +1,6 @@
 #import "support/objc_text.h"
 
-#include "korvane/core/text.h"
+#include "korvane/util/text.h"
 
 namespace korvane::ios {
 

@@ -1,7 +1,7 @@
 #import <KorvaneSDK/KorvaneOfferwallView.h>
 
-#include "korvane/core/logger.h"
 #include "korvane/offerwall/offerwall_view.h"
+#include "korvane/util/logger.h"
 #import "objc/callback_bridges.h"
 #import "support/first_use.h"
 #import "support/objc_text.h"

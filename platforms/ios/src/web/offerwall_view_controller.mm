@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "korvane/api/device_utils.h"
-#include "korvane/core/control_labels.h"
+#include "korvane/backend/device_utils.h"
+#include "korvane/util/control_labels.h"
 #import "objc/callback_bridges.h"
 #import "support/first_use.h"
 #import "support/objc_text.h"

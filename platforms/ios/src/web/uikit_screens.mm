@@ -4,7 +4,7 @@
 
 #import <objc/runtime.h>
 
-#include "korvane/core/logger.h"
+#include "korvane/util/logger.h"
 #import "web/offerwall_controller_internal.h"
 
 namespace korvane::ios {

@@ -8,12 +8,12 @@
 #include <optional>
 #include <string>
 
-#include "korvane/api/api_service.h"
-#include "korvane/core/executor.h"
+#include "korvane/backend/api_service.h"
 #include "korvane/platform/platform_services.h"
-#include "korvane/telemetry/event_persistence.h"
-#include "korvane/telemetry/event_queue.h"
-#include "korvane/telemetry/send_context.h"
+#include "korvane/util/executor.h"
+#include "telemetry/event_persistence.h"
+#include "telemetry/event_queue.h"
+#include "telemetry/send_context.h"
 
 namespace korvane {
 

@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "korvane/core/error.h"
 #include "korvane/platform/clock.h"
 #include "korvane/platform/storage.h"
 #include "korvane/telemetry/event.h"
+#include "korvane/values/error.h"
 
 namespace korvane {
 
