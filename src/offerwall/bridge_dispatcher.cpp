@@ -297,7 +297,9 @@ void BridgeDispatcher::quizStarted() {
 void BridgeDispatcher::missionMessage(const std::string& type, const JsonValue& data) {
   if (type == "missionRefreshed") {
     KorvaneLogger::d(tag_, "[missionRefreshed] Called from WebView");
-    const std::optional<std::string> unitId = textField(data, "unitId");
+    std::optional<std::string> unitId = textField(data, "unitId");
+    // The bridge's missionRefreshed() sends "" for no unit: the app hears nil, every list.
+    if (unitId && unitId->empty()) unitId.reset();
     const char* source = kind_ == BridgeHostKind::controller ? "webview" : "embedded_webview";
     return onMain([tag = tag_, context = context_, unitId, source](BridgeHost&) {
       context->tracker()->trackEvent(EventType::custom, "mission",

@@ -85,8 +85,11 @@ void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
                           bool shouldStoreCallbacks) {
   KorvaneLogger::d(kTag, "Loading missions");
   const SessionFacts& session = *context_->session();
-  const auto refuse = [&onFailure] {
-    if (onFailure) onFailure(KorvaneAdError::notInitialized);
+  // Refusals too reach the caller on the main thread, as every load result does.
+  const auto refuse = [this, &onFailure] {
+    placements::onMainThread(*context_, [onFailure] {
+      if (onFailure) onFailure(KorvaneAdError::notInitialized);
+    });
   };
   if (placements::switchedOff(*context_, kTag, "load")) return refuse();
   if (!session.isInitialized()) {
@@ -108,21 +111,25 @@ void KorvaneMission::load(SuccessCallback onSuccess, FailureCallback onFailure,
     loadSuccessCallback_ = onSuccess;
     loadFailureCallback_ = onFailure;
   }
-  api->getMissions(user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
-                   [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
-                    onFailure = std::move(onFailure)](Result<MissionResponse> answer) {
-                     placements::onMainThread(
-                         *context, [weak, onSuccess, onFailure, answer = std::move(answer)] {
-                           if (!answer) {
-                             KorvaneLogger::e(
-                                 kTag, "Error loading missions: " + answer.error().description);
-                             if (onFailure) onFailure(KorvaneAdError::loadFailed);
-                             return;
-                           }
-                           // A placement the host let go has nobody left to report to.
-                           if (auto self = weak.lock()) self->finishLoad(answer.value(), onSuccess);
-                         });
-                   });
+  api->getMissions(
+      user->userId(), "iOS", placements::advertisingIdOrZero(*context_),
+      [context = context_, weak = weak_from_this(), onSuccess = std::move(onSuccess),
+       onFailure = std::move(onFailure)](Result<MissionResponse> answer) {
+        placements::onMainThread(
+            *context, [weak, onSuccess, onFailure, answer = std::move(answer)] {
+              if (!answer) {
+                KorvaneLogger::e(kTag, "Error loading missions: " + answer.error().description);
+                if (onFailure) onFailure(KorvaneAdError::loadFailed);
+                return;
+              }
+              if (auto self = weak.lock()) return self->finishLoad(answer.value(), onSuccess);
+              // A placement the host let go keeps no list and reports no impression, but its
+              // caller still hears how the load ended.
+              const MissionResponse& response = answer.value();
+              if (onSuccess)
+                onSuccess(response.events, MissionProgress{response.current, response.total});
+            });
+      });
 }
 
 void KorvaneMission::finishLoad(const MissionResponse& response, const SuccessCallback& onSuccess) {

@@ -67,8 +67,11 @@ std::vector<QuizEvent> KorvaneQuiz::quizEvents() const {
 void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
                        bool shouldStoreCallbacks) {
   const SessionFacts& session = *context_->session();
-  const auto refuse = [&onFailure] {
-    if (onFailure) onFailure(KorvaneAdError::notInitialized);
+  // Refusals too reach the caller on the main thread, as every load result does.
+  const auto refuse = [this, &onFailure] {
+    placements::onMainThread(*context_, [onFailure] {
+      if (onFailure) onFailure(KorvaneAdError::notInitialized);
+    });
   };
   if (placements::switchedOff(*context_, kTag, "load")) return refuse();
   if (!session.isInitialized()) {
@@ -101,9 +104,14 @@ void KorvaneQuiz::load(SuccessCallback onSuccess, FailureCallback onFailure,
                 if (onFailure) onFailure(KorvaneAdError::loadFailed);
                 return;
               }
-              auto self = weak.lock();
-              if (!self) return;
               const QuizResponse& response = answer.value();
+              auto self = weak.lock();
+              // A placement the host let go keeps no list and reports no impression, but its
+              // caller still hears how the load ended.
+              if (!self) {
+                if (onSuccess) onSuccess(response);
+                return;
+              }
               {
                 std::lock_guard lock(self->mutex_);
                 self->quizEvents_ = response.events;

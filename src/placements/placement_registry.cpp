@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <utility>
 
 #include "placements/adjoe_manager.h"
 
@@ -51,9 +52,12 @@ bool PlacementRegistry::quizCompleted(const JsonValue& data) {
   std::shared_ptr<KorvaneQuiz> quiz;
   std::optional<QuizEvent> quizEvent;
   {
+    // One completion per opening: a page that reports again, or reports after another page
+    // did, does not complete the quiz (and reward its amount) twice.
     std::lock_guard lock(lock_);
     quiz = currentQuiz_.lock();
-    quizEvent = currentQuizEvent_;
+    quizEvent = std::exchange(currentQuizEvent_, std::nullopt);
+    currentQuiz_.reset();
   }
   if (!quiz || !quizEvent) return false;
   quiz->completed(*quizEvent, quizRewardAmount(data, *quizEvent));
@@ -105,7 +109,8 @@ namespace {
 std::optional<int> wholeNumber(std::string_view text) {
   int value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
+  if (error != std::errc() || end != text.data() + text.size() || text.empty() || value < 0)
+    return std::nullopt;
   return value;
 }
 
@@ -114,14 +119,12 @@ std::optional<int> wholeNumber(std::string_view text) {
 int quizRewardAmount(const JsonValue& data, const QuizEvent& quizEvent) {
   if (data.is_object()) {
     const auto it = data.find("rewardAmount");
-    if (it != data.end() && it->is_number_unsigned()) {
-      const auto amount = it->get<std::uint64_t>();
-      if (amount <= static_cast<std::uint64_t>(std::numeric_limits<int>::max()))
-        return static_cast<int>(amount);
-    } else if (it != data.end() && it->is_number_integer()) {
-      const auto amount = it->get<std::int64_t>();
-      if (amount >= std::numeric_limits<int>::min() && amount <= std::numeric_limits<int>::max())
-        return static_cast<int>(amount);
+    // Both integer kinds: parsed page text is unsigned when positive, a built value signed.
+    if (it != data.end() && it->is_number_integer()) {
+      const bool negative = !it->is_number_unsigned() && it->get<std::int64_t>() < 0;
+      if (!negative &&
+          it->get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<int>::max()))
+        return static_cast<int>(it->get<std::uint64_t>());
     }
   }
   return wholeNumber(quizEvent.point).value_or(0);

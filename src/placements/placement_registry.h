@@ -56,8 +56,8 @@ class PlacementRegistry final : public PlacementMessages {
   std::optional<QuizEvent> currentQuizEvent_;
 };
 
-// The reward a quiz completion carries: the page's whole-number "rewardAmount", else the quiz's
-// point when it is a whole number, else 0.
+// The reward a quiz completion carries, never negative: the page's "rewardAmount" when it is a
+// whole number from 0 to INT_MAX, else the quiz's point when it is one, else 0.
 int quizRewardAmount(const JsonValue& data, const QuizEvent& quizEvent);
 
 }  // namespace korvane

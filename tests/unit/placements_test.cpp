@@ -163,6 +163,7 @@ TEST_F(PlacementsTest, LoadRefusalsAndFailuresReachOnFailure) {
     auto quizzes = KorvaneQuiz::create();
     missions->load(nullptr, [&](KorvaneAdError e) { missionErrors.push_back(e); });
     quizzes->load(nullptr, [&](KorvaneAdError e) { quizErrors.push_back(e); });
+    EXPECT_TRUE(missionErrors.empty() && quizErrors.empty()) << c.name << ": on the main thread";
     settle();
     EXPECT_EQ(missionErrors, std::vector<KorvaneAdError>{c.expected}) << c.name;
     EXPECT_EQ(quizErrors, std::vector<KorvaneAdError>{c.expected}) << c.name;
@@ -172,6 +173,33 @@ TEST_F(PlacementsTest, LoadRefusalsAndFailuresReachOnFailure) {
     TearDown();
     SetUp();
   }
+}
+
+// The host may let a placement go while it loads: the load still ends in its success.
+TEST_F(PlacementsTest, ALoadOutlivingItsPlacementStillEndsInSuccess) {
+  MissionResponse missions;
+  missions.events = {mission(1)};
+  api_->missionAnswer = missions;
+  QuizResponse quizzes;
+  quizzes.events = {quiz(1), quiz(2)};
+  api_->quizAnswer = quizzes;
+  auto missionPlacement = KorvaneMission::create();
+  auto quizPlacement = KorvaneQuiz::create();
+  missionPlacement->load(
+      [&](const std::vector<Mission>& m, MissionProgress) {
+        journal_.lines.push_back("missions " + std::to_string(m.size()));
+      },
+      [&](KorvaneAdError) { journal_.lines.push_back("mission failure"); });
+  quizPlacement->load(
+      [&](const QuizResponse& r) {
+        journal_.lines.push_back("quizzes " + std::to_string(r.events.size()));
+      },
+      [&](KorvaneAdError) { journal_.lines.push_back("quiz failure"); });
+  missionPlacement.reset();
+  quizPlacement.reset();
+  settle();
+  EXPECT_EQ(journal_.lines, (std::vector<std::string>{"missions 1", "quizzes 2"}));
+  EXPECT_TRUE(parameters("mission_impressed").empty() && parameters("quiz_impressed").empty());
 }
 
 TEST_F(PlacementsTest, RefreshNotifiesEachDistinctListenerOnceAndRecordsOneEvent) {
@@ -257,9 +285,11 @@ TEST_F(PlacementsTest, MissionClicksOpenTheLandingPageAndPagesReachTheMission) {
   screen(0).view.post(R"({"type":"missionProgressed","data":{"missionId":"m2"}})");
   screen(0).view.post(R"({"type":"missionCompleted","data":{"missionId":"m2"}})");
   screen(0).view.post(R"({"type":"missionCompleted","data":{"missionId":"zz"}})");
+  // The bridge's missionRefreshed() without a unit sends "": every list.
+  screen(0).view.post(R"({"type":"missionRefreshed","data":{"unitId":""}})");
   settle();
-  EXPECT_EQ(journal_.lines,
-            (std::vector<std::string>{"L clicked m2", "L progressed m2", "L completed m2"}));
+  EXPECT_EQ(journal_.lines, (std::vector<std::string>{"L clicked m2", "L progressed m2",
+                                                      "L completed m2", "L refreshed nil"}));
   EXPECT_TRUE(log_.mentions("Mission instance 또는 mission을 찾을 수 없음"));
   EXPECT_TRUE(log_.contains(
       "[D/KorvaneMission] Refreshing mission list after completion - React Native에서 처리"));
@@ -381,39 +411,55 @@ TEST_F(PlacementsTest, QuizClickTellsTheListenerBeforeTheQuizOpensAndCompletionC
   const std::string url = screen(0).view.loads.at(0).url;
   EXPECT_NE(url.find("&quiz_id=q2&quiz_title=Quiz%202&context=quiz&"), std::string::npos) << url;
 
+  // One completion per opening: the page's second report is not honoured.
   placement->setQuizEventsListener(listener);
   screen(0).view.post(R"({"type":"quizCompleted","data":{"quizId":"q2","score":3}})");
   screen(0).view.post(R"({"type":"quizCompleted","data":{"rewardAmount":7}})");
   settle();
-  EXPECT_EQ(journal_.lines,
-            (std::vector<std::string>{"clicked q1", "completed q2 120", "completed q2 7"}));
+  EXPECT_TRUE(log_.mentions("Quiz instance 또는 event를 찾을 수 없음"));
+  log_.clear();
+  placement->clickQuiz("q2", nullptr);
+  settle();
+  ASSERT_EQ(presenter_->live.size(), 2u);
+  screen(1).view.post(R"({"type":"quizCompleted","data":{"rewardAmount":7}})");
+  settle();
+  EXPECT_EQ(journal_.lines, (std::vector<std::string>{"clicked q1", "completed q2 120",
+                                                      "clicked q2", "completed q2 7"}));
   EXPECT_TRUE(
       log_.mentions("[iOS SDK - Quiz] refreshAfterCompletion 호출됨 - React Native에서 처리"));
   const auto clicks = parameters("quiz_clicked");
-  ASSERT_EQ(clicks.size(), 2u);
+  ASSERT_EQ(clicks.size(), 3u);
   EXPECT_EQ(clicks[1].at(2),
             (std::pair<std::string, std::string>{"landingUrl", "https://hub.example/quiz?id=q2"}));
   EXPECT_EQ(parameters("quiz_completed").size(), 2u);
 
   // The listener is held weakly, and a quiz the host let go hears nothing.
+  placement->clickQuiz("q2", nullptr);
+  settle();
   listener.reset();
   watcher.reset();
   placement.reset();
-  screen(0).view.post(R"({"type":"quizCompleted","data":{}})");
+  screen(2).view.post(R"({"type":"quizCompleted","data":{}})");
   settle();
   EXPECT_TRUE(log_.mentions("Quiz instance 또는 event를 찾을 수 없음"));
 }
 
-TEST(QuizReward, PageAmountThenWholeNumberPointThenZero) {
+TEST(QuizReward, PageAmountThenWholeNumberPointThenZeroNeverNegative) {
   const struct {
     JsonValue data;
     std::string point;
     int expected;
   } cases[] = {
-      {{{"rewardAmount", 30}}, "50", 30},   {{{"rewardAmount", "30"}}, "50", 50},
-      {{{"rewardAmount", 1e12}}, "50", 50}, {{{"rewardAmount", 9999999999}}, "50", 50},
-      {JsonValue::object(), "100P", 0},     {JsonValue::object(), "", 0},
-      {JsonValue::array(), "-5", -5},
+      {{{"rewardAmount", 30}}, "50", 30},
+      {{{"rewardAmount", "30"}}, "50", 50},
+      {{{"rewardAmount", 1e12}}, "50", 50},
+      {{{"rewardAmount", 9999999999}}, "50", 50},
+      {{{"rewardAmount", -3}}, "50", 50},
+      {{{"rewardAmount", 0}}, "50", 0},
+      {JsonValue::parse(R"({"rewardAmount":2147483647})"), "50", 2147483647},
+      {JsonValue::object(), "100P", 0},
+      {JsonValue::object(), "", 0},
+      {JsonValue::array(), "-5", 0},
   };
   for (const auto& c : cases) {
     QuizEvent q;

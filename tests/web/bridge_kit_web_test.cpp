@@ -78,7 +78,7 @@ import * as kit from '/bridge-kit/korvane-bridge-kit.js';
 import { installMockHost } from '/bridge-kit/korvane-mock-host.js';
 import { run, user, advertisingId } from '/pages/kit_cases.js';
 const setUp = (extra) => installMockHost(Object.assign({
-  user, advertisingId, installedApps: ['someapp://'], delayMs: 5,
+  user, advertisingId, installedApps: ['someapp://'], delayMs: 5, contextType: 'quiz',
   data: { points: (params) => ({ points: 1200, asked: params }) } }, extra));
 window.__mock = null;
 (async () => {

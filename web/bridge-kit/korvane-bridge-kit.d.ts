@@ -30,18 +30,20 @@ export declare const defaults: {
 };
 
 /**
- * 'unavailable': no bridge in the page (not injected yet, or not inside the offerwall);
- * 'timeout': no reply (refused, or nothing to say).
+ * 'unavailable': no bridge in the page (not injected yet, a sub frame, or not inside the
+ * offerwall); 'timeout': no reply (refused, or nothing to say); 'invalid': not sent, as a value
+ * is not JSON (a cycle, a BigInt).
  */
 export declare class KorvaneBridgeError extends Error {
   readonly name: 'KorvaneBridgeError';
-  readonly code: 'unavailable' | 'timeout';
+  readonly code: 'unavailable' | 'timeout' | 'invalid';
 }
 
 export declare function isAvailable(): boolean;
 export declare function ready(options?: ReadyOptions): Promise<KorvaneBridge>;
 
 export declare function userInfo(options?: WaitOptions): Promise<KorvaneUserInfo>;
+/** Opens the app for `url` when one is installed, so call it from a person's tap. */
 export declare function isAppInstalled(url: string, options?: WaitOptions): Promise<boolean>;
 export declare function request<T extends object = KorvaneJsonObject>(
   type: string, params?: KorvaneJsonObject, options?: WaitOptions): Promise<T>;
@@ -57,6 +59,10 @@ export declare function missionCompleted(missionId: string): Promise<void>;
 export declare function missionProgressed(missionId: string): Promise<void>;
 export declare function missionRefreshed(unitId?: string): Promise<void>;
 export declare function quizStarted(quizId: string): Promise<void>;
+/**
+ * rewardAmount: a whole number from 0; otherwise, or when absent, the app hears the quiz's point.
+ * The SDK honours one completion per opening of the quiz.
+ */
 export declare function quizCompleted(quizId: string, score: number,
                                       rewardAmount?: number): Promise<void>;
 

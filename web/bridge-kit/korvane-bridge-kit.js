@@ -22,8 +22,9 @@ export const defaults = {
 };
 
 /**
- * Every failure of the kit: code is 'unavailable' (no bridge: not injected yet, or not inside the
- * offerwall) or 'timeout' (no reply).
+ * Every failure of the kit: code is 'unavailable' (no bridge: not injected yet, a sub frame, or
+ * not inside the offerwall), 'timeout' (no reply) or 'invalid' (not sent: a value JSON cannot
+ * carry, such as a cycle or a BigInt).
  */
 export class KorvaneBridgeError extends Error {
   constructor(code, message) {
@@ -53,6 +54,24 @@ function pageLoaded() {
   return !doc || doc.readyState === 'complete';
 }
 
+// Whether this page is a frame inside another page.
+function framed() {
+  return root.top !== undefined && root.top !== null && root.top !== root.self;
+}
+
+function inFrame() {
+  return new KorvaneBridgeError('unavailable',
+    'Korvane bridge: this page is a sub frame. The SDK puts window.KorvaneBridge in the ' +
+    'offerwall\'s main page only and answers no frame, so call the kit from the main page (a ' +
+    'frame may ask the main page to, with window.parent.postMessage).');
+}
+
+function notSent(e) {
+  return new KorvaneBridgeError('invalid',
+    'Korvane bridge: the message was not sent: ' + String(e && e.message || e) +
+    ' (every value must be JSON: no cycles and no BigInt).');
+}
+
 function notInjected(waitedMs, loaded) {
   const handler = Boolean(root.webkit && root.webkit.messageHandlers &&
     root.webkit.messageHandlers.korvaneNative);
@@ -78,6 +97,8 @@ export function ready(options) {
   const graceMs = nonNegative(options && options.graceMs, defaults.readyGraceMs);
   const present = bridgeObject();
   if (present) return Promise.resolve(present);
+  // A frame never gets the bridge: waiting would only delay the same answer.
+  if (framed()) return Promise.reject(inFrame());
   return new Promise((resolve, reject) => {
     const started = Date.now();
     let loadedAt = pageLoaded() ? started : null;
@@ -106,15 +127,12 @@ function waitOf(options, fallback) {
 }
 
 function noReply(what, timeoutMs) {
-  const framed = root.top !== undefined && root.top !== root.self;
   const request = what.startsWith('dataRequest');
   return new KorvaneBridgeError('timeout',
     'Korvane bridge: no reply to ' + what + ' within ' + timeoutMs + ' ms. ' +
     (request ? 'The app may have no answer for this request (it then sends nothing). ' : '') +
     'The SDK answers nothing when it refuses a message: this page\'s origin is not trusted ' +
-    'by the offerwall' +
-    (framed ? ', or (as here) the page is a sub frame' : ' or the page is a sub frame') +
-    ' (see the SDK log for "Bridge message ... refused").');
+    'by the offerwall (see the SDK log for "Bridge message ... refused").');
 }
 
 let sequence = 0;
@@ -140,7 +158,7 @@ function ask(what, timeoutMs, send, cleanup) {
     } catch (e) {
       clearTimeout(timer);
       cleanup();
-      reject(e);
+      reject(notSent(e));
     }
   }));
 }
@@ -176,7 +194,10 @@ export function userInfo(options) {
   }, () => { if (entry) waitingForUser.delete(entry); });
 }
 
-/** Whether an app opens for `url` (a custom scheme such as 'someapp://'). Native launches it. */
+/**
+ * Whether an app opens for `url` (a custom scheme such as 'someapp://'). Native launches it, so
+ * call it from a person's tap, never while the page renders.
+ */
 export function isAppInstalled(url, options) {
   const timeoutMs = waitOf(options, defaults.replyTimeoutMs);
   const name = globalName('__korvaneKitApp_');
@@ -199,7 +220,13 @@ export function request(type, params, options) {
 }
 
 function post(action) {
-  return ready().then((bridge) => { action(bridge); });
+  return ready().then((bridge) => {
+    try {
+      action(bridge);
+    } catch (e) {
+      throw notSent(e);
+    }
+  });
 }
 
 /** Records a custom telemetry event with its payload (the object form, so the payload arrives). */

@@ -18,6 +18,8 @@ export interface MockHostOptions {
   data?: { [requestType: string]: MockDataAnswer };
   /** false: refuse every message but close and retry without a reply, as for an untrusted page. */
   trusted?: boolean;
+  /** 'quiz': a page opened for a quiz; quiz messages are ignored in any other, as by the SDK. */
+  contextType?: 'quiz';
   /** The origin named in refusals (default: the page's). */
   origin?: string;
   /** Written to window.KorvaneConfig.ifa when the page defined it (default all zeros). */
@@ -49,6 +51,8 @@ export interface MockHost {
   installedApps: string[];
   data: { [requestType: string]: MockDataAnswer };
   trusted: boolean;
+  /** Whether the page has completed its quiz (the SDK honours one completion per opening). */
+  quizCompleted: boolean;
   clear(): void;
   messages(type: KorvaneMessageType | string): MockMessage[];
   injectBridge(): void;

@@ -26,6 +26,22 @@ async function readText(url) {
 
 const HARMLESS = ['close', 'retry'];
 
+// As the SDK: an address in its strict form (a scheme, then URL characters and whole escapes),
+// whose scheme the system may be handed for an app.
+const NEVER_OUTSIDE = [
+  'file', 'javascript', 'vbscript', 'data', 'about', 'blob', 'filesystem', 'view-source',
+  'content', 'resource', 'chrome', 'jar', 'ftp', 'ftps', 'sftp', 'smb', 'nfs', 'afp', 'dav',
+  'davs', 'webdav', 'ssh', 'telnet', 'trash', 'computer', 'network', 'recent', 'burn', 'archive',
+  'admin', 'mtp', 'gphoto2', 'afc', 'ws', 'wss', 'korvane'];
+function isValidUrl(url) {
+  return /^[A-Za-z][A-Za-z0-9+.-]*:(?:[A-Za-z0-9\-._~:/?#[\]@!$&'()*+,;=]|%[0-9A-Fa-f]{2})*$/
+    .test(url);
+}
+function mayOpenApp(url) {
+  const scheme = url.slice(0, url.indexOf(':')).toLowerCase();
+  return !scheme.startsWith('x-gvfs') && !NEVER_OUTSIDE.includes(scheme);
+}
+
 function isPlainIdentifier(name) {
   return typeof name === 'string' && /^[A-Za-z_$][A-Za-z0-9_$]*$/.test(name);
 }
@@ -46,6 +62,8 @@ function text(data, key) {
  *   data: { type: object | (params) => object | null }  the app's answers to dataRequest;
  *                                               null or a type not listed: no answer, as the SDK
  *   trusted: true                               false: refuse all but close/retry, no reply
+ *   contextType: undefined                      'quiz': a page opened for a quiz, the only
+ *                                               one whose quiz messages the SDK handles
  *   origin: location's origin                   named in refusals
  *   advertisingId: all zeros                    written to window.KorvaneConfig.ifa, as the
  *                                               SDK does, when the page has defined KorvaneConfig
@@ -71,6 +89,7 @@ export function installMockHost(options) {
     installedApps: o.installedApps || [],
     data: o.data || {},
     trusted: o.trusted !== false,
+    quizCompleted: false,
     clear() { host.sent.length = 0; host.actions.length = 0; },
     /** The messages of one type, in order. */
     messages(type) { return host.sent.filter((m) => m.type === type); },
@@ -124,12 +143,27 @@ export function installMockHost(options) {
         }
         const identifier = text(data, 'identifier');
         if (!identifier) return replyAppInstalled(name, false, '');
+        if (!isValidUrl(identifier)) {
+          log('warn', 'Invalid URL scheme: ' + identifier);
+          return replyAppInstalled(name, false, identifier);
+        }
+        if (!mayOpenApp(identifier)) {
+          log('warn', '🚫 Not handing this URL to the system (scheme not allowed): ' + identifier);
+          return replyAppInstalled(name, false, identifier);
+        }
         const installed = host.installedApps.some((app) => identifier.startsWith(app));
         host.actions.push('checkAppInstalled ' + identifier);
         return replyAppInstalled(name, installed, identifier);
       }
       case 'quizCompleted':
       case 'quizStarted':
+        if (o.contextType !== 'quiz') return log('warn', type + ': not a page opened for a quiz');
+        // One completion per opening of the quiz.
+        if (type === 'quizCompleted' && host.quizCompleted) {
+          return log('warn', 'quizCompleted: this quiz has been completed');
+        }
+        if (type === 'quizCompleted') host.quizCompleted = true;
+        return host.actions.push(type + ' ' + JSON.stringify(data));
       case 'missionCompleted':
       case 'missionProgressed':
         return host.actions.push(type + ' ' + JSON.stringify(data));

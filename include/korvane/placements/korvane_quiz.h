@@ -21,8 +21,9 @@ class KorvaneQuizEventsListener {
   virtual ~KorvaneQuizEventsListener() = default;
   virtual void onImpressed(const QuizEvent& quizEvent) = 0;
   virtual void onClicked(const QuizEvent& quizEvent) = 0;
-  // The quiz page reported completion. The amount is the page's "rewardAmount", else the quiz's
-  // point when it is a whole number, else 0.
+  // The quiz page reported completion, once per opening of the quiz. The amount is never
+  // negative: the page's "rewardAmount" when it is a whole number from 0, else the quiz's point
+  // when it is one, else 0.
   virtual void onQuizCompleted(const QuizEvent& quizEvent, int rewardAmount) = 0;
 };
 

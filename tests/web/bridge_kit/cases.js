@@ -40,6 +40,10 @@ async function advertisingIdOf(kit) {
 
 const timeout = { name: 'KorvaneBridgeError', code: 'timeout', namesRefusal: true, onTime: true };
 
+// How a call that cannot be sent ends.
+const outcome = (promise) => promise.then(() => 'sent', (e) => ({ name: e.name, code: e.code }));
+const invalid = { name: 'KorvaneBridgeError', code: 'invalid' };
+
 export const suites = {
   trusted: [
     ['ready', async (kit) => { await kit.ready(); return kit.isAvailable(); }, true],
@@ -72,6 +76,12 @@ export const suites = {
     ['quizStarted', (kit) => kit.quizStarted('quiz-1'), undefined],
     ['quizCompleted', (kit) => kit.quizCompleted('quiz-1', 1, 50), undefined],
     ['openExternal', (kit) => kit.openExternal('https://www.example.com/'), undefined],
+    ['a value JSON cannot carry is not sent', (kit) => {
+      const cyclic = {};
+      cyclic.self = cyclic;
+      return Promise.all([outcome(kit.track('cyclic', cyclic)),
+        outcome(kit.request('points', { big: BigInt(1) }))]);
+    }, [invalid, invalid]],
     ['no callback is left behind', async () => leftoverGlobals(), []],
   ],
   untrusted: [

@@ -19,6 +19,7 @@ function mockLikeTheWebTest(extra) {
     data: { points: (params) => ({ points: 1200, asked: params }) },
     advertisingId: cases.advertisingId,
     delayMs: 5,
+    contextType: 'quiz',
     quiet: true,
   }, extra));
 }
@@ -75,6 +76,45 @@ test('inside the offerwall before the injection, the rejection says it is not in
       host.uninstall();
     }
   });
+
+test('a sub frame is told at once that frames get no bridge', async () => {
+  const host = mockLikeTheWebTest({ injectBridge: false });
+  window.self = window;
+  window.top = {};
+  try {
+    for (const call of [kit.ready(), kit.userInfo(), kit.close()]) {
+      await assert.rejects(call, unavailable(/this page is a sub frame/));
+    }
+  } finally {
+    delete window.top;
+    delete window.self;
+    host.uninstall();
+  }
+});
+
+test('the mock refuses what the SDK refuses', async () => {
+  const cases = [
+    // [what, the mock's options, the call, its answer, what the host did]
+    ['an app', {}, () => kit.isAppInstalled('someapp://x'), true, ['checkAppInstalled someapp://x']],
+    ['a scheme never handed out', { installedApps: ['javascript:'] },
+      () => kit.isAppInstalled('javascript:alert(1)'), false, []],
+    ['not an address', { installedApps: ['some'] }, () => kit.isAppInstalled('some app://x'), false, []],
+    ['a quiz outside a quiz page', { contextType: undefined },
+      () => kit.quizCompleted('q1', 1, 5), undefined, []],
+    ['a quiz completed twice', {},
+      () => kit.quizCompleted('q1', 1, 5).then(() => kit.quizCompleted('q1', 1, 5)), undefined,
+      ['quizCompleted {"quizId":"q1","score":1,"rewardAmount":5}']],
+  ];
+  for (const [what, options, call, answer, actions] of cases) {
+    const host = mockLikeTheWebTest(options);
+    try {
+      assert.equal(await call(), answer, what);
+      assert.deepEqual(host.actions, actions, what);
+    } finally {
+      host.uninstall();
+    }
+  }
+});
 
 // A load slower than the kit's first wait of 5 s: the calls made at start-up wait for the load
 // and the injection that follows it.

@@ -1,7 +1,7 @@
 // An offer page written in TypeScript against the kit (type-checked by ctest's bridge_kit.types).
 import {
-  KorvaneBridgeError, config, isAppInstalled, missionCompleted, openPage, ready, request, track,
-  userInfo,
+  KorvaneBridgeError, config, isAppInstalled, missionCompleted, openExternal, openPage, ready,
+  request, track, userInfo,
 } from '../korvane-bridge-kit.js';
 import type { KorvaneUserInfo } from '../korvane-bridge-kit.js';
 
@@ -16,8 +16,15 @@ async function showOffers(): Promise<void> {
   const label = document.querySelector('#who');
   if (label) label.textContent = user.userId + (birthYear === null ? '' : ' ' + birthYear);
 
-  const installed: boolean = await isAppInstalled('someapp://');
-  await track('offer_list_viewed', { installed, ifa: config().ifa ?? '' });
+  await track('offer_list_viewed', { ifa: config().ifa ?? '' });
+  // It launches the app when installed: only on the person's tap.
+  const play = document.querySelector<HTMLButtonElement>('#play');
+  if (play) {
+    play.onclick = async () => {
+      const installed: boolean = await isAppInstalled('someapp://');
+      if (!installed) await openExternal('https://apps.apple.com/app/id1234567890');
+    };
+  }
 
   try {
     const balance = await request<Points>('points', { month: 11 }, { timeoutMs: 3000 });

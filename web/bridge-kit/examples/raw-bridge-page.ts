@@ -13,7 +13,12 @@ const bridge = window.KorvaneBridge;
 if (bridge) {
   bridge.getUserInfo();
   bridge.trackEvent({ eventName: 'raw_page_viewed', payload: { page: 'raw' } });
-  bridge.checkAppInstalled({ identifier: 'someapp://', callback: 'onAppInstalledResult' });
+  // It launches the app when installed: only on the person's tap.
+  const play = document.querySelector('#play');
+  if (play) {
+    play.addEventListener('click', () =>
+      bridge.checkAppInstalled({ identifier: 'someapp://', callback: 'onAppInstalledResult' }));
+  }
   bridge.postMessage('missionProgressed', { missionId: 'mission-1' });
   bridge.requestData('points', {}, (response) => console.log(response['points']));
 }
