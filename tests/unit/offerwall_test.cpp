@@ -799,6 +799,14 @@ TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
             (std::vector<std::string>{"opened", "closed", "error:Invalid offerwall URL"}));
   EXPECT_EQ(view->stackSize(), 2u);
   EXPECT_EQ(presenter_->live.size(), 2u);
+
+  // A pushed page retries with the view's address and keeps its page for an unreadable one.
+  testing::FakeWebView& pushed = screen(1).view;
+  pushed.post(R"({"type":"closeOpenWebView","data":{"url":"not a url"}})");
+  pushed.post(R"({"type":"retry"})");
+  settle();
+  EXPECT_TRUE(log_.contains("[W/KorvaneOfferwallView] closeOpenWebView: Invalid URL: not a url"));
+  EXPECT_EQ(pushed.loads.back().url, "https://hub.example/");
 }
 
 // The address gives the screen in points, what the page lays out with, in both hosts; the device
