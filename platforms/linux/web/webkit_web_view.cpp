@@ -93,12 +93,11 @@ gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* err
   Signals& signals = signalsOf(data);
   signals.loadFailed = true;
   signals.ownLoad = false;
-  // Before the commit, a redirect's target failing too, the navigation is still provisional.
-  const bool provisional = event == WEBKIT_LOAD_STARTED || event == WEBKIT_LOAD_REDIRECTED;
+  // WebKitGTK reports every failure before the commit, after redirects too, as at the start.
   if (auto delegate = signals.target()) {
     delegate->didFailNavigation(
         urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
-        provisional);
+        event == WEBKIT_LOAD_STARTED);
   }
   return TRUE;  // never WebKit's own error page
 }
