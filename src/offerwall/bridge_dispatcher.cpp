@@ -275,9 +275,13 @@ void BridgeDispatcher::quizCompleted(const JsonValue& data) {
   } else {
     KorvaneLogger::d(tag_, "Quiz completed");
   }
-  onMain([tag = tag_, placements = placements_, data](BridgeHost&) {
-    KorvaneLogger::d(tag, "[iOS SDK - WebView] Quiz 완료 알림...");
-    if (placements && placements->quizCompleted(data)) {
+  // The embedded view tells the quiz without the controller's lines about it.
+  const bool controller = kind_ == BridgeHostKind::controller;
+  onMain([tag = tag_, placements = placements_, data, controller](BridgeHost&) {
+    if (controller) KorvaneLogger::d(tag, "[iOS SDK - WebView] Quiz 완료 알림...");
+    const bool told = placements && placements->quizCompleted(data);
+    if (!controller) return;
+    if (told) {
       KorvaneLogger::d(tag, "[iOS SDK - WebView] Quiz 완료 알림 완료!");
     } else {
       KorvaneLogger::w(tag, "[iOS SDK - WebView] Quiz instance 또는 event를 찾을 수 없음");

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "util/url_text.h"
+
 namespace korvane {
 
 std::string lowerCaseScheme(const std::string& url) {
@@ -23,7 +25,8 @@ NavigationDecision decideNavigation(const std::string& url) {
   if (url.find("korvane://close") != std::string::npos) return NavigationDecision::closeOfferwall;
   const std::string scheme = lowerCaseScheme(url);
   if (scheme == "itms-apps") return NavigationDecision::openAppStore;
-  if (scheme == "https" && url.find(kAppStoreWebHost) != std::string::npos)
+  // The store's host itself: the same text in a path or a query is an ordinary page's address.
+  if (scheme == "https" && url::origin(url) == std::string("https://") + kAppStoreWebHost)
     return NavigationDecision::openUniversalLink;
   for (const char* allowed : {"http", "https", "about", "file", "data"})
     if (scheme == allowed) return NavigationDecision::allow;

@@ -215,6 +215,8 @@ void OfferwallViewImpl::push(const std::string& url) {
   stack.push_back(makePage(stack.empty() ? nullptr : stack.front().screen.get()));
   KorvaneLogger::d(kTag,
                    "New WebView created and added. Stack size: " + std::to_string(stack.size()));
+  // The base address is the view's: a retry in any page of the stack reloads it there.
+  if (stack.size() > 1) stack.back().host->page().baseUrl = stack.front().host->page().baseUrl;
   stack.back().host->loadAsGiven(url);
   KorvaneLogger::d(kTag, "Loading URL in new WebView: " + url);
 }
@@ -284,7 +286,9 @@ void OfferwallViewImpl::replace(const std::optional<std::string>& url) {
   if (stack.empty()) return;
   WebView* top = stack.back().host->webView();
   if (!top) return;
-  if (!url || url->empty() || !url::isValid(*url)) {
+  if (url && !url->empty() && !url::isValid(*url))
+    return KorvaneLogger::w(kTag, "closeOpenWebView: Invalid URL: " + *url);
+  if (!url || url->empty()) {
     KorvaneLogger::d(kTag, "closeOpenWebView: No URL provided, going back");
     if (top->canGoBack()) top->goBack();
     return;

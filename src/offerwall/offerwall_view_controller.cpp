@@ -1,5 +1,6 @@
 #include "korvane/offerwall/offerwall_view_controller.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,9 @@ constexpr const char* kBackButtonTitle = "< 뒤로";
 // What a page kept off screen may post before it is shown: far more than a page sends while it
 // loads, few enough that a page cannot make the SDK hold much.
 constexpr std::size_t kMaxHeldMessages = 64;
+// How long openings wait for a closing page to leave the screen. A dismissal takes well under a
+// second; one whose completion the platform never delivers must not hold every later opening.
+constexpr std::chrono::seconds kClosingWaitLimit{2};
 
 // The title the native bar shows: the base address's host without a leading "www.".
 std::string navigationTitle(const std::optional<std::string>& baseUrl) {
@@ -35,7 +39,13 @@ std::string navigationTitle(const std::optional<std::string>& baseUrl) {
   std::string host = baseUrl->substr(start + 3);
   host = host.substr(0, host.find_first_of("/?#"));
   if (const std::size_t at = host.rfind('@'); at != std::string::npos) host = host.substr(at + 1);
-  host = host.substr(0, host.find(':'));
+  // An IPv6 address is the text between its brackets; any other host ends at its port.
+  if (host.starts_with('[')) {
+    const std::size_t end = host.find(']');
+    host = end == std::string::npos ? std::string() : host.substr(1, end - 1);
+  } else {
+    host = host.substr(0, host.find(':'));
+  }
   if (host.empty()) return fallback;
   return host.rfind("www.", 0) == 0 ? host.substr(4) : host;
 }
@@ -64,7 +74,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void dismiss(bool animated);
 
   // BridgeHost
-  void openPage(const std::string& url) override;
+  void openPage(const std::string& url) override { openInnerPage(url, true); }
   void closePage() override;
   void retry() override { retryLoad(); }
   void replacePage(const std::string& url) override;
@@ -142,6 +152,11 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   void dismissedBySystem();
   void fireOnClosedOnce();
   void finishDismissal();
+  // The pages opened over this first page leave with it, last opened first, without animation.
+  void dismissInnerPages();
+  // A page the platform refuses while a transition runs (this page still sliding in) is asked
+  // for once more when it has ended, as closes wait for it.
+  void openInnerPage(const std::string& url, bool mayWait);
   // No newer opening has started since this page's: the callbacks set now are its own.
   bool ownsCallback() const;
   // From the moment its close starts (before onClosed) until it has left the screen, the page
@@ -171,6 +186,7 @@ class OfferwallControllerImpl final : public PageHost, public BridgeHost {
   // The opening a page's request replaced, put back when this first page's opening ends.
   std::optional<OfferwallOpening> opener_;
   bool closing_ = false;
+  TaskHandle closingLimit_;
   // While off screen: what the page posted, and who hears that the page ended unseen.
   std::vector<ScriptMessage> heldMessages_;
   std::function<void()> lost_;
@@ -198,6 +214,10 @@ bool OfferwallControllerImpl::present(PresentationAnchor* over, bool inNavigatio
     return false;
   }
   if (screen_ && offScreen()) return presentPrepared(over);
+  if (screen_) {
+    KorvaneLogger::w(kTag, "The page is shown already; it is not presented again");
+    return false;
+  }
   screen_ = platform().screens->presentFullScreen(over, screenOptions(inNavigationContainer));
   if (!screen_) {
     KorvaneLogger::e(kTag,
@@ -313,12 +333,24 @@ bool OfferwallControllerImpl::ownsCallback() const {
 void OfferwallControllerImpl::beginClosing() {
   if (closing_) return;
   closing_ = true;
-  slots_->closing.push_back(std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this()));
+  std::weak_ptr<OfferwallControllerImpl> weak =
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
+  slots_->closing.push_back(weak);
+  closingLimit_ = platform().mainThread->postAfter(kClosingWaitLimit, [weak] {
+    auto alive = weak.lock();
+    if (!alive || !alive->closing_) return;
+    if (!alive->slots_->afterClosing.empty())
+      KorvaneLogger::w(kTag, "A closing offerwall page has not left the screen after " +
+                                 std::to_string(kClosingWaitLimit.count()) +
+                                 " s; the openings waiting for it go ahead");
+    alive->endClosing();
+  });
 }
 
 void OfferwallControllerImpl::endClosing() {
   if (!closing_) return;
   closing_ = false;
+  closingLimit_.cancel();
   std::erase_if(slots_->closing, [this](const std::weak_ptr<OfferwallControllerImpl>& page) {
     auto alive = page.lock();
     return !alive || alive.get() == this;
@@ -354,10 +386,7 @@ void OfferwallControllerImpl::closeProcedure() {
   KorvaneLogger::d(kTag, "Closing offerwall");
   if (isSubPage()) return dismiss(true);
   beginClosing();
-  auto subs = std::move(slots_->activeSubControllers);
-  slots_->activeSubControllers.clear();
-  for (auto it = subs.rbegin(); it != subs.rend(); ++it)
-    if (auto sub = it->value.lock()) sub->impl_->dismiss(false);
+  dismissInnerPages();
   fireOnClosedOnce();
   context()->tracker()->trackEvent(EventType::offerwallClosed, "offerwall", std::nullopt);
   dismiss(true);
@@ -376,10 +405,19 @@ void OfferwallControllerImpl::dismissedBySystem() {
   finishDismissal();
 }
 
+void OfferwallControllerImpl::dismissInnerPages() {
+  auto subs = std::move(slots_->activeSubControllers);
+  slots_->activeSubControllers.clear();
+  for (auto it = subs.rbegin(); it != subs.rend(); ++it)
+    if (auto sub = it->value.lock()) sub->impl_->dismiss(false);
+}
+
 void OfferwallControllerImpl::closePage() {
   if (auto container = container_.lock()) return container->closePage();
   if (!isSubPage()) {
     beginClosing();
+    // Not every platform takes the pages over a dismissed one along (GTK's windows stay).
+    dismissInnerPages();
     fireOnClosedOnce();
   }
   dismiss(true);
@@ -435,7 +473,7 @@ void OfferwallControllerImpl::finishDismissal() {
   endClosing();
 }
 
-void OfferwallControllerImpl::openPage(const std::string& url) {
+void OfferwallControllerImpl::openInnerPage(const std::string& url, bool mayWait) {
   auto sub = KorvaneOfferwallViewController::create(context());
   sub->baseUrl = url;
   sub->isSubWebView = true;
@@ -446,13 +484,25 @@ void OfferwallControllerImpl::openPage(const std::string& url) {
     sub->userId = user->userId();
   if (std::optional<KorvaneSdkConfig> config = context()->session()->config())
     sub->appKey = config->appKey();
-  sub->present(screen_.get());
+  if (sub->present(screen_.get()) || !mayWait || !screen_) return;
+  std::weak_ptr<OfferwallControllerImpl> weak =
+      std::static_pointer_cast<OfferwallControllerImpl>(shared_from_this());
+  screen_->afterTransition([weak, url] {
+    auto alive = weak.lock();
+    if (alive && alive->screen_ && !alive->dismissing_) alive->openInnerPage(url, false);
+  });
 }
 
 void OfferwallControllerImpl::replacePage(const std::string& url) {
   auto self = owner();
   const PlatformServices& platform = this->platform();
   if (!screen_ || !platform.screens) return;
+  // This page's web view leaves once the replacement has slid in; until then a second request
+  // would slide another one in over the first, which nothing could then take away.
+  if (child_) {
+    KorvaneLogger::w(kTag, "closeOpenWebView: a replacement is still sliding in, ignoring " + url);
+    return;
+  }
   auto child = KorvaneOfferwallViewController::create(context());
   child->baseUrl = url;
   child->isSubWebView = true;

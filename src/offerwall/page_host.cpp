@@ -107,6 +107,9 @@ void PageHost::loadComposed(bool includeQuizItems) {
 void PageHost::loadAsGiven(const std::string& url) {
   if (!webView_ || !url::isValid(url)) return;
   lastOwnLoad_ = OwnLoad{OwnLoad::Kind::asGiven, false, url};
+  // Inner pages are the offerwall's too: those of its trusted origins get the identifier.
+  page_.advertisingId = device_->getAdvertisingId();
+  advertisingIdKnown_ = true;
   identificationInFlight_ = false;
   ownLoadOrigin_.reset();
   refusedSchemes_.clear();

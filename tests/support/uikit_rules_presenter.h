@@ -18,7 +18,8 @@ namespace korvane::testing {
 // - a dismissal cannot start while a transition runs in its stack (dismiss() says no);
 // - dismissing a page low in the stack takes everything above it along: only the top one gets
 //   its appearance callback, the covered ones are simply released (both reach the core through
-//   the dismissed handler, the way the iOS layer reports a controller UIKit let go of).
+//   the dismissed handler, the way the iOS layer reports a controller UIKit let go of);
+// - with dropDismissalCompletions, a dismissal ends without ever calling its completion.
 // Presentations form one stack over the app's screen, as modal presentations on one window do.
 class UIKitRulesPresenter final : public ScreenPresenter {
  public:
@@ -111,6 +112,7 @@ class UIKitRulesPresenter final : public ScreenPresenter {
   std::vector<Page*> stack;  // bottom first
   std::vector<std::string> journal;
   bool appInWindow = true;
+  bool dropDismissalCompletions = false;
   int made = 0;
 
  private:
@@ -157,7 +159,7 @@ class UIKitRulesPresenter final : public ScreenPresenter {
     }
     for (auto& [name, handler] : heard)
       if (handler) handler();
-    if (ended.done) ended.done();
+    if (ended.done && !dropDismissalCompletions) ended.done();
   }
 
   // One at a time: what a waiter starts (an animated dismissal) makes the rest wait again.

@@ -3,6 +3,8 @@
 // addresses may leave the SDK for the system.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "korvane/offerwall/offerwall_view.h"
 #include "offerwall/outside_opening.h"
 #include "signed_in_sdk.h"
@@ -427,6 +429,17 @@ TEST_F(BridgeAccessTest, WhatIsWrittenIntoAPageRunsOnlyInTheDocumentsItIsFor) {
     ASSERT_EQ(ifa.size(), 1u);
     EXPECT_EQ(guardOf(ifa[0]), trusted);
   }
+  // An inner page is the offerwall's too, under the same check.
+  view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/sub"}})");
+  settle();
+  testing::FakeWebView& inner = screen(1).view;
+  inner.delegate.lock()->didFinishNavigation();
+  settle();
+  const auto innerIfa = std::find_if(inner.scripts.begin(), inner.scripts.end(), [](auto& s) {
+    return s.find("KorvaneConfig.ifa") != std::string::npos;
+  });
+  ASSERT_NE(innerIfa, inner.scripts.end());
+  EXPECT_EQ(guardOf(*innerIfa), trusted);
   const char* const asks[] = {
       R"({"type":"getUserInfo"})",
       R"({"type":"dataRequest","data":{"requestId":"req_1","requestType":"points"}})",

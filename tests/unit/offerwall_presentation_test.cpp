@@ -221,8 +221,9 @@ TEST_F(OfferwallPresentationTest, AnOfferwallOpenedFromOnClosedStaysOnScreen) {
   EXPECT_EQ(eventsNamed("offerwall_opened"), 2 * std::size(closings));
 }
 
-// An inner page the page asks for while a transition runs is refused; the page keeps working.
-TEST_F(OfferwallPresentationTest, AnInnerPageAskedForDuringATransitionIsRefused) {
+// An inner page the page asks for while its own presentation runs is refused by the platform and
+// asked for again once the presentation has ended.
+TEST_F(OfferwallPresentationTest, AnInnerPageAskedForDuringATransitionOpensWhenItEnds) {
   auto controller = KorvaneOfferwallViewController::create();
   controller->baseUrl = "https://hub.example/";
   ASSERT_TRUE(controller->present());
@@ -232,14 +233,36 @@ TEST_F(OfferwallPresentationTest, AnInnerPageAskedForDuringATransitionIsRefused)
   EXPECT_EQ(count("page1 refused"), 1u);
   EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
   settleScreens();
-  page(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
-  settleScreens();
   ASSERT_EQ(uikit_->stack.size(), 2u);
   EXPECT_EQ(page(1).view.loads.at(0).url, "https://hub.example/a");
   EXPECT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 1u);
   controller->closeOfferwall();
   settleScreens();
   EXPECT_TRUE(uikit_->stack.empty());
+}
+
+// A closing page whose dismissal never reports its end holds the openings that wait for it only
+// for a bounded time: the next opening still ends in onOpened.
+TEST_F(OfferwallPresentationTest, AnOpeningWaitsForAClosingPageWhoseDismissalIsLostOnlySoLong) {
+  auto first = open();
+  settleScreens();
+  uikit_->dropDismissalCompletions = true;
+  page(0).close();
+  settleScreens();
+  ASSERT_TRUE(uikit_->stack.empty());
+  EXPECT_EQ(first->heard, (std::vector<std::string>{"opened", "closed"}));
+  uikit_->dropDismissalCompletions = false;
+  auto next = open();
+  settleScreens();
+  EXPECT_TRUE(next->heard.empty()) << "it waits for the closing page";
+  fake_.mainThread->advance(std::chrono::seconds(3));
+  settleScreens();
+  EXPECT_EQ(next->heard, std::vector<std::string>{"opened"});
+  ASSERT_EQ(uikit_->stack.size(), 1u);
+  EXPECT_TRUE(log_.mentions("A closing offerwall page has not left the screen"));
+  page(0).close();
+  settleScreens();
+  EXPECT_EQ(next->heard, (std::vector<std::string>{"opened", "closed"}));
 }
 
 // However the pages of an opening leave together (the app dismisses a low one, the close button

@@ -93,6 +93,9 @@ TEST(NavigationPolicy, DecisionsInTheirOrderAndFailureResponses) {
       {"ITMS-APPS://apps.apple.com/app/id1", NavigationDecision::openAppStore},
       {"https://apps.apple.com/kr/app/id1", NavigationDecision::openUniversalLink},
       {"http://apps.apple.com/kr/app/id1", NavigationDecision::allow},
+      {"https://APPS.apple.com:443/kr/app/id1", NavigationDecision::openUniversalLink},
+      {"https://hub.example/go?to=https://apps.apple.com/app/id1", NavigationDecision::allow},
+      {"https://apps.apple.com.evil.example/app/id1", NavigationDecision::allow},
       {"https://hub.example/offers", NavigationDecision::allow},
       {"about:blank", NavigationDecision::allow},
       {"data:text/html,hi", NavigationDecision::allow},
@@ -282,6 +285,8 @@ class OfferwallTest : public testing::SignedInSdk {
 
 TEST_F(OfferwallTest, TheRootReportsOnClosedOnceAndInnerPagesNever) {
   auto root = present("https://hub.example/");
+  EXPECT_FALSE(root->present()) << "a page shown already is not presented again";
+  ASSERT_EQ(presenter_->made, 1);
   ASSERT_EQ(screen(0).view.loads.size(), 1u);
   EXPECT_EQ(screen(0).view.handlers, std::vector<std::string>{"korvaneNative"});
   EXPECT_EQ(screen(0).view.userScripts, std::vector<std::string>{postMessagePolyfillScript()});
@@ -314,26 +319,44 @@ TEST_F(OfferwallTest, TheRootReportsOnClosedOnceAndInnerPagesNever) {
   EXPECT_EQ(again->heard, std::vector<std::string>{"closed"});
 }
 
-TEST_F(OfferwallTest, CloseButtonDismissesInnerPagesLastFirstAndRecordsTheClosing) {
-  auto root = present("https://hub.example/");
-  screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
-  settle();
-  screen(1).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/b"}})");
-  settle();
-  ASSERT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 2u);
-  presenter_->journal.clear();
-  screen(0).close();
-  settle();
-  EXPECT_EQ(presenter_->journal,
-            (std::vector<std::string>{"screen2 dismissed", "screen2 destroyed", "screen1 dismissed",
-                                      "screen1 destroyed", "screen0 dismissed animated",
-                                      "screen0 destroyed"}));
-  EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
-  EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+// However the first page closes, the pages over it leave first, last opened first: a platform
+// whose dismissal does not take them along (GTK's windows) keeps none on screen.
+TEST_F(OfferwallTest, ClosingTheFirstPageDismissesInnerPagesLastFirst) {
+  using Closing = std::function<void(FakePresenter::FakeScreen&)>;
+  const std::pair<const char*, Closing> closings[] = {
+      {"its close button", [](auto& root) { root.close(); }},
+      {"its page posts close", [](auto& root) { root.view.post(R"({"type":"close"})"); }},
+      {"its page loads korvane://close",
+       [](auto& root) { root.view.delegate.lock()->decidePolicy({"korvane://close", true}); }},
+  };
+  for (const auto& [name, close] : closings) {
+    SCOPED_TRACE(name);
+    KorvaneOfferwallViewController::setOfferwallCallback(callback_);
+    KorvaneOfferwallViewController::setHasFiredOnClosed(false);
+    callback_->heard.clear();
+    presenter_->made = 0;
+    auto root = present("https://hub.example/");
+    screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
+    settle();
+    screen(1).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/b"}})");
+    settle();
+    ASSERT_EQ(KorvaneOfferwallViewController::activeSubControllers().size(), 2u);
+    presenter_->journal.clear();
+    close(screen(0));
+    settle();
+    EXPECT_EQ(presenter_->journal,
+              (std::vector<std::string>{"screen2 dismissed", "screen2 destroyed",
+                                        "screen1 dismissed", "screen1 destroyed",
+                                        "screen0 dismissed animated", "screen0 destroyed"}));
+    EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
+    EXPECT_TRUE(KorvaneOfferwallViewController::activeSubControllers().empty());
+  }
   sdk_.flushEvents();
   settle();
-  ASSERT_FALSE(api_->batches().empty());
-  EXPECT_EQ(api_->batches().back().events.back().name, "offerwall_closed");
+  std::size_t closed = 0;
+  for (const EventBatch& batch : api_->batches())
+    for (const TrackEventRequest& e : batch.events) closed += e.name == "offerwall_closed";
+  EXPECT_EQ(closed, 1u) << "the close button records the closing";
 }
 
 TEST_F(OfferwallTest, ClosingAReplacementClosesThePageItReplaced) {
@@ -341,8 +364,9 @@ TEST_F(OfferwallTest, ClosingAReplacementClosesThePageItReplaced) {
   screen(0).view.post(R"({"type":"openWebView","data":{"url":"https://hub.example/a"}})");
   settle();
   screen(1).view.post(R"({"type":"closeOpenWebView","data":{"url":"https://hub.example/b"}})");
+  screen(1).view.post(R"({"type":"closeOpenWebView","data":{"url":"https://hub.example/c"}})");
   settle();
-  ASSERT_EQ(presenter_->live.size(), 3u);
+  ASSERT_EQ(presenter_->live.size(), 3u) << "one replacement slides in at a time";
   ASSERT_TRUE(presenter_->pendingSlide);
   presenter_->pendingSlide();
   EXPECT_EQ(screen(2).view.loads.at(0).url, "https://hub.example/b");
@@ -469,13 +493,20 @@ TEST_F(OfferwallTest, PagesThePlatformShowsOrTakesAwayItself) {
   ASSERT_FALSE(api_->batches().empty());
   EXPECT_EQ(api_->batches().back().events.back().name, "offerwall_closed");
 
-  auto native = KorvaneOfferwallViewController::create();
-  native->baseUrl = "https://www.partner.example/wall";
-  native->useNativeNavigationBar = true;
-  native->present();
-  EXPECT_EQ(presenter_->lastOptions.title, "partner.example");
-  EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
-  EXPECT_TRUE(presenter_->lastOptions.backTitle.empty());
+  const std::pair<const char*, const char*> titles[] = {
+      {"https://www.partner.example/wall", "partner.example"},
+      {"https://user@www.partner.example:8443/", "partner.example"},
+      {"https://[2001:db8::1]:8443/wall", "2001:db8::1"},
+  };
+  for (const auto& [address, title] : titles) {
+    auto native = KorvaneOfferwallViewController::create();
+    native->baseUrl = address;
+    native->useNativeNavigationBar = true;
+    native->present();
+    EXPECT_EQ(presenter_->lastOptions.title, title);
+    EXPECT_TRUE(presenter_->lastOptions.inNavigationContainer);
+    EXPECT_TRUE(presenter_->lastOptions.backTitle.empty());
+  }
 
   int firstPages = 0;
   auto view = KorvaneOfferwallView::create([&]() -> std::unique_ptr<Screen> {
@@ -487,7 +518,12 @@ TEST_F(OfferwallTest, PagesThePlatformShowsOrTakesAwayItself) {
   view->loadOfferwall("https://hub.example/", "u1", "key", "home");
   settle();
   EXPECT_EQ(firstPages, 1);
-  EXPECT_EQ(presenter_->made, 2) << "only the inner page and the native-bar controller";
+  EXPECT_EQ(presenter_->made, 4) << "only the inner page and the native-bar controllers";
+  log_.clear();
+  presenter_->live.back()->view.post(R"({"type":"quizCompleted","data":{}})");
+  settle();
+  EXPECT_TRUE(log_.contains("[D/KorvaneOfferwallView] Quiz completed"));
+  EXPECT_FALSE(log_.mentions("[iOS SDK - WebView]")) << "the controller's lines are its own";
   auto gone = KorvaneOfferwallView::create([] { return std::unique_ptr<Screen>(); });
   gone->setCallback(viewCallback);
   gone->loadOfferwall("https://hub.example/", "u1", "key", "home");
@@ -763,6 +799,14 @@ TEST_F(OfferwallTest, EmbeddedPopFadesThePageBackAfterItsScrollIsRestored) {
             (std::vector<std::string>{"opened", "closed", "error:Invalid offerwall URL"}));
   EXPECT_EQ(view->stackSize(), 2u);
   EXPECT_EQ(presenter_->live.size(), 2u);
+
+  // A pushed page retries with the view's address and keeps its page for an unreadable one.
+  testing::FakeWebView& pushed = screen(1).view;
+  pushed.post(R"({"type":"closeOpenWebView","data":{"url":"not a url"}})");
+  pushed.post(R"({"type":"retry"})");
+  settle();
+  EXPECT_TRUE(log_.contains("[W/KorvaneOfferwallView] closeOpenWebView: Invalid URL: not a url"));
+  EXPECT_EQ(pushed.loads.back().url, "https://hub.example/");
 }
 
 // The address gives the screen in points, what the page lays out with, in both hosts; the device

@@ -297,6 +297,31 @@ TEST_F(OfferwallWeb, ARefusedConnectionShowsTheOfflinePage) {
   EXPECT_EQ(callback_->heard, std::vector<std::string>{"closed"});
 }
 
+// As a web view on iOS: script dialogs show nothing (confirm() says no, prompt() gives null), and
+// a load that fails at a redirect's target is still provisional.
+TEST_F(OfferwallWeb, DialogsShowNothingAndAFailedRedirectIsProvisional) {
+  std::string closedBase;
+  {
+    devserver::DevServer gone;  // a port that refuses once this server has stopped
+    gone.start();
+    closedBase = gone.baseUrl();
+  }
+  server_.setRedirect("/pages/hop.html", closedBase + "/pages/gone.html");
+  auto root = openRoot("/pages/root.html");
+  callBridge(screen(0),
+             "setTimeout(function() {"
+             "  window.__dialogs = JSON.stringify([confirm('c'), prompt('p', 'd')]); }, 0)");
+  ASSERT_TRUE(pumpUntil(
+      [&] { return evaluate(screen(0), "window.__dialogs || ''") == R"("[false,null]")"; }));
+  callBridge(screen(0),
+             "window.KorvaneBridge.openWebView('" + server_.baseUrl() + "/pages/hop.html')");
+  ASSERT_TRUE(pumpUntil([&] {
+    return log_.mentions(
+        "[E/KorvaneOfferwallViewController] WebView provisional navigation error: ");
+  }));
+  EXPECT_FALSE(log_.mentions("[E/KorvaneOfferwallViewController] WebView error: "));
+}
+
 // Who may use the bridge in a real engine: the offerwall's own page gets the user's profile; a
 // page from another origin (the local backend on a second port) and a cross-origin frame inside
 // the trusted page get a refusal and no reply; the frame cannot pass itself off as the page.

@@ -46,7 +46,8 @@ class KorvaneOfferwallViewController {
 
   // Shows it full screen over `over` (the host's top screen when null), inside a navigation
   // container when `inNavigationContainer`; the page starts loading at once. False when the
-  // platform refused to present it: nothing was shown and nothing of it stays.
+  // platform refused to present it: nothing was shown and nothing of it stays. False as well,
+  // changing nothing, for a controller that is shown already.
   bool present(PresentationAnchor* over = nullptr, bool inNavigationContainer = false);
   // For a controller the platform already shows (an iOS view controller the app presented
   // itself): runs the page in the screen `makeScreen` makes for these options, at once.

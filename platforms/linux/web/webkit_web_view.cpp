@@ -4,6 +4,7 @@
 #include <webkit2/webkit2.h>
 
 #include <algorithm>
+#include <string>
 
 #include <nlohmann/json.hpp>
 
@@ -92,6 +93,7 @@ gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* err
   Signals& signals = signalsOf(data);
   signals.loadFailed = true;
   signals.ownLoad = false;
+  // WebKitGTK reports every failure before the commit, after redirects too, as at the start.
   if (auto delegate = signals.target()) {
     delegate->didFailNavigation(
         urlLoadingError(g_quark_to_string(error->domain), error->code, error->message),
@@ -125,11 +127,25 @@ void onProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpoi
   if (auto delegate = signalsOf(data).target()) delegate->webContentProcessDidTerminate();
 }
 
+// Every dialog is answered without showing one, as a web view without panels of its own does on
+// iOS: alerts go to the delegate, confirm() says no, prompt() gives null, and a page may always
+// be left.
 gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer data) {
-  if (webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_ALERT) return FALSE;
-  if (auto delegate = signalsOf(data).target())
-    delegate->runAlert(webkit_script_dialog_get_message(dialog), [] {});
-  return TRUE;  // answered: no alert is shown
+  switch (webkit_script_dialog_get_dialog_type(dialog)) {
+    case WEBKIT_SCRIPT_DIALOG_ALERT:
+      if (auto delegate = signalsOf(data).target())
+        delegate->runAlert(webkit_script_dialog_get_message(dialog), [] {});
+      break;
+    case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+      webkit_script_dialog_confirm_set_confirmed(dialog, FALSE);
+      break;
+    case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+      webkit_script_dialog_confirm_set_confirmed(dialog, TRUE);
+      break;
+    case WEBKIT_SCRIPT_DIALOG_PROMPT:
+      break;
+  }
+  return TRUE;
 }
 
 // The SDK's script world: page scripts cannot see its objects, only the shared DOM.
@@ -277,7 +293,9 @@ WebKitWebViewPort::WebKitWebViewPort() : signals_(std::make_shared<Signals>()) {
   webkit_settings_set_enable_javascript(settings, TRUE);
   webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
   webkit_settings_set_media_playback_requires_user_gesture(settings, FALSE);
-  webkit_settings_set_user_agent_with_application_details(settings, "KorvaneSDK", kSdkVersion);
+  const std::string agent =
+      std::string(webkit_settings_get_user_agent(settings)) + " " + kSdkUserAgentToken;
+  webkit_settings_set_user_agent(settings, agent.c_str());
   GdkRGBA white{1, 1, 1, 1};
   webkit_web_view_set_background_color(view_, &white);
   connect(view_, "decide-policy", onDecidePolicy, signals_);
