@@ -132,9 +132,22 @@ else
   echo "Bindings check skipped: no SDK of the oldest supported iOS (set IOS_OLDEST_SDK, or unpack one at $oldest_sdk)."
 fi
 # Weakly linked libraries (Swift's concurrency runtime) pass the bindings check, since a missing
-# one binds to null: the code that reaches them must be code that cannot run without them.
+# one binds to null: the code that reaches them must be code that cannot run without them. What
+# each declaration of the Swift layer is available from comes from its symbol graph, internal
+# declarations included (from the binary module, which the framework does not ship).
 if [[ -n "$swiftc" ]]; then
-  python3 -m korvane_ios.weak_reach "$device/KorvaneSDK" "$root/platforms/ios/swift"
+  symbolgraph_extract="$(dirname "$(readlink -f "$swiftc")")/swift-symbolgraph-extract"
+  if [[ ! -x "$symbolgraph_extract" ]]; then
+    symbolgraph_extract=$(command -v swift-symbolgraph-extract || xcrun --find swift-symbolgraph-extract)
+  fi
+  graphs="$out/iphoneos/swift/symbol-graphs"
+  rm -rf "$graphs"
+  mkdir -p "$graphs"
+  "$symbolgraph_extract" -module-name KorvaneSDK -target arm64-apple-ios14.0 -sdk "$IOS_SDK" \
+    -I "$out/iphoneos/swift" -F "$out/iphoneos/swift/stage" \
+    -module-cache-path "$swift_module_cache/iphoneos" "${swift_flags[@]}" \
+    -minimum-access-level private -skip-synthesized-members -output-dir "$graphs"
+  python3 -m korvane_ios.weak_reach "$device/KorvaneSDK" "$graphs"
 fi
 # The public API against its checked-in listings; the doc comments from the same JSON AST.
 bash "$root/scripts/ios-listings.sh" check "$device"
