@@ -30,8 +30,11 @@ out="$root/build/ios"
 # The checks are the korvane_ios package beside the iOS layer.
 export PYTHONPATH="$root/platforms/ios/tooling${PYTHONPATH:+:$PYTHONPATH}"
 version=$(sed -n 's/.*kSdkVersion = "\([^"]*\)".*/\1/p' "$root/include/korvane/version.h")
-# Header-only JSON comes from the host, staged alone so no other host header is visible.
-json_headers=$(find /usr/include /usr/local/include -maxdepth 1 -name nlohmann -type d 2>/dev/null | head -n 1)
+# Header-only JSON comes from the host (KORVANE_JSON_INCLUDE, else the system's, /usr/local's or
+# Homebrew's include folder), staged alone so no other host header is visible.
+json_dirs=(${KORVANE_JSON_INCLUDE:+"$KORVANE_JSON_INCLUDE"} /usr/include /usr/local/include)
+if command -v brew >/dev/null 2>&1; then json_dirs+=("$(brew --prefix)/include"); fi
+json_headers=$(find "${json_dirs[@]}" -maxdepth 1 -name nlohmann -type d 2>/dev/null | head -n 1)
 stage="$out/host-headers"
 mkdir -p "$stage"
 if [[ -n "$json_headers" ]]; then ln -sfn "$json_headers" "$stage/nlohmann"; fi
