@@ -1,41 +1,59 @@
 """Checks that code running on the oldest supported iOS never reaches a weakly linked library.
 
-usage: python3 -m korvane_ios.weak_reach BINARY SWIFT_SOURCES
+usage: python3 -m korvane_ios.weak_reach BINARY SYMBOL_GRAPHS
 
 A library loaded with weak linking (Swift's concurrency runtime, which comes with iOS 15) may be
 absent: dyld then binds every symbol of it to null, and the first call through one crashes. The
 bindings check lets such libraries pass, so this check looks at the code instead. It disassembles
-BINARY (llvm-objdump), finds every function that calls or loads a symbol bound to a weakly loaded
-library, directly or through the compiler's shared bodies (outlined and merged functions), and
-requires each to be code that can only run where the library exists: `async` code, or a
-declaration that SWIFT_SOURCES (the Swift layer the binary was built from; its module interface
-lacks the internal declarations) marks `@available(iOS 15.0, *)` or later, on itself or on a type
-or extension around it. Names come from swift-demangle (SWIFT_DEMANGLE, else beside SWIFTC or in
-/opt/swift, else on PATH). Prints a count; exits 1 naming each function otherwise.
+BINARY (llvm-objdump) and follows reach from every symbol bound to a weakly loaded library up
+through the calls of every function that is not itself gated. Each function so reached must be
+gated, that is only able to run where the library exists: `async` code (its own function type or
+that of a function or closure around it, as swift-demangle's tree of its mangled name shows), or a
+declaration available from iOS 15.0 or later, on itself or on a type or extension around it, as
+the Swift layer's symbol graph in SYMBOL_GRAPHS says (swift-symbolgraph-extract
+-minimum-access-level private, so that internal declarations are in it). Bodies the compiler or
+the linker shares (outlined and merged functions, specializations of other modules' generics) are
+judged through the functions that call them; names the linker folded onto one body are each
+judged. swift-demangle is SWIFT_DEMANGLE, else beside SWIFTC or in /opt/swift, else on PATH.
+Prints a count; exits 1 naming each function otherwise.
 """
 
+import json
 import os
 import pathlib
 import re
 import sys
+from dataclasses import dataclass, field
 
 from . import macho
 from .tools import ToolError, find, run
 
-MINIMUM_MAJOR = 15
-AVAILABLE = re.compile(r"@available\(\s*iOS\s+(\d+)")
-DECLARATION = re.compile(
-    r"^\s*(?:(?:@\w+(?:\([^)]*\))?|public|internal|private|fileprivate|open|final|static|class|"
-    r"nonisolated|override|@objc|convenience|required|mutating)\s+)*"
-    r"(class|struct|enum|actor|protocol|extension|func|init)\b\s*([\w.]*)"
-)
-# A parameter's argument label: its first name, before an optional second name and the colon.
-LABEL = re.compile(r"^(`?\w+`?)(?:\s+`?\w+`?)?\s*:")
+MINIMUM = (15, 0)
 REFERENCE = re.compile(r"; (?:symbol stub for|literal pool symbol address): (\S+)")
 CALL = re.compile(r"^\s*[0-9a-f]+:\s+(?:bl|b)\s+(_\S+)\s*$")
-# Bodies the compiler shares between functions (outlined code, merged functions, lazy witness
-# table accessors): they run for whichever function calls them.
-HELPER = re.compile(r"^(_OUTLINED_FUNCTION_\d+|_\$s.*(Tm|Wl))$")
+# Bodies shared between functions whatever their names say: outlined code, merged functions and
+# lazy witness table accessors run for whichever function calls them.
+SHARED = re.compile(r"^(_OUTLINED_FUNCTION_\d+|_\$s.*(Tm|Wl))$")
+# Demangle tree nodes that are code of their own (a function, a closure, an accessor, a thunk...),
+# whose first child is what they are declared in.
+ENTITIES = {
+    "Allocator", "Constructor", "Deallocator", "Destructor", "ExplicitClosure", "Function",
+    "Getter", "GlobalGetter", "ImplicitClosure", "InitAccessor", "IsolatedDeallocator",
+    "ModifyAccessor", "Modify2Accessor", "ReadAccessor", "Read2Accessor", "ReabstractionThunk",
+    "ReabstractionThunkHelper", "ReabstractionThunkHelperWithGlobalActor",
+    "ReabstractionThunkHelperWithSelf", "Setter", "Subscript",
+    "UnsafeAddressor", "UnsafeMutableAddressor", "Variable", "WillSet", "DidSet",
+}  # fmt: skip
+
+
+NOMINALS = {"Class", "Structure", "Enum", "Protocol", "OtherNominalType", "TypeAlias"}
+
+
+@dataclass
+class Node:
+    kind: str
+    text: str = ""
+    children: list = field(default_factory=list)
 
 
 def weak_symbols(binary):
@@ -46,33 +64,37 @@ def weak_symbols(binary):
 
 def parse_functions(disassembly):
     """Function -> (symbols it references through stubs and pointers, functions it calls), from
-    `llvm-objdump -d --no-show-raw-insn`."""
-    result, current = {}, None
+    `llvm-objdump -d --no-show-raw-insn`. Names printed one after another with no instruction
+    between them were folded onto one body, which each of them gets."""
+    result, current, folding = {}, None, False
     for line in disassembly.splitlines():
         if line and not line[0].isspace() and line.endswith(":"):
-            current = line[:-1]
-            result.setdefault(current, (set(), set()))
+            name = line[:-1]
+            if not (folding and current is not None):
+                current = (set(), set())
+            result.setdefault(name, current)
+            current, folding = result[name], True
             continue
         if current is None:
             continue
+        folding = False
         if match := REFERENCE.search(line):
-            result[current][0].add(match.group(1))
+            current[0].add(match.group(1))
         elif match := CALL.match(line):
-            result[current][1].add(match.group(1))
+            current[1].add(match.group(1))
     return result
 
 
-def reaching(
-    graph: dict[str, tuple[set[str], set[str]]], targets: dict[str, str]
-) -> dict[str, set[str]]:
-    """Function -> the weak symbols it reaches, through calls to compiler-shared bodies."""
+def reaching(graph, targets, gated=lambda name: False):
+    """Function -> the weak symbols it reaches: its own references and those of every callee
+    that is not `gated`."""
     reached = {name: {s for s in refs if s in targets} for name, (refs, _) in graph.items()}
     changed = True
     while changed:
         changed = False
         for name, (_, calls) in graph.items():
             for callee in calls:
-                if HELPER.match(callee) and callee in reached:
+                if callee in reached and not gated(callee):
                     extra = reached[callee] - reached[name]
                     if extra:
                         reached[name] |= extra
@@ -80,106 +102,191 @@ def reaching(
     return {name: symbols for name, symbols in reached.items() if symbols}
 
 
-def gates(sources: pathlib.Path) -> tuple[set[str], set[str]]:
-    """The gated types (dotted paths) and functions ("Type.name(label:)") of the Swift sources."""
-    types, funcs = set(), set()
-    for source in sorted(sources.glob("*.swift")):
-        stack: list[tuple[str, bool, int]] = []  # (type path, gated, depth of its body)
-        depth, pending = 0, False
-        for line in joined_lines(source.read_text()):
-            if (match := AVAILABLE.search(line)) and int(match.group(1)) >= MINIMUM_MAJOR:
-                pending = True
-            declared = DECLARATION.match(line)
-            if declared:
-                kind, name = declared.groups()
-                outer = stack[-1][0] if stack else ""
-                inside_gate = any(gated for _, gated, _ in stack)
-                gated = pending or inside_gate
-                if kind in ("func", "init"):
-                    if gated:
-                        funcs.add(function_key(outer, line, kind))
-                elif "{" in line or kind:
-                    path = name if kind == "extension" or not outer else f"{outer}.{name}"
-                    if gated and kind != "extension":
-                        types.add(path)
-                    stack.append((path, gated, depth + 1))
-                pending = False
-            for char in line:
-                if char == "{":
-                    depth += 1
-                elif char == "}":
-                    depth -= 1
-                    while stack and stack[-1][2] > depth:
-                        stack.pop()
-    return types, funcs
+def parse_trees(text):
+    """Mangled name -> the root of its tree, from `swift-demangle -tree-only`."""
+    trees = {}
+    for block in re.split(r"^Demangling for ", text, flags=re.M)[1:]:
+        name, *lines = block.splitlines()
+        stack = []
+        for line in lines:
+            match = re.match(r'^( *)kind=(\w+)(?:, text="(.*)")?', line)
+            if not match:
+                continue
+            depth, node = len(match.group(1)) // 2, Node(match.group(2), match.group(3) or "")
+            del stack[depth:]
+            if stack:
+                stack[-1].children.append(node)
+            stack.append(node)
+        if stack:
+            trees[name] = stack[0]
+    return trees
 
 
-def joined_lines(text: str) -> list[str]:
-    """The lines without comments, a parameter list spread over lines joined into its one."""
-    lines, current, level = [], "", 0
-    for raw in text.splitlines():
-        line = re.sub(r"//.*$", "", raw)
-        current = f"{current} {line.strip()}" if level > 0 else line
-        level += line.count("(") - line.count(")")
-        if level <= 0:
-            lines.append(current)
-            current, level = "", 0
-    return lines + ([current] if current else [])
+def entity(tree):
+    """The first node of code of its own in a tree, outside any type: the function, closure or
+    accessor a symbol is (or is a thunk, part or specialization of)."""
+    queue = list(tree.children)
+    while queue:
+        node = queue.pop(0)
+        if node.kind in ENTITIES:
+            return node
+        if node.kind != "Type":
+            queue.extend(node.children)
+    return None
 
 
-def function_key(outer: str, line: str, kind: str) -> str:
-    """ "Type.name(label:label:)" of a Swift declaration line."""
-    if kind == "init":
-        name, rest = "init", line[line.index("init") + 4 :]
-    else:
-        match = re.search(r"func\s+(`?\w+`?)", line)
-        name, rest = match.group(1), line[match.end() :]
-    params = rest[rest.index("(") + 1 :] if "(" in rest else ""
-    labels = [m.group(1) for part in split_top(params) if (m := LABEL.match(part.strip()))]
-    return f"{outer}.{name}({''.join(label + ':' for label in labels)})".lstrip(".")
+def is_async(tree):
+    """Whether the symbol's own code, or a function or closure it is declared in, is async: the
+    function type of each, not of its parameters."""
+    node = entity(tree)
+    while node is not None and node.kind in ENTITIES:
+        for child in node.children:
+            if child.kind == "Type":
+                shape = child.children[0] if child.children else Node("")
+                while shape.kind in ("DependentGenericType", "Type") and shape.children:
+                    shape = shape.children[-1]
+                if any(
+                    part.kind == "AsyncAnnotation" or part.text == "@async"
+                    for part in shape.children
+                ):
+                    return True
+        node = node.children[0] if node.children else None
+    return False
 
 
-def split_top(text: str) -> list[str]:
-    """The comma-separated parts of a parameter list, up to its closing parenthesis."""
-    parts, level, current = [], 0, ""
-    for char in text:
-        if char in "([<":
-            level += 1
-        elif char in ")]>":
-            if level == 0:
-                break
-            level -= 1
-        if char == "," and level == 0:
-            parts.append(current)
-            current = ""
+def type_path(tree):
+    """The names of the type a symbol's code is declared in (or of the type it is about), and of
+    the types around it: ("KorvaneOfferwall", "Coordinator"). Empty for module-level code."""
+    node = entity(tree)
+    while node is not None and node.kind in ENTITIES:
+        node = node.children[0] if node.children else None
+    if node is None:  # metadata and witness tables: the first type named
+        queue = list(tree.children)
+        while queue and queue[0].kind not in NOMINALS:
+            queue.extend(queue.pop(0).children)
+        node = queue[0] if queue else None
+    path = []
+    while node is not None:
+        if node.kind == "Extension" and len(node.children) > 1:
+            node = node.children[1]
+        elif node.kind in NOMINALS:
+            names = [c for c in node.children if c.kind in ("Identifier", "PrivateDeclName")]
+            name = names[0] if names else Node("")
+            path.insert(0, name.children[-1].text if name.children else name.text)
+            node = node.children[0] if node.children else None
         else:
-            current += char
-    return parts + [current] if current.strip() else parts
+            node = None
+    return tuple(path)
 
 
-def demangled_keys(text: str) -> set[str]:
-    """ "Type.name(label:)" of every function named in a demangled symbol."""
-    keys = set()
-    for match in re.finditer(r"([\w.]+)\(", text):
-        labels = [
-            m.group(1)
-            for part in split_top(text[match.end() :])
-            if (m := re.match(r"\s*(\w+)\s*:", part))
-        ]
-        keys.add(f"{match.group(1)}({''.join(label + ':' for label in labels)})")
-    return keys
+@dataclass
+class Graph:
+    """What the layer's symbol graph says of availability on iOS: per Swift USR, and per type
+    (by its path of names), since a type Objective-C sees and its members have Clang USRs."""
+
+    usrs: dict  # USR -> introduced version, or None
+    types: dict  # ("Type", "Nested") -> introduced version, or None
 
 
-def normalised(text: str, module: str) -> str:
-    return re.sub(rf"\(extension in {module}\):|\b{module}\.|__C\.", "", text)
+TYPE_KINDS = {"swift.class", "swift.struct", "swift.enum", "swift.protocol", "swift.actor"}
 
 
-def is_gated(text: str, types: set[str], funcs: set[str]) -> bool:
-    if re.search(r"\basync\b", text):
-        return True
-    if any(re.search(rf"(?<![\w.]){re.escape(path)}(?![\w])", text) for path in types):
-        return True
-    return bool(demangled_keys(text) & funcs)
+def availability(files):
+    """The symbol graph files as a Graph. The graph gives each declaration the availability of
+    the types and extensions around it too."""
+    usrs, types = {}, {}
+    for path in sorted(files):
+        try:
+            for symbol in json.loads(pathlib.Path(path).read_text())["symbols"]:
+                add(symbol, usrs, types)
+        except (OSError, ValueError, KeyError, TypeError) as error:
+            raise ToolError(f"{path}: not a symbol graph ({error!r})") from error
+    return Graph(usrs, types)
+
+
+def add(symbol, usrs, types):
+    """Adds what a graph's symbol is available from to `usrs` and `types`."""
+    usr = symbol["identifier"]["precise"]
+    versions = [
+        (entry["introduced"]["major"], entry["introduced"].get("minor", 0))
+        for entry in symbol.get("availability", [])
+        if entry.get("domain") == "iOS" and "introduced" in entry
+    ]
+    version = max(versions, default=None)
+    if usr.startswith("s:"):
+        usrs[usr] = version
+    if symbol["kind"]["identifier"] in TYPE_KINDS:
+        path = tuple(symbol["pathComponents"])
+        # Private types of different files may share a name: the least gated one counts.
+        if path not in types or (version or (0, 0)) < (types[path] or (0, 0)):
+            types[path] = version
+
+
+def declaration(symbol, usrs):
+    """The USR of the symbol graph's declaration whose code `symbol` is (or is inside): the
+    longest that its mangled name starts with, an accessor counting as its property and an
+    allocating initializer as its initializer."""
+    if not symbol.startswith("_$s"):
+        return None
+    mangled = "s:" + symbol[3:]
+    for end in range(len(mangled), 2, -1):
+        head = mangled[:end]
+        # A property's USR ends in `vp` (a subscript's in `ip`), its accessors' in `vg`, `vs`...;
+        # an initializer's in `fc`, which its allocating entry point's `fC` calls.
+        for usr in (
+            head,
+            re.sub(r"([vi])[A-Za-z](Z?)$", r"\1p\2", head),
+            re.sub(r"fC$", "fc", head),
+        ):
+            if usr in usrs:
+                return usr
+    return None
+
+
+@dataclass
+class Judge:
+    """What gates each function: async trees and the symbol graph's availability."""
+
+    trees: dict
+    graph: Graph
+    gates: dict = field(default_factory=dict)
+
+    def gate(self, name):
+        """The iOS version a function can only run from, (0, 0) when none."""
+        if name not in self.gates:
+            tree = self.trees.get(name)
+            async_code = tree is not None and is_async(tree)
+            self.gates[name] = MINIMUM if async_code else self.declared(name) or (0, 0)
+        return self.gates[name]
+
+    def gated(self, name):
+        return self.gate(name) >= MINIMUM
+
+    def declared(self, name):
+        """The availability of the layer's declaration that a function is the code of: None for
+        shared bodies and code the layer does not declare, (0, 0) where unconstrained."""
+        if SHARED.match(name):
+            return None
+        if usr := declaration(name, self.graph.usrs):
+            return self.graph.usrs[usr] or (0, 0)
+        tree = self.trees.get(name)
+        path = type_path(tree) if tree is not None else ()
+        if path in self.graph.types:
+            return self.graph.types[path] or (0, 0)
+        return None
+
+
+def faults(graph, targets, judge):
+    """(function, weak symbols) for every function reaching a weakly linked library that can
+    run before it exists: the layer's own functions, and any other code that no function of
+    the binary calls directly."""
+    reached = reaching(graph, targets, judge.gated)
+    called = {callee for _, calls in graph.values() for callee in calls}
+    return sorted(
+        (name, symbols)
+        for name, symbols in reached.items()
+        if not judge.gated(name) and (judge.declared(name) or name not in called)
+    )
 
 
 def demangler() -> str:
@@ -194,50 +301,50 @@ def demangler() -> str:
     return found
 
 
-def faults(entries, names, reached, types, funcs):
-    """One text per function (mangled `entries`, demangled `names`) that reaches a weakly
-    linked library and is neither async nor gated by the sources' `types` and `funcs`."""
-    found = []
-    for symbol, text in zip(entries, names):
-        if not is_gated(normalised(text, "KorvaneSDK"), types, funcs):
-            weak = ", ".join(sorted(reached[symbol]))
-            found.append(
-                f"{text}\n    ({symbol}) reaches {weak}, but can run before iOS "
-                f"{MINIMUM_MAJOR}: make it async or @available(iOS {MINIMUM_MAJOR}.0, *)"
-            )
-    return found
-
-
 def main(argv) -> int:
     if len(argv) != 2:
         print(__doc__.splitlines()[2], file=sys.stderr)
         return 2
-    binary_path, sources = argv[0], pathlib.Path(argv[1])
+    binary_path, graphs = argv
     try:
         binary = macho.read(binary_path)
         targets = weak_symbols(binary)
         graph = parse_functions(macho.objdump("-d", "--no-show-raw-insn", binary_path))
-        reached = reaching(graph, targets)
-        # Shared bodies are judged through the functions that call them.
-        entries = sorted(name for name in reached if not HELPER.match(name))
-        names = run([demangler(), "--compact"], input_text="\n".join(entries)).splitlines()
+        # Only what can reach the library at all needs its tree.
+        swift = sorted(name for name in reaching(graph, targets) if name.startswith("_$s"))
+        tool = demangler()
+        trees = parse_trees(run([tool, "-tree-only"], input_text="\n".join(swift)))
+        layer = availability(pathlib.Path(graphs).glob("*.symbols.json"))
+        judge = Judge(trees, layer)
+        found = faults(graph, targets, judge)
+        names = dict(zip(swift, run([tool, "--compact"], input_text="\n".join(swift)).split("\n")))
     except (macho.MachOError, ToolError) as error:
         print(f"weak reach check: {error}", file=sys.stderr)
         return 1
-    types, funcs = gates(sources)
-    found = faults(entries, names, reached, types, funcs)
-    for fault in found:
-        print(fault, file=sys.stderr)
+    if not layer.usrs:
+        print(
+            f"weak reach check: no Swift declaration in the symbol graphs of {graphs}",
+            file=sys.stderr,
+        )
+        return 1
+    for name, symbols in found:
+        print(
+            f"{names.get(name, name)}\n    ({name}) reaches {', '.join(sorted(symbols))}, but can"
+            f" run before iOS {MINIMUM[0]}: make it async or @available(iOS {MINIMUM[0]}.0, *)",
+            file=sys.stderr,
+        )
+    reached = reaching(graph, targets, judge.gated)
     if found:
         print(
-            f"{binary_path}: {len(found)} of {len(entries)} functions reaching weakly linked "
-            f"libraries can run before iOS {MINIMUM_MAJOR}",
+            f"{binary_path}: {len(found)} functions reaching weakly linked libraries can run "
+            f"before iOS {MINIMUM[0]}",
             file=sys.stderr,
         )
         return 1
     print(
-        f"{binary_path}: {len(entries)} functions reach {len(set(targets.values()))} weakly linked "
-        f"libraries ({len(targets)} symbols), each async or for iOS {MINIMUM_MAJOR} and later"
+        f"{binary_path}: {len(reached)} functions reach {len(set(targets.values()))} weakly linked "
+        f"libraries ({len(targets)} symbols), each async, for iOS {MINIMUM[0]} and later, or "
+        "called only from such"
     )
     return 0
 

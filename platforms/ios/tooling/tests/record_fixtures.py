@@ -292,10 +292,18 @@ def record_stubs(binary, old_sdk, bind_lines):
     )
 
 
-def record_weak_reach(binary, demangle):
-    """The functions that reach the weakly linked library, their disassembly and names."""
-    loaded = macho.read(binary)
-    targets = weak_reach.weak_symbols(loaded)
+# Subtrees of a demangled name that the weak reach check does not read.
+PRUNED = ("ArgumentTuple", "ReturnType", "LabelList", "DependentGenericSignature", "TypeList")
+
+
+def record_weak_reach(binary, demangle, graphs, prefix="weak-reach"):
+    """What the weak reach check reads of a binary: the weakly bound symbols, the disassembly of
+    every function that can reach one, their demangle trees and the symbol graph's entries for
+    them and for the types they are in."""
+    targets = weak_reach.weak_symbols(macho.read(binary))
+    (FIXTURES / f"{prefix}.weak.txt").write_text(
+        "".join(f"{symbol}\t{library}\n" for symbol, library in sorted(targets.items()))
+    )
     disassembly = objdump("-d", "--no-show-raw-insn", binary)
     reached = weak_reach.reaching(weak_reach.parse_functions(disassembly), targets)
     kept, keep = [], False
@@ -306,23 +314,74 @@ def record_weak_reach(binary, demangle):
             line.endswith(":") or weak_reach.REFERENCE.search(line) or weak_reach.CALL.match(line)
         ):
             kept.append(line)
-    (FIXTURES / "weak-reach.disassembly.txt").write_text("\n".join(kept) + "\n")
-    entries = sorted(name for name in reached if not weak_reach.HELPER.match(name))
-    names = subprocess.run(
-        [demangle, "--compact"], input="\n".join(entries), capture_output=True, text=True
-    ).stdout.splitlines()
-    (FIXTURES / "weak-reach.demangled.txt").write_text(
-        "".join(f"{m}\t{d}\n" for m, d in zip(entries, names))
+    (FIXTURES / f"{prefix}.disassembly.txt").write_text("\n".join(kept) + "\n")
+    swift = sorted(name for name in reached if name.startswith("_$s"))
+    trees = subprocess.run(
+        [demangle, "-tree-only"], input="\n".join(swift), capture_output=True, text=True
+    ).stdout
+    pruned, below = [], None
+    for line in trees.splitlines():
+        depth = len(line) - len(line.lstrip())
+        if below is not None and depth > below and line.strip():
+            continue
+        below = depth if line.strip().startswith(tuple(f"kind={k}" for k in PRUNED)) else None
+        pruned.append(line)
+    (FIXTURES / f"{prefix}.trees.txt").write_text("\n".join(pruned) + "\n")
+    graph = weak_reach.availability(Path(graphs).glob("*.symbols.json"))
+    used = {weak_reach.declaration(name, graph.usrs) for name in swift}
+    paths = {weak_reach.type_path(tree) for tree in weak_reach.parse_trees(trees).values()}
+    symbols = []
+    for path in sorted(Path(graphs).glob("*.symbols.json")):
+        for symbol in json.loads(path.read_text())["symbols"]:
+            kind = symbol["kind"]["identifier"]
+            path = tuple(symbol["pathComponents"])
+            if symbol["identifier"]["precise"] in used or (
+                kind in weak_reach.TYPE_KINDS and path in paths
+            ):
+                ios = [a for a in symbol.get("availability", []) if a.get("domain") == "iOS"]
+                symbols.append(
+                    {
+                        "identifier": {"precise": symbol["identifier"]["precise"]},
+                        "kind": {"identifier": kind},
+                        "pathComponents": symbol["pathComponents"],
+                        **({"availability": ios} if ios else {}),
+                    }
+                )
+    (FIXTURES / f"{prefix}.symbols.json").write_text(
+        json.dumps({"symbols": symbols}, indent=1) + "\n"
     )
-    sources = HERE.parents[1] / "swift"
-    out = FIXTURES / "weak-reach-swift"
-    shutil.rmtree(out, ignore_errors=True)
-    out.mkdir()
-    for source in sorted(sources.glob("*.swift")):
-        text = source.read_text()
-        if re.search(r"@available\(iOS 1[5-9]", text):
-            lines = [l for l in text.splitlines() if l.strip() and not l.strip().startswith("//")]
-            (out / source.name).write_text("\n".join(lines) + "\n")
+
+
+def record_weak_probe(sdk, swiftc, swift_flags, cache, demangle):
+    """The weak reach check's inputs for weak-probe.swift, built as the layer is built (weak
+    concurrency runtime, identical code folding) into a library of its own."""
+    target = "arm64-apple-ios14.0"
+    with tempfile.TemporaryDirectory() as scratch:
+        library, graphs = Path(scratch, "libProbe.dylib"), Path(scratch, "graphs")
+        graphs.mkdir()
+        subprocess.run(
+            [swiftc, "-target", target, "-sdk", sdk, "-module-cache-path", cache, *swift_flags]
+            + ["-parse-as-library", "-module-name", "Probe", "-Osize", "-emit-module"]
+            + ["-runtime-compatibility-version", "none", "-Xfrontend", "-disable-all-autolinking"]
+            + ["-Xfrontend", "-swift-async-frame-pointer=always"]
+            + ["-emit-module-path", Path(scratch, "Probe.swiftmodule")]
+            + ["-c", FIXTURES / "weak-probe.swift", "-o", Path(scratch, "Probe.o")],
+            check=True,
+        )
+        subprocess.run(
+            ["clang", f"--target={target}", "-isysroot", sdk, "-shared", "-fuse-ld=lld"]
+            + [Path(scratch, "Probe.o"), f"-L{sdk}/usr/lib/swift", "-lswiftCore", "-lobjc"]
+            + ["-Wl,-weak-lswift_Concurrency", "-Wl,--icf=all", "-Wl,-no_fixup_chains"]
+            + ["-o", library],
+            check=True,
+        )
+        subprocess.run(
+            [Path(swiftc).parent / "swift-symbolgraph-extract", "-module-name", "Probe"]
+            + ["-target", target, "-sdk", sdk, "-I", scratch, "-module-cache-path", cache]
+            + [*swift_flags, "-minimum-access-level", "private", "-output-dir", graphs],
+            check=True,
+        )
+        record_weak_reach(str(library), demangle, graphs, "weak-probe")
 
 
 def main():
@@ -335,7 +394,9 @@ def main():
     record_ast(sdk, swiftc, flags, str(cache / "modules" / "iphoneos"))
     binary = str(framework / "KorvaneSDK")
     record_binary(binary, old_sdk)
-    record_weak_reach(binary, str(Path(swiftc).parent / "swift-demangle"))
+    demangle = str(Path(swiftc).parent / "swift-demangle")
+    record_weak_reach(binary, demangle, framework.parent / "swift" / "symbol-graphs")
+    record_weak_probe(sdk, swiftc, flags, str(cache / "modules" / "iphoneos"), demangle)
     record_release(framework.parent.parent)
     record_at_load(sdk)
     for fixture in sorted(FIXTURES.iterdir()):
