@@ -368,21 +368,22 @@ void SdkSession::login(const KorvaneSdkUser& user,
     return refuse(KorvaneLoginError::notInitialized);
   if (user.userId().empty()) return refuse(KorvaneLoginError::invalidUserId);
 
+  // The user changes here, not on the serial queue, so that the host's last call wins: a logout
+  // or another login right after this one finds this user and logs it out.
   if (std::optional<std::string> previous = currentUserId();
       previous && *previous != user.userId()) {
     logout();
   }
+  {
+    std::lock_guard lock(currentUserLock_);
+    currentUser_ = user;
+  }
+  environment_.platform.userDefaults->setString(kCurrentUserIdKey, user.userId());
+  readinessChanged();
 
   environment_.serial->submit([weak = weak_from_this(), user, listener] {
     auto self = weak.lock();
     if (!self) return;
-    {
-      std::lock_guard lock(self->currentUserLock_);
-      self->currentUser_ = user;
-    }
-    self->environment_.platform.userDefaults->setString(kCurrentUserIdKey, user.userId());
-    self->readinessChanged();
-
     std::optional<std::string> gender;
     if (user.gender()) gender = stringValue(*user.gender());
     self->environment_.network->login(
@@ -402,8 +403,8 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
   } else {
     KorvaneLogger::w(kTag, "Login failed but continuing: " + answer.error().description);
   }
-  sendImmediately(
-      "session_start", "session", JsonValue{{"user_id", userId}},
+  sendImmediatelyAs(
+      "session_start", "session", JsonValue{{"user_id", userId}}, userId,
       [weak = weak_from_this(), listener](const Status&) {
         auto alive = weak.lock();
         if (!alive || !listener) return;
@@ -464,18 +465,26 @@ double SdkSession::nowMillis() const {
 void SdkSession::sendImmediately(const std::string& name, const std::string& category,
                                  std::optional<JsonValue> payload,
                                  std::function<void(const Status&)> then) {
+  sendImmediatelyAs(name, category, std::move(payload), currentUserId(), std::move(then));
+}
+
+void SdkSession::sendImmediatelyAs(const std::string& name, const std::string& category,
+                                   std::optional<JsonValue> payload,
+                                   std::optional<std::string> userId,
+                                   std::function<void(const Status&)> then) {
   if (std::optional<Error> off = refusal(SdkFeature::telemetry)) {
     KorvaneLogger::d(kTag, off->description + ". Not sent: " + name);
     if (then) then(*off);
     return;
   }
   environment_.tasks->submit([weak = weak_from_this(), name, category, payload = std::move(payload),
-                              then = std::move(then)] {
+                              userId = std::move(userId), then = std::move(then)] {
     auto self = weak.lock();
     if (!self) return;
     const JsonValue parameters = payload ? *payload : JsonValue::object();
     SendContext context = self->sendContext();
-    // The logged-in user, else a "userId" the payload names, else nobody (empty text).
+    context.userId = userId;
+    // The given user, else a "userId" the payload names, else nobody (empty text).
     if (!context.userId) {
       const auto it = parameters.find("userId");
       context.userId =

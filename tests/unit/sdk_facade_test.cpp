@@ -407,6 +407,51 @@ TEST_F(FacadeTest, LoginOfAnotherUserLogsTheFirstOutAndAFailedRequestStillSuccee
   EXPECT_FALSE(fake_.userDefaults->getString("currentUserId"));
 }
 
+// Calls made before the queues ran end as their order says, and each session_start names the
+// user whose login sent it, whoever is logged in when it goes out.
+TEST_F(FacadeTest, TheHostsLastLoginOrLogoutWins) {
+  struct Case {
+    const char* name;
+    std::vector<const char*> calls;  // a user id logs in, "" logs out
+    std::optional<std::string> current;
+    std::vector<std::string> sessionStartUsers;
+    std::vector<std::string> loggedOut;
+  };
+  const std::vector<Case> cases = {
+      {"login then logout", {"alice", ""}, std::nullopt, {"alice"}, {"alice"}},
+      {"login then another login", {"alice", "bob"}, "bob", {"alice", "bob"}, {"alice"}},
+      {"login, logout, login", {"alice", "", "bob"}, "bob", {"alice", "bob"}, {"alice"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    SetUp();
+    reach(Stage::initialized);
+    for (const char* call : c.calls) {
+      if (*call)
+        sdk_.login(KorvaneSdkUser(call), listener_);
+      else
+        sdk_.logout();
+    }
+    settle();
+    sdk_.flushEvents();
+    settle();
+    EXPECT_EQ(sdk_.getCurrentUser() ? std::optional(sdk_.getCurrentUser()->userId()) : std::nullopt,
+              c.current);
+    EXPECT_EQ(fake_.userDefaults->getString("currentUserId"), c.current);
+    std::vector<std::string> sessionStartUsers;
+    for (const TrackEventRequest& e : api_->singleEvents())
+      if (e.name == "session_start") sessionStartUsers.push_back(e.userId.value_or("-"));
+    EXPECT_EQ(sessionStartUsers, c.sessionStartUsers);
+    std::vector<std::string> loggedOut;
+    for (const EventBatch& batch : api_->batches())
+      for (const TrackEventRequest& e : batch.events)
+        if (!e.parameters.empty() && e.parameters[0].second == "user_logout")
+          loggedOut.push_back(e.parameters[1].second);
+    EXPECT_EQ(loggedOut, c.loggedOut);
+  }
+}
+
 TEST_F(FacadeTest, ImmediateEventsSkipTheQueueAndNameTheirUser) {
   reach(Stage::initialized);
   sdk_.trackEventWithCustomName("user_login", "auth", JsonValue{{"userId", "from-payload"}});
