@@ -136,7 +136,7 @@ TEST_F(ApiServiceTest, UrlsAndQueryItems) {
       "https://api.example.io/v1/api/sdk/validate",
       "https://api.example.io/v1/api/sdk/quiz?ifa=ZERO",
       "https://api.example.io/v1/api/sdk/quiz?userId=u%201&platform=ios&ifa=I",
-      "https://api.example.io/v1/api/sdk/mission?userId=a%26b%3Dc+d&ifa=I",
+      "https://api.example.io/v1/api/sdk/mission?userId=a%26b%3Dc%2Bd&ifa=I",
       "https://api.example.io/v1/api/sdk/banner?userId=u&placementId=place/1&platform=iOS",
       "https://api.example.io/v1/api/sdk/placement-url?placementId=%ED%95%9C%EA%B5%AD",
       "https://api.example.io/v1/api/sdk/event/batch",
