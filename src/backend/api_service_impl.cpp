@@ -138,7 +138,9 @@ void ApiServiceImpl::compressRequestBody(HttpRequest& request, const std::string
   KorvaneLogger::d(kTag, [&] {
     const auto before = static_cast<double>(body.size());
     const auto after = static_cast<double>(request.body.size());
-    const long reduction = static_cast<long>(std::trunc((1.0 - after / before) * 100.0));
+    // An empty body has nothing to reduce; the ratio would be 0 / 0.
+    const long reduction =
+        body.empty() ? 0L : static_cast<long>(std::trunc((1.0 - after / before) * 100.0));
     return "Request compressed: " + std::to_string(body.size()) + " bytes → " +
            std::to_string(request.body.size()) + " bytes (" + std::to_string(reduction) +
            "% reduction)";

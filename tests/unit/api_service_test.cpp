@@ -171,7 +171,7 @@ TEST_F(ApiServiceTest, PostBodiesAreGzipOfTheJson) {
   EXPECT_TRUE(capture.contains("[D/ApiService]   - Platform: iOS"));
 }
 
-TEST(ApiService, SizeReportTruncatesTheReductionAndShowsGrowthAsNegative) {
+TEST(ApiService, SizeReportTruncatesTheReductionShowsGrowthAsNegativeAndAnEmptyBodyAsNone) {
   LogCapture capture(LogLevel::debug);
   std::string large;
   for (int i = 0; i < 300; ++i) large += "abcdefgh";
@@ -190,6 +190,10 @@ TEST(ApiService, SizeReportTruncatesTheReductionAndShowsGrowthAsNegative) {
   }
   EXPECT_TRUE(
       capture.contains("[D/ApiService] Request compressed: 7 bytes → 27 bytes (-285% reduction)"));
+  HttpRequest empty;
+  api.compressRequestBody(empty, "");
+  EXPECT_TRUE(capture.contains("[D/ApiService] Request compressed: 0 bytes → " +
+                               std::to_string(empty.body.size()) + " bytes (0% reduction)"));
 }
 
 TEST_F(ApiServiceTest, OnlyTheBatchTurnsHttpStatusesIntoErrors) {
