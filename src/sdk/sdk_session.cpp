@@ -512,7 +512,7 @@ bool SdkSession::refusedOrSentImmediately(const std::string& name, const std::st
   }
   if (!isDailyActiveUserEvent(name)) return false;
   KorvaneLogger::d(kTag, "Sending DAU event immediately: " + name);
-  sendImmediately(name, category, payload, nullptr);
+  sendImmediately(name, category, objectPayload(payload), nullptr);
   return true;
 }
 

@@ -456,8 +456,13 @@ TEST_F(FacadeTest, ImmediateEventsSkipTheQueueAndNameTheirUser) {
   reach(Stage::initialized);
   sdk_.trackEventWithCustomName("user_login", "auth", JsonValue{{"userId", "from-payload"}});
   sdk_.trackCustomEvent("session_start", "session", JsonValue{{"userId", 42}});
+  const std::string notAnObject =
+      "[W/KorvaneSdk] Event payload is not a JSON object; sending the event without it";
+  EXPECT_FALSE(log_.contains(notAnObject));
+  sdk_.trackEventWithCustomName("session_start", "session", JsonValue::array({1}));
+  EXPECT_TRUE(log_.contains(notAnObject));
   settle();
-  ASSERT_EQ(api_->singleEvents().size(), 2u);
+  ASSERT_EQ(api_->singleEvents().size(), 3u);
   EXPECT_EQ(api_->singleEvents()[0].userId, "from-payload");
   EXPECT_EQ(api_->singleEvents()[1].userId, "") << "a non-text userId names nobody";
   EXPECT_TRUE(log_.contains("[D/KorvaneSdk] Sending DAU event immediately: user_login"));
