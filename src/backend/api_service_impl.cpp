@@ -57,13 +57,14 @@ Result<T> decodeWithDiagnostics(const HttpResponse& response, std::string_view d
     const std::string text = "Decoding error: " + decoded.error().description;
     KorvaneLogger::print(text);
     KorvaneLogger::e(kTag, text);
-    // The same parse that just failed to decode; too deep a body is not shown.
+    // The body goes with the rest of the verbose dump, not into every host's error log. The same
+    // parse that just failed to decode; too deep a body is not shown.
     const Result<json::Json> parsed = json::parse(response.body);
     if (parsed && parsed.value().is_object()) {
       const json::Json& body = parsed.value();
-      KorvaneLogger::e(kTag, "Response as Dictionary: " + json::dump(body));
+      KorvaneLogger::v(kTag, [&] { return "Response as Dictionary: " + json::dump(body); });
       if (body.contains("app"))
-        KorvaneLogger::e(kTag, "App object contents: " + json::dump(body["app"]));
+        KorvaneLogger::v(kTag, [&] { return "App object contents: " + json::dump(body["app"]); });
     }
     return decoded;
   }

@@ -278,8 +278,8 @@ TEST_F(ApiServiceTest, ValidationDecodesRefusalsButNotServerFailuresAndExplainsW
   EXPECT_TRUE(has("[V/ApiService] Status Code: 200"));
   EXPECT_TRUE(has("[V/ApiService] Raw JSON Response: "));
   EXPECT_TRUE(has("[E/ApiService] Decoding error: "));
-  EXPECT_TRUE(has("[E/ApiService] Response as Dictionary: "));
-  EXPECT_TRUE(has("[E/ApiService] App object contents: "));
+  EXPECT_TRUE(has("[V/ApiService] Response as Dictionary: "));
+  EXPECT_TRUE(has("[V/ApiService] App object contents: "));
   const auto lines = capture.lines();
   EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& l) {
     return l.rfind("Decoding error: ", 0) == 0;
