@@ -403,13 +403,9 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
   } else {
     KorvaneLogger::w(kTag, "Login failed but continuing: " + answer.error().description);
   }
-  sendImmediatelyAs(
-      "session_start", "session", JsonValue{{"user_id", userId}}, userId,
-      [weak = weak_from_this(), listener](const Status&) {
-        auto alive = weak.lock();
-        if (!alive || !listener) return;
-        alive->environment_.platform.mainThread->post([listener] { listener->onSuccess(); });
-      });
+  // The listener hears success once "session_start" is on its way, not when it has arrived.
+  sendImmediatelyAs("session_start", "session", JsonValue{{"user_id", userId}}, userId, nullptr);
+  if (listener) environment_.platform.mainThread->post([listener] { listener->onSuccess(); });
 }
 
 void SdkSession::logout() {

@@ -452,6 +452,17 @@ TEST_F(FacadeTest, TheHostsLastLoginOrLogoutWins) {
   }
 }
 
+TEST_F(FacadeTest, LoginSucceedsOnceSessionStartIsOnItsWay) {
+  reach(Stage::initialized);
+  sdk_.login(KorvaneSdkUser("alice"), listener_);
+  serial_->runAll();
+  fake_.mainThread->runUntilIdle();
+  EXPECT_EQ(listener_->heard, std::vector<std::string>{"success"});
+  EXPECT_TRUE(api_->singleEvents().empty()) << "session_start has not been sent yet";
+  settle();
+  EXPECT_EQ(singleEventNames(), std::vector<std::string>{"session_start"});
+}
+
 TEST_F(FacadeTest, ImmediateEventsSkipTheQueueAndNameTheirUser) {
   reach(Stage::initialized);
   sdk_.trackEventWithCustomName("user_login", "auth", JsonValue{{"userId", "from-payload"}});
