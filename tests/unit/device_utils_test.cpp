@@ -240,6 +240,35 @@ TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   EXPECT_EQ(body["deviceInfo"]["deviceModelName"], "iPhone 13 Pro");
 }
 
+// A second start with corrected keys reaches the backend with them; the same keys keep the
+// service, and a given service stays whatever the configuration.
+TEST(NetworkManager, ANewServiceOnlyForOtherKeysOrAnotherBackend) {
+  const auto config = [](const char* secret, const char* base) {
+    return KorvaneSdkConfig::Builder("key", secret).setApiBaseUrl(base).build();
+  };
+  const struct {
+    KorvaneSdkConfig second;
+    bool replaced;
+  } cases[] = {{config("wrong", "https://a.example"), false},
+               {config("right", "https://a.example"), true},
+               {config("wrong", "https://b.example"), true},
+               {config("wrong", "not a url"), false}};
+  auto http = std::make_shared<testing::FakeHttpClient>();
+  testing::LogCapture quiet{LogLevel::none};
+  for (const auto& c : cases) {
+    NetworkManager manager("S");
+    manager.initialize(config("wrong", "https://a.example"), http);
+    const std::shared_ptr<ApiService> first = manager.apiService().value();
+    manager.initialize(c.second, http);
+    EXPECT_EQ(manager.apiService().value() != first, c.replaced) << c.second.apiBaseUrl();
+  }
+  NetworkManager given("S");
+  auto api = std::make_shared<testing::ScriptedApi>();
+  given.initialize(api);
+  given.initialize(config("right", "https://a.example"), http);
+  EXPECT_EQ(given.apiService().value(), api);
+}
+
 TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
   const std::tuple<std::optional<std::string>, bool, bool> cases[] = {
       {"https://api.korvane.io/v1/api/sdk/validate", false, true},
