@@ -296,6 +296,7 @@ TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
 // value the SDK's own store already has wins, and later changes in the app's defaults (the app's
 // own key of the same name) are never read again.
 TEST(SdkDefaultsStore, MovesTheSdkKeysOutOfTheAppsDefaultsOnce) {
+  const std::string kOldDevice = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
   struct Case {
     const char* name;
     std::map<std::string, std::string> app;
@@ -304,9 +305,17 @@ TEST(SdkDefaultsStore, MovesTheSdkKeysOutOfTheAppsDefaultsOnce) {
   };
   const std::vector<Case> cases = {
       {"first launch after the update",
-       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", "dark"}},
+       {{"device_id", kOldDevice}, {"currentUserId", "u1"}, {"theme", "dark"}},
        {},
-       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", std::nullopt}}},
+       {{"device_id", kOldDevice}, {"currentUserId", "u1"}, {"theme", std::nullopt}}},
+      {"the app's own device_id, not an id the SDK made",
+       {{"device_id", "app-device-42"}},
+       {},
+       {{"device_id", std::nullopt}}},
+      {"lower-case UUID, not an id the SDK made",
+       {{"device_id", "6d92078a-8246-4ba4-ae5b-76104861e7dc"}},
+       {},
+       {{"device_id", std::nullopt}}},
       {"own store already holds a value",
        {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}},
        {{"device_id", "OWN-DEVICE"}},
