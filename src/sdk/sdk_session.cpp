@@ -110,6 +110,7 @@ Status SdkSession::initialize(ApplicationHandle application, const KorvaneSdkCon
 // What initialize starts, or setConsent(true) when the configuration waits for consent. The
 // start-up guard watches from here until the serial queue has done its share.
 Status SdkSession::start(const KorvaneSdkConfig& config) {
+  std::lock_guard starting(startLock_);
   // Safe mode leaves out what could have ended the last starts and what would wake the app.
   const StartupMode mode = beginStart();
   if (mode == StartupMode::inert) {
@@ -239,13 +240,19 @@ void SdkSession::validate() {
   });
 }
 
-// Any decoded answer counts as validated, whatever its "success" flag says; only a failed call
-// (transport, undecodable body) leaves the SDK uninitialised.
+// A decoded answer validates unless it refuses the keys ("success": false and no app): a refused
+// start stays uninitialised, so that initialize can run again with corrected keys.
 void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   if (awaitingConsent_) return;  // consent was withdrawn while the request was out
   const SdkStatus outcome = statusAfterValidation(answer);
   if (!answer) {
     KorvaneLogger::e(kTag, "SDK validation failed: " + answer.error().description, answer.error());
+    setStatus(outcome);
+    retry_->failed(*outcome.reason);
+    return;
+  }
+  if (outcome.reason == SdkFailureReason::refusedKeys) {
+    KorvaneLogger::e(kTag, "SDK validation failed: " + outcome.message);
     setStatus(outcome);
     retry_->failed(*outcome.reason);
     return;
@@ -275,7 +282,6 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   (void)environment_.platform.userDefaults->getString(kCurrentUserIdKey);
   KorvaneLogger::i(kTag, "SDK validated successfully with server");
   KorvaneLogger::d(kTag, "Offerwall URL: " + (app ? app->korvaneHubUrl : std::string()));
-  // A refusal still counts as validated above, as the SDK always did; its status says it failed.
   retry_->reset();
   reportSafeModeOnce();
   if (std::optional<Error> off = refusal(SdkFeature::sdk))

@@ -130,6 +130,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   AppData serverSwitch_;
   std::atomic<bool> anythingOff_{false};
 
+  // One start at a time: two initialize calls at once would each replace the other's pipeline.
+  std::mutex startLock_;
   // Guards what initialize sets up; held only to read or assign.
   mutable std::mutex setupLock_;
   ApplicationHandle application_;

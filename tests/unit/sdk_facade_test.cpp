@@ -328,8 +328,8 @@ TEST_F(FacadeTest, ChecksInitialisationBeforeTheUserIdAndTheKeyBeforeTheSecret) 
   EXPECT_EQ(listener_->heard, std::vector<std::string>{"failure:User ID cannot be empty"});
 }
 
-// A decoded answer validates whatever its flag says; only a failed call leaves the SDK
-// uninitialised. Server batch settings apply only when the server names one of them.
+// A decoded answer validates unless it refuses the keys; a failed call leaves the SDK
+// uninitialised too. Server batch settings apply only when the server names one of them.
 TEST_F(FacadeTest, ValidationOutcomes) {
   struct Case {
     const char* name;
@@ -342,8 +342,8 @@ TEST_F(FacadeTest, ValidationOutcomes) {
   const Error undecodable{"NSCocoaErrorDomain", 4864, "The data couldn't be read.",
                           "DecodingError"};
   const std::vector<Case> cases = {
-      {"refused but decoded", ValidateAppResponse{false, std::nullopt, "Invalid app key or secret"},
-       true, 20, 30.0, "[I/KorvaneSdk] SDK validated successfully with server"},
+      {"keys refused", ValidateAppResponse{false, std::nullopt, "Invalid app key or secret"}, false,
+       20, 30.0, "[E/KorvaneSdk] SDK validation failed: Invalid app key or secret"},
       {"undecodable", undecodable, false, 20, 30.0,
        "[E/KorvaneSdk] SDK validation failed: The data couldn't be read. - The data couldn't be "
        "read."},
