@@ -57,13 +57,14 @@ Result<T> decodeWithDiagnostics(const HttpResponse& response, std::string_view d
     const std::string text = "Decoding error: " + decoded.error().description;
     KorvaneLogger::print(text);
     KorvaneLogger::e(kTag, text);
-    // The same parse that just failed to decode; too deep a body is not shown.
+    // The body goes with the rest of the verbose dump, not into every host's error log. The same
+    // parse that just failed to decode; too deep a body is not shown.
     const Result<json::Json> parsed = json::parse(response.body);
     if (parsed && parsed.value().is_object()) {
       const json::Json& body = parsed.value();
-      KorvaneLogger::e(kTag, "Response as Dictionary: " + json::dump(body));
+      KorvaneLogger::v(kTag, [&] { return "Response as Dictionary: " + json::dump(body); });
       if (body.contains("app"))
-        KorvaneLogger::e(kTag, "App object contents: " + json::dump(body["app"]));
+        KorvaneLogger::v(kTag, [&] { return "App object contents: " + json::dump(body["app"]); });
     }
     return decoded;
   }
@@ -138,7 +139,9 @@ void ApiServiceImpl::compressRequestBody(HttpRequest& request, const std::string
   KorvaneLogger::d(kTag, [&] {
     const auto before = static_cast<double>(body.size());
     const auto after = static_cast<double>(request.body.size());
-    const long reduction = static_cast<long>(std::trunc((1.0 - after / before) * 100.0));
+    // An empty body has nothing to reduce; the ratio would be 0 / 0.
+    const long reduction =
+        body.empty() ? 0L : static_cast<long>(std::trunc((1.0 - after / before) * 100.0));
     return "Request compressed: " + std::to_string(body.size()) + " bytes → " +
            std::to_string(request.body.size()) + " bytes (" + std::to_string(reduction) +
            "% reduction)";

@@ -65,6 +65,8 @@ std::shared_ptr<DeviceUtils> DeviceUtils::create(PlatformServices platform) {
 
 DeviceUtils::DeviceUtils(Token, PlatformServices platform) : platform_(std::move(platform)) {}
 
+// The caches belong to this instance, not the process: a process has one session and so one
+// instance, and the lock keeps the threads that read them from racing.
 std::string DeviceUtils::getDeviceId() {
   std::lock_guard lock(mutex_);
   if (cachedDeviceId_) return *cachedDeviceId_;
@@ -174,8 +176,9 @@ void DeviceUtils::initializeAdvertisingIdSync() {
     case tracking_status::kAuthorized: {
       std::string id = platform_.tracking->advertisingIdentifier();
       if (id != kZeroAdvertisingId) {
-        KorvaneLogger::i(kTag, "[SYNC] Advertising ID authorized: " + firstEight(id));
+        const std::string shown = firstEight(id);
         setCachedAdvertisingId(std::move(id));
+        KorvaneLogger::i(kTag, "[SYNC] Advertising ID authorized: " + shown);
       } else {
         setCachedAdvertisingId(kZeroAdvertisingId);
         KorvaneLogger::w(kTag, "[SYNC] Authorized but got zero ID, will retry");

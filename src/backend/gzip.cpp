@@ -29,6 +29,8 @@ class DeflateStream {
  public:
   static Result<std::unique_ptr<DeflateStream>> open() {
     auto opened = std::make_unique<DeflateStream>();
+    // The library's own version: zlib checks only its first character, and the stream is the
+    // same whichever 1.x made it.
     const int init = deflateInit2_(&opened->stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED,
                                    kGzipWindowBits, kMemoryLevel, Z_DEFAULT_STRATEGY, ZLIB_VERSION,
                                    static_cast<int>(sizeof(z_stream)));

@@ -15,14 +15,22 @@ constexpr std::string_view kTag = "NetworkManager";
 NetworkManager::NetworkManager(std::string sessionId) : sessionId_(std::move(sessionId)) {}
 
 void NetworkManager::initialize(const KorvaneSdkConfig& config, std::shared_ptr<HttpClient> http) {
-  if (isInitialized()) return;
   const std::string baseUrl = config.apiBaseUrl();
+  auto backend =
+      std::make_tuple(baseUrl, config.appKey(), config.appSecret(), config.timeoutMillis());
+  {
+    std::lock_guard lock(mutex_);
+    if (service_ && (!madeFor_ || *madeFor_ == backend)) return;
+  }
   if (!url::isValid(baseUrl)) {
     KorvaneLogger::e(
         kTag, "Failed to initialize network manager: " + networkErrorInvalidUrl().description);
     return;
   }
-  initialize(std::make_shared<ApiServiceImpl>(baseUrl, config, std::move(http)));
+  auto service = std::make_shared<ApiServiceImpl>(baseUrl, config, std::move(http));
+  std::lock_guard lock(mutex_);
+  service_ = std::move(service);
+  madeFor_ = std::move(backend);
 }
 
 void NetworkManager::initialize(std::shared_ptr<ApiService> service) {

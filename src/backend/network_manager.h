@@ -4,6 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "korvane/backend/api_service.h"
 #include "korvane/backend/device_utils.h"
@@ -21,9 +22,12 @@ class NetworkManager {
 
   const std::string& sessionId() const { return sessionId_; }
   // Creates the API service for the configuration's base URL over `http`; does nothing when
-  // already initialised. A base URL that is not a URL is logged and leaves it uninitialised.
+  // already initialised for the same backend, keys and time-out, and replaces a service made for
+  // others (a start that failed with a wrong secret can be corrected). A base URL that is not a
+  // URL is logged and leaves the manager as it was.
   void initialize(const KorvaneSdkConfig& config, std::shared_ptr<HttpClient> http);
-  // Uses the given service (tests, other transports); does nothing when already initialised.
+  // Uses the given service (tests, other transports), for good; does nothing when already
+  // initialised.
   void initialize(std::shared_ptr<ApiService> service);
   bool isInitialized() const;
   // The service, or "Network manager not initialized".
@@ -39,6 +43,8 @@ class NetworkManager {
   std::string sessionId_;
   mutable std::mutex mutex_;
   std::shared_ptr<ApiService> service_;
+  // What the service was made for; none for a given one.
+  std::optional<std::tuple<std::string, std::string, std::string, std::int64_t>> madeFor_;
 };
 
 }  // namespace korvane

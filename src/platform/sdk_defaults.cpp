@@ -1,6 +1,7 @@
 #include "korvane/platform/sdk_defaults.h"
 
 #include <array>
+#include <string_view>
 
 #include "korvane/util/logger.h"
 
@@ -9,6 +10,19 @@ namespace {
 
 // Every key the SDK ever wrote into the app's defaults.
 constexpr std::array<const char*, 2> kKeysKeptInTheAppsDefaults = {"device_id", "currentUserId"};
+
+// The earlier SDK's device ids were upper-case UUIDs; an app's own "device_id" of another form is
+// the app's, and adopting it would send the app's identifier as the SDK's.
+bool earlierSdkWroteIt(const char* key, const std::string& value) {
+  if (std::string_view(key) != "device_id") return true;
+  if (value.size() != 36) return false;
+  for (std::size_t i = 0; i < value.size(); ++i) {
+    const char c = value[i];
+    const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
+    if (dash ? c != '-' : !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'))) return false;
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -24,7 +38,8 @@ void SdkDefaultsStore::moveOnce() const {
     if (earlier_) {
       for (const char* key : kKeysKeptInTheAppsDefaults) {
         if (own_->getString(key)) continue;
-        if (std::optional<std::string> value = earlier_->getString(key)) {
+        if (std::optional<std::string> value = earlier_->getString(key);
+            value && earlierSdkWroteIt(key, *value)) {
           own_->setString(key, *value);
           KorvaneLogger::d("SdkDefaults",
                            std::string("Moved \"") + key + "\" into the SDK's own defaults");

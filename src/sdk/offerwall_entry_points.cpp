@@ -92,7 +92,12 @@ void KorvaneSdk::openOfferwallPindleAds(PresentationAnchor* presenting,
   const HeldAnchor held(presenting);
   api.value()->getPlacementUrl(placementId, [=, this](Result<PlacementUrlResponse> answer) {
     if (!answer) return failed(answer.error());
-    mainThread->post([=, this, url = answer.value().url.value_or("")] {
+    // A refusal or an answer without an address is the backend's failure, not an empty URL.
+    if (!answer.value().success || !answer.value().url)
+      return failed(Error{"KorvaneSDK", 0,
+                          answer.value().message.value_or("The answer holds no placement URL"),
+                          "PlacementUrlError"});
+    mainThread->post([=, this, url = *answer.value().url] {
       if (offerwall::presentingScreenLost(held, kTag, callback)) return;
       openOfferwallWithUrl(url, placementId, held.get(), callback, eventCallback, showNavigationBar,
                            useNativeNavigationBar);

@@ -110,6 +110,7 @@ Status SdkSession::initialize(ApplicationHandle application, const KorvaneSdkCon
 // What initialize starts, or setConsent(true) when the configuration waits for consent. The
 // start-up guard watches from here until the serial queue has done its share.
 Status SdkSession::start(const KorvaneSdkConfig& config) {
+  std::lock_guard starting(startLock_);
   // Safe mode leaves out what could have ended the last starts and what would wake the app.
   const StartupMode mode = beginStart();
   if (mode == StartupMode::inert) {
@@ -239,13 +240,19 @@ void SdkSession::validate() {
   });
 }
 
-// Any decoded answer counts as validated, whatever its "success" flag says; only a failed call
-// (transport, undecodable body) leaves the SDK uninitialised.
+// A decoded answer validates unless it refuses the keys ("success": false and no app): a refused
+// start stays uninitialised, so that initialize can run again with corrected keys.
 void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   if (awaitingConsent_) return;  // consent was withdrawn while the request was out
   const SdkStatus outcome = statusAfterValidation(answer);
   if (!answer) {
     KorvaneLogger::e(kTag, "SDK validation failed: " + answer.error().description, answer.error());
+    setStatus(outcome);
+    retry_->failed(*outcome.reason);
+    return;
+  }
+  if (outcome.reason == SdkFailureReason::refusedKeys) {
+    KorvaneLogger::e(kTag, "SDK validation failed: " + outcome.message);
     setStatus(outcome);
     retry_->failed(*outcome.reason);
     return;
@@ -275,7 +282,6 @@ void SdkSession::finishValidation(Result<ValidateAppResponse> answer) {
   (void)environment_.platform.userDefaults->getString(kCurrentUserIdKey);
   KorvaneLogger::i(kTag, "SDK validated successfully with server");
   KorvaneLogger::d(kTag, "Offerwall URL: " + (app ? app->korvaneHubUrl : std::string()));
-  // A refusal still counts as validated above, as the SDK always did; its status says it failed.
   retry_->reset();
   reportSafeModeOnce();
   if (std::optional<Error> off = refusal(SdkFeature::sdk))
@@ -368,21 +374,22 @@ void SdkSession::login(const KorvaneSdkUser& user,
     return refuse(KorvaneLoginError::notInitialized);
   if (user.userId().empty()) return refuse(KorvaneLoginError::invalidUserId);
 
+  // The user changes here, not on the serial queue, so that the host's last call wins: a logout
+  // or another login right after this one finds this user and logs it out.
   if (std::optional<std::string> previous = currentUserId();
       previous && *previous != user.userId()) {
     logout();
   }
+  {
+    std::lock_guard lock(currentUserLock_);
+    currentUser_ = user;
+  }
+  environment_.platform.userDefaults->setString(kCurrentUserIdKey, user.userId());
+  readinessChanged();
 
   environment_.serial->submit([weak = weak_from_this(), user, listener] {
     auto self = weak.lock();
     if (!self) return;
-    {
-      std::lock_guard lock(self->currentUserLock_);
-      self->currentUser_ = user;
-    }
-    self->environment_.platform.userDefaults->setString(kCurrentUserIdKey, user.userId());
-    self->readinessChanged();
-
     std::optional<std::string> gender;
     if (user.gender()) gender = stringValue(*user.gender());
     self->environment_.network->login(
@@ -402,13 +409,9 @@ void SdkSession::finishLogin(const std::string& userId, const Result<LoginRespon
   } else {
     KorvaneLogger::w(kTag, "Login failed but continuing: " + answer.error().description);
   }
-  sendImmediately(
-      "session_start", "session", JsonValue{{"user_id", userId}},
-      [weak = weak_from_this(), listener](const Status&) {
-        auto alive = weak.lock();
-        if (!alive || !listener) return;
-        alive->environment_.platform.mainThread->post([listener] { listener->onSuccess(); });
-      });
+  // The listener hears success once "session_start" is on its way, not when it has arrived.
+  sendImmediatelyAs("session_start", "session", JsonValue{{"user_id", userId}}, userId, nullptr);
+  if (listener) environment_.platform.mainThread->post([listener] { listener->onSuccess(); });
 }
 
 void SdkSession::logout() {
@@ -464,18 +467,26 @@ double SdkSession::nowMillis() const {
 void SdkSession::sendImmediately(const std::string& name, const std::string& category,
                                  std::optional<JsonValue> payload,
                                  std::function<void(const Status&)> then) {
+  sendImmediatelyAs(name, category, std::move(payload), currentUserId(), std::move(then));
+}
+
+void SdkSession::sendImmediatelyAs(const std::string& name, const std::string& category,
+                                   std::optional<JsonValue> payload,
+                                   std::optional<std::string> userId,
+                                   std::function<void(const Status&)> then) {
   if (std::optional<Error> off = refusal(SdkFeature::telemetry)) {
     KorvaneLogger::d(kTag, off->description + ". Not sent: " + name);
     if (then) then(*off);
     return;
   }
   environment_.tasks->submit([weak = weak_from_this(), name, category, payload = std::move(payload),
-                              then = std::move(then)] {
+                              userId = std::move(userId), then = std::move(then)] {
     auto self = weak.lock();
     if (!self) return;
     const JsonValue parameters = payload ? *payload : JsonValue::object();
     SendContext context = self->sendContext();
-    // The logged-in user, else a "userId" the payload names, else nobody (empty text).
+    context.userId = userId;
+    // The given user, else a "userId" the payload names, else nobody (empty text).
     if (!context.userId) {
       const auto it = parameters.find("userId");
       context.userId =
@@ -503,7 +514,7 @@ bool SdkSession::refusedOrSentImmediately(const std::string& name, const std::st
   }
   if (!isDailyActiveUserEvent(name)) return false;
   KorvaneLogger::d(kTag, "Sending DAU event immediately: " + name);
-  sendImmediately(name, category, payload, nullptr);
+  sendImmediately(name, category, objectPayload(payload), nullptr);
   return true;
 }
 

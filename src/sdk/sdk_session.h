@@ -70,7 +70,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
                         std::optional<JsonValue> payload);
   void flushEvents();
 
-  // Sends an event at once, outside the batch, on the task pool; `then` hears how it went.
+  // Sends an event at once, outside the batch, on the task pool; `then` hears how it went. The
+  // event names the user logged in when it was asked for.
   void sendImmediately(const std::string& name, const std::string& category,
                        std::optional<JsonValue> payload,
                        std::function<void(const Status&)> then) override;
@@ -98,6 +99,10 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   void readinessChanged();
   void watchNetworkForReadiness();
   void finishValidation(Result<ValidateAppResponse> answer);
+  // The same for a given user, or nobody.
+  void sendImmediatelyAs(const std::string& name, const std::string& category,
+                         std::optional<JsonValue> payload, std::optional<std::string> userId,
+                         std::function<void(const Status&)> then);
   void finishLogin(const std::string& userId, const Result<LoginResponse>& answer,
                    std::shared_ptr<KorvaneSdkLoginListener> listener);
   // The name's refusal when the SDK is not initialised, or true when it went out at once.
@@ -125,6 +130,8 @@ class SdkSession : public std::enable_shared_from_this<SdkSession>,
   AppData serverSwitch_;
   std::atomic<bool> anythingOff_{false};
 
+  // One start at a time: two initialize calls at once would each replace the other's pipeline.
+  std::mutex startLock_;
   // Guards what initialize sets up; held only to read or assign.
   mutable std::mutex setupLock_;
   ApplicationHandle application_;

@@ -142,8 +142,10 @@ std::optional<std::string> origin(std::string_view text) {
   return result;
 }
 
+// "+" is encoded too: a server that reads the query as a form would take a literal one for a
+// space, and "%2B" reads as "+" either way.
 std::string encodeQueryComponent(std::string_view text) {
-  static constexpr std::string_view kKept = "!$'()*+,;:@/?";
+  static constexpr std::string_view kKept = "!$'()*,;:@/?";
   static constexpr char kHex[] = "0123456789ABCDEF";
   std::string out;
   out.reserve(text.size());

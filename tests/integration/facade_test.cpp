@@ -162,29 +162,26 @@ TEST_F(FacadeSession, InitialiseLoginTrackBackgroundFlushLogout) {
                                    {"event_name", "user_logout"}, {"user_id", "user-42"}}));
 }
 
-// A refusal the SDK can decode ({"success": false, ...}) still validates, without app data; one
-// it cannot decode leaves the SDK uninitialised and a later initialize runs again.
+// A refusal of the keys, whether the SDK can decode it or not, leaves the SDK uninitialised, and a
+// later initialize with the corrected secret runs every step again with that secret.
 TEST_F(FacadeSession, RefusedValidationByKindOfAnswer) {
-  sdk_.initialize(config("demo-app-key", "wrong-secret"));
-  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
-  EXPECT_FALSE(sdk_.validatedAppData());
-  EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").at(0).status, 401);
+  for (const bool undecodable : {false, true}) {
+    SCOPED_TRACE(undecodable ? "undecodable refusal" : "decodable refusal");
+    resetSdk();
+    server_.clearRequests();
+    server_.setUndecodableRefusals(undecodable);
+    log_.clear();
+    sdk_.initialize(config("demo-app-key", "wrong-secret"));
+    ASSERT_TRUE(eventually(
+        [&] { return linesStartingWith("[E/KorvaneSdk] SDK validation failed: ") == 1; }));
+    EXPECT_FALSE(sdk_.isInitialized());
+    EXPECT_EQ(login("user-42"), "SDK is not initialized");
 
-  resetSdk();
-  server_.clearRequests();
-  server_.setUndecodableRefusals(true);
-  log_.clear();
-  sdk_.initialize(config("demo-app-key", "wrong-secret"));
-  ASSERT_TRUE(
-      eventually([&] { return linesStartingWith("[E/KorvaneSdk] SDK validation failed: ") == 1; }));
-  EXPECT_FALSE(sdk_.isInitialized());
-  EXPECT_EQ(login("user-42"), "SDK is not initialized");
-
-  // Not a duplicate: every step runs again, and this time the refusal decodes.
-  server_.setUndecodableRefusals(false);
-  sdk_.initialize(config("demo-app-key", "wrong-secret"));
-  ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
-  EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 2u);
+    sdk_.initialize(config("demo-app-key", "demo-app-secret"));
+    ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
+    EXPECT_TRUE(sdk_.validatedAppData());
+    EXPECT_EQ(server_.requestsTo("/v1/api/sdk/validate").size(), 2u);
+  }
 }
 
 // Each reason a start fails for, from a real fault of the local backend: what the completion

@@ -182,6 +182,49 @@ TEST(ResponseBodyLimit, ExactlyTheLimitPassesAndOneByteMoreFails) {
   }
 }
 
+// The app key and secret go only to the origin they were meant for: a redirect elsewhere (another
+// port, another host name for the same machine) ends the call before anything reaches it.
+TEST(Redirects, CredentialsStayWithinTheRequestsOrigin) {
+  DevServer backend;
+  DevServer elsewhere;
+  ASSERT_NE(backend.start(), 0);
+  ASSERT_NE(elsewhere.start(), 0);
+  backend.setPage("/pages/target.html", "target");
+  elsewhere.setPage("/pages/target.html", "target");
+  const std::string otherHost = "http://localhost:" + std::to_string(backend.port());
+  const struct {
+    std::string location;
+    bool followed;
+  } cases[] = {{backend.baseUrl() + "/pages/target.html", true},
+               {elsewhere.baseUrl() + "/pages/target.html", false},
+               {otherHost + "/pages/target.html", false}};
+  testing::LogCapture quiet{LogLevel::none};
+  linux_host::CurlHttpClient http;
+  ApiServiceImpl service(backend.baseUrl(), KorvaneSdkConfig::Builder("key", "secret").build(),
+                         nullptr);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.location);
+    backend.clearRequests();
+    elsewhere.clearRequests();
+    backend.setRedirect("/pages/away.html", c.location);
+    std::promise<HttpResult> promise;
+    http.send(service.createRequest(backend.baseUrl() + "/pages/away.html", "GET"),
+              [&](HttpResult r) { promise.set_value(std::move(r)); });
+    const HttpResult result = promise.get_future().get();
+    const auto* response = std::get_if<HttpResponse>(&result);
+    EXPECT_EQ(response && response->body == "target", c.followed);
+    std::size_t credentialsSeen = 0;
+    for (const auto* server : {&backend, &elsewhere})
+      for (const devserver::RecordedRequest& r : server->requestsTo("/pages/target.html"))
+        credentialsSeen += r.header("x-korvane-app-secret") == "secret";
+    EXPECT_EQ(credentialsSeen, c.followed ? 1u : 0u);
+    if (!c.followed) {
+      ASSERT_TRUE(std::holds_alternative<TransportError>(result));
+      EXPECT_EQ(std::get<TransportError>(result).kind, TransportErrorKind::other);
+    }
+  }
+}
+
 class ListenerOutcome final : public KorvaneSdkLoginListener {
  public:
   void onSuccess() override { outcome.set_value("success"); }

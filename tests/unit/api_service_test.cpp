@@ -136,7 +136,7 @@ TEST_F(ApiServiceTest, UrlsAndQueryItems) {
       "https://api.example.io/v1/api/sdk/validate",
       "https://api.example.io/v1/api/sdk/quiz?ifa=ZERO",
       "https://api.example.io/v1/api/sdk/quiz?userId=u%201&platform=ios&ifa=I",
-      "https://api.example.io/v1/api/sdk/mission?userId=a%26b%3Dc+d&ifa=I",
+      "https://api.example.io/v1/api/sdk/mission?userId=a%26b%3Dc%2Bd&ifa=I",
       "https://api.example.io/v1/api/sdk/banner?userId=u&placementId=place/1&platform=iOS",
       "https://api.example.io/v1/api/sdk/placement-url?placementId=%ED%95%9C%EA%B5%AD",
       "https://api.example.io/v1/api/sdk/event/batch",
@@ -171,7 +171,7 @@ TEST_F(ApiServiceTest, PostBodiesAreGzipOfTheJson) {
   EXPECT_TRUE(capture.contains("[D/ApiService]   - Platform: iOS"));
 }
 
-TEST(ApiService, SizeReportTruncatesTheReductionAndShowsGrowthAsNegative) {
+TEST(ApiService, SizeReportTruncatesTheReductionShowsGrowthAsNegativeAndAnEmptyBodyAsNone) {
   LogCapture capture(LogLevel::debug);
   std::string large;
   for (int i = 0; i < 300; ++i) large += "abcdefgh";
@@ -190,6 +190,10 @@ TEST(ApiService, SizeReportTruncatesTheReductionAndShowsGrowthAsNegative) {
   }
   EXPECT_TRUE(
       capture.contains("[D/ApiService] Request compressed: 7 bytes → 27 bytes (-285% reduction)"));
+  HttpRequest empty;
+  api.compressRequestBody(empty, "");
+  EXPECT_TRUE(capture.contains("[D/ApiService] Request compressed: 0 bytes → " +
+                               std::to_string(empty.body.size()) + " bytes (0% reduction)"));
 }
 
 TEST_F(ApiServiceTest, OnlyTheBatchTurnsHttpStatusesIntoErrors) {
@@ -274,8 +278,8 @@ TEST_F(ApiServiceTest, ValidationDecodesRefusalsButNotServerFailuresAndExplainsW
   EXPECT_TRUE(has("[V/ApiService] Status Code: 200"));
   EXPECT_TRUE(has("[V/ApiService] Raw JSON Response: "));
   EXPECT_TRUE(has("[E/ApiService] Decoding error: "));
-  EXPECT_TRUE(has("[E/ApiService] Response as Dictionary: "));
-  EXPECT_TRUE(has("[E/ApiService] App object contents: "));
+  EXPECT_TRUE(has("[V/ApiService] Response as Dictionary: "));
+  EXPECT_TRUE(has("[V/ApiService] App object contents: "));
   const auto lines = capture.lines();
   EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& l) {
     return l.rfind("Decoding error: ", 0) == 0;

@@ -96,7 +96,7 @@ const Door kDoors[] = {
      }},
     {"UndecodableAnswerShownForDiagnosis",
      [](DeepJsonTest& t, std::size_t depth) {
-       testing::LogCapture log(LogLevel::error);
+       testing::LogCapture log(LogLevel::verbose);
        t.answer(R"({"success":"no","app":)" + nested(depth - 1) + "}");
        EXPECT_FALSE(t.validate().ok());
        return log.mentions("Response as Dictionary: ");

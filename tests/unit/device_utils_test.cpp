@@ -240,6 +240,35 @@ TEST(NetworkManager, LoginAssemblesTheEventAndTheDeviceDescription) {
   EXPECT_EQ(body["deviceInfo"]["deviceModelName"], "iPhone 13 Pro");
 }
 
+// A second start with corrected keys reaches the backend with them; the same keys keep the
+// service, and a given service stays whatever the configuration.
+TEST(NetworkManager, ANewServiceOnlyForOtherKeysOrAnotherBackend) {
+  const auto config = [](const char* secret, const char* base) {
+    return KorvaneSdkConfig::Builder("key", secret).setApiBaseUrl(base).build();
+  };
+  const struct {
+    KorvaneSdkConfig second;
+    bool replaced;
+  } cases[] = {{config("wrong", "https://a.example"), false},
+               {config("right", "https://a.example"), true},
+               {config("wrong", "https://b.example"), true},
+               {config("wrong", "not a url"), false}};
+  auto http = std::make_shared<testing::FakeHttpClient>();
+  testing::LogCapture quiet{LogLevel::none};
+  for (const auto& c : cases) {
+    NetworkManager manager("S");
+    manager.initialize(config("wrong", "https://a.example"), http);
+    const std::shared_ptr<ApiService> first = manager.apiService().value();
+    manager.initialize(c.second, http);
+    EXPECT_EQ(manager.apiService().value() != first, c.replaced) << c.second.apiBaseUrl();
+  }
+  NetworkManager given("S");
+  auto api = std::make_shared<testing::ScriptedApi>();
+  given.initialize(api);
+  given.initialize(config("right", "https://a.example"), http);
+  EXPECT_EQ(given.apiService().value(), api);
+}
+
 TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
   const std::tuple<std::optional<std::string>, bool, bool> cases[] = {
       {"https://api.korvane.io/v1/api/sdk/validate", false, true},
@@ -267,6 +296,7 @@ TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
 // value the SDK's own store already has wins, and later changes in the app's defaults (the app's
 // own key of the same name) are never read again.
 TEST(SdkDefaultsStore, MovesTheSdkKeysOutOfTheAppsDefaultsOnce) {
+  const std::string kOldDevice = "6D92078A-8246-4BA4-AE5B-76104861E7DC";
   struct Case {
     const char* name;
     std::map<std::string, std::string> app;
@@ -275,9 +305,17 @@ TEST(SdkDefaultsStore, MovesTheSdkKeysOutOfTheAppsDefaultsOnce) {
   };
   const std::vector<Case> cases = {
       {"first launch after the update",
-       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", "dark"}},
+       {{"device_id", kOldDevice}, {"currentUserId", "u1"}, {"theme", "dark"}},
        {},
-       {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}, {"theme", std::nullopt}}},
+       {{"device_id", kOldDevice}, {"currentUserId", "u1"}, {"theme", std::nullopt}}},
+      {"the app's own device_id, not an id the SDK made",
+       {{"device_id", "app-device-42"}},
+       {},
+       {{"device_id", std::nullopt}}},
+      {"lower-case UUID, not an id the SDK made",
+       {{"device_id", "6d92078a-8246-4ba4-ae5b-76104861e7dc"}},
+       {},
+       {{"device_id", std::nullopt}}},
       {"own store already holds a value",
        {{"device_id", "OLD-DEVICE"}, {"currentUserId", "u1"}},
        {{"device_id", "OWN-DEVICE"}},

@@ -208,6 +208,10 @@ TEST(KorvaneLogger, ScrubMasksCredentialValuesAndEmailAddresses) {
       {"Authorization: Bearer xyz", "Authorization: *** xyz"},
       {"APPKEY = 1", "APPKEY = ***"},
       {"mail jane.doe@example.co.uk now", "mail *** now"},
+      {R"({"model":"iPhone","ifa":"6D92078A-8246-4BA4-AE5B-76104861E7DC"})",
+       R"({"model":"iPhone","ifa":"***"})"},
+      {"/v1/api/sdk/mission?platform=iOS&ifa=6D92078A-8246",
+       "/v1/api/sdk/mission?platform=iOS&ifa=***"},
       {"no secrets here", "no secrets here"},
   };
   for (const auto& [input, expected] : cases)

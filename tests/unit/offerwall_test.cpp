@@ -945,6 +945,22 @@ TEST_F(OfferwallTest, AnOpeningThatOutlivesItsPresentingScreenShowsNothing) {
             "error:The screen to present the offerwall over is gone; nothing was shown");
 }
 
+TEST_F(OfferwallTest, APlacementAnswerWithoutAnAddressIsTheBackendsFailure) {
+  const std::pair<PlacementUrlResponse, std::string> cases[] = {
+      {{false, std::nullopt, "Unknown placement"}, "Unknown placement"},
+      {{true, std::nullopt, std::nullopt}, "The answer holds no placement URL"},
+      {{false, "https://placement.example/", std::nullopt}, "The answer holds no placement URL"},
+  };
+  for (const auto& [answer, reason] : cases) {
+    auto cb = std::make_shared<RecordingCallback>();
+    api_->placementUrlAnswer = answer;
+    sdk_.openOfferwallPindleAds(nullptr, "home", cb);
+    settle();
+    EXPECT_EQ(cb->heard,
+              std::vector<std::string>{"error:Failed to fetch placement URL: " + reason});
+  }
+}
+
 TEST_F(OfferwallTest, LaunchRefusalsInTheirOrder) {
   sdk_.logout();
   auto cb = std::make_shared<RecordingCallback>();

@@ -328,8 +328,8 @@ TEST_F(FacadeTest, ChecksInitialisationBeforeTheUserIdAndTheKeyBeforeTheSecret) 
   EXPECT_EQ(listener_->heard, std::vector<std::string>{"failure:User ID cannot be empty"});
 }
 
-// A decoded answer validates whatever its flag says; only a failed call leaves the SDK
-// uninitialised. Server batch settings apply only when the server names one of them.
+// A decoded answer validates unless it refuses the keys; a failed call leaves the SDK
+// uninitialised too. Server batch settings apply only when the server names one of them.
 TEST_F(FacadeTest, ValidationOutcomes) {
   struct Case {
     const char* name;
@@ -342,8 +342,8 @@ TEST_F(FacadeTest, ValidationOutcomes) {
   const Error undecodable{"NSCocoaErrorDomain", 4864, "The data couldn't be read.",
                           "DecodingError"};
   const std::vector<Case> cases = {
-      {"refused but decoded", ValidateAppResponse{false, std::nullopt, "Invalid app key or secret"},
-       true, 20, 30.0, "[I/KorvaneSdk] SDK validated successfully with server"},
+      {"keys refused", ValidateAppResponse{false, std::nullopt, "Invalid app key or secret"}, false,
+       20, 30.0, "[E/KorvaneSdk] SDK validation failed: Invalid app key or secret"},
       {"undecodable", undecodable, false, 20, 30.0,
        "[E/KorvaneSdk] SDK validation failed: The data couldn't be read. - The data couldn't be "
        "read."},
@@ -407,12 +407,73 @@ TEST_F(FacadeTest, LoginOfAnotherUserLogsTheFirstOutAndAFailedRequestStillSuccee
   EXPECT_FALSE(fake_.userDefaults->getString("currentUserId"));
 }
 
+// Calls made before the queues ran end as their order says, and each session_start names the
+// user whose login sent it, whoever is logged in when it goes out.
+TEST_F(FacadeTest, TheHostsLastLoginOrLogoutWins) {
+  struct Case {
+    const char* name;
+    std::vector<const char*> calls;  // a user id logs in, "" logs out
+    std::optional<std::string> current;
+    std::vector<std::string> sessionStartUsers;
+    std::vector<std::string> loggedOut;
+  };
+  const std::vector<Case> cases = {
+      {"login then logout", {"alice", ""}, std::nullopt, {"alice"}, {"alice"}},
+      {"login then another login", {"alice", "bob"}, "bob", {"alice", "bob"}, {"alice"}},
+      {"login, logout, login", {"alice", "", "bob"}, "bob", {"alice", "bob"}, {"alice"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    SetUp();
+    reach(Stage::initialized);
+    for (const char* call : c.calls) {
+      if (*call)
+        sdk_.login(KorvaneSdkUser(call), listener_);
+      else
+        sdk_.logout();
+    }
+    settle();
+    sdk_.flushEvents();
+    settle();
+    EXPECT_EQ(sdk_.getCurrentUser() ? std::optional(sdk_.getCurrentUser()->userId()) : std::nullopt,
+              c.current);
+    EXPECT_EQ(fake_.userDefaults->getString("currentUserId"), c.current);
+    std::vector<std::string> sessionStartUsers;
+    for (const TrackEventRequest& e : api_->singleEvents())
+      if (e.name == "session_start") sessionStartUsers.push_back(e.userId.value_or("-"));
+    EXPECT_EQ(sessionStartUsers, c.sessionStartUsers);
+    std::vector<std::string> loggedOut;
+    for (const EventBatch& batch : api_->batches())
+      for (const TrackEventRequest& e : batch.events)
+        if (!e.parameters.empty() && e.parameters[0].second == "user_logout")
+          loggedOut.push_back(e.parameters[1].second);
+    EXPECT_EQ(loggedOut, c.loggedOut);
+  }
+}
+
+TEST_F(FacadeTest, LoginSucceedsOnceSessionStartIsOnItsWay) {
+  reach(Stage::initialized);
+  sdk_.login(KorvaneSdkUser("alice"), listener_);
+  serial_->runAll();
+  fake_.mainThread->runUntilIdle();
+  EXPECT_EQ(listener_->heard, std::vector<std::string>{"success"});
+  EXPECT_TRUE(api_->singleEvents().empty()) << "session_start has not been sent yet";
+  settle();
+  EXPECT_EQ(singleEventNames(), std::vector<std::string>{"session_start"});
+}
+
 TEST_F(FacadeTest, ImmediateEventsSkipTheQueueAndNameTheirUser) {
   reach(Stage::initialized);
   sdk_.trackEventWithCustomName("user_login", "auth", JsonValue{{"userId", "from-payload"}});
   sdk_.trackCustomEvent("session_start", "session", JsonValue{{"userId", 42}});
+  const std::string notAnObject =
+      "[W/KorvaneSdk] Event payload is not a JSON object; sending the event without it";
+  EXPECT_FALSE(log_.contains(notAnObject));
+  sdk_.trackEventWithCustomName("session_start", "session", JsonValue::array({1}));
+  EXPECT_TRUE(log_.contains(notAnObject));
   settle();
-  ASSERT_EQ(api_->singleEvents().size(), 2u);
+  ASSERT_EQ(api_->singleEvents().size(), 3u);
   EXPECT_EQ(api_->singleEvents()[0].userId, "from-payload");
   EXPECT_EQ(api_->singleEvents()[1].userId, "") << "a non-text userId names nobody";
   EXPECT_TRUE(log_.contains("[D/KorvaneSdk] Sending DAU event immediately: user_login"));

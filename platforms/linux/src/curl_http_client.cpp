@@ -18,7 +18,8 @@ struct CurlHttpClient::Transfer {
   curl_slist* headers = nullptr;
   HttpHeaders responseHeaders;
   std::string responseBody;
-  bool bodyTooLarge = false;  // the body passed the limit and the transfer was ended
+  bool bodyTooLarge = false;     // the body passed the limit and the transfer was ended
+  bool redirectRefused = false;  // a redirect left the request's origin and was not followed
   char errorText[CURL_ERROR_SIZE] = {};
 
   ~Transfer() {
@@ -30,6 +31,7 @@ struct CurlHttpClient::Transfer {
 namespace {
 
 constexpr std::string_view kTag = "HttpClient";
+constexpr std::string_view kRedirectRefused = "Redirect to another origin not followed";
 
 // libcurl hands over the body already inflated (it asks for gzip), so the limit counts the bytes
 // the host would keep, not the bytes on the wire: a small compressed body cannot grow past it.
@@ -58,6 +60,34 @@ std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user
   return size * count;
 }
 
+// Scheme, host and port, as libcurl reads them; empty when the address does not parse.
+std::string originOf(const char* address) {
+  std::string origin;
+  CURLU* parsed = curl_url();
+  bool complete = parsed && curl_url_set(parsed, CURLUPART_URL, address, 0) == CURLUE_OK;
+  for (CURLUPart part : {CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT}) {
+    char* text = nullptr;
+    complete = complete && curl_url_get(parsed, part, &text, CURLU_DEFAULT_PORT) == CURLUE_OK;
+    if (complete) origin.append(text).push_back(' ');
+    curl_free(text);
+  }
+  curl_url_cleanup(parsed);
+  return complete ? origin : std::string();
+}
+
+// Runs before every request of a transfer, redirects included. The app key and secret travel in
+// headers that libcurl sends to wherever a redirect points, so a redirect is followed only within
+// the request's own origin: never to another host, and never from https down to http.
+int beforeEachRequest(void* user, char*, char*, int, int) {
+  auto* transfer = static_cast<CurlHttpClient::Transfer*>(user);
+  const char* current = nullptr;
+  curl_easy_getinfo(transfer->easy, CURLINFO_EFFECTIVE_URL, &current);
+  const std::string origin = originOf(transfer->request.url.c_str());
+  if (current && !origin.empty() && originOf(current) == origin) return CURL_PREREQFUNC_OK;
+  transfer->redirectRefused = true;
+  return CURL_PREREQFUNC_ABORT;
+}
+
 long toCurlMillis(std::chrono::milliseconds value) {
   return value.count() > 0 ? static_cast<long>(value.count()) : 0L;
 }
@@ -77,6 +107,8 @@ void configure(CurlHttpClient::Transfer& t) {
   curl_easy_setopt(easy, CURLOPT_WRITEDATA, &t);
   curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy, CURLOPT_HEADERDATA, &t);
+  curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, beforeEachRequest);
+  curl_easy_setopt(easy, CURLOPT_PREREQDATA, &t);
   // The request's own limit bounds connecting and any stall; the resource limit the whole call.
   curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, toCurlMillis(r.timeout));
   curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -179,6 +211,11 @@ struct CurlHttpClient::Engine {
                                    transfer->request.url);
         transfer->completion(TransportError{TransportErrorKind::other, static_cast<long>(code),
                                             responseTooLargeMessage()});
+      } else if (transfer->redirectRefused) {
+        KorvaneLogger::e(kTag, std::string(kRedirectRefused) + ": " + transfer->request.method +
+                                   " " + transfer->request.url);
+        transfer->completion(TransportError{TransportErrorKind::other, static_cast<long>(code),
+                                            std::string(kRedirectRefused)});
       } else {
         long osErrno = 0;
         curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);
