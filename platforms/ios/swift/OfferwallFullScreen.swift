@@ -14,9 +14,10 @@ extension View {
   /// stands for the `OfferwallCallback` method of its name and runs on the main thread. iOS 15
   /// and later: the binding is set from the SDK's callbacks through Swift's concurrency runtime.
   public func korvaneOfferwall(
-    isPresented: Binding<Bool>, placementId: String, onOpened: @escaping () -> Void = {},
-    onClosed: @escaping () -> Void = {}, onError: @escaping (String) -> Void = { _ in },
-    onRewardEarned: @escaping (Int) -> Void = { _ in }
+    isPresented: Binding<Bool>, placementId: String,
+    onOpened: @escaping @MainActor () -> Void = {}, onClosed: @escaping @MainActor () -> Void = {},
+    onError: @escaping @MainActor (String) -> Void = { _ in },
+    onRewardEarned: @escaping @MainActor (Int) -> Void = { _ in }
   ) -> some View {
     background(
       KorvaneOfferwallFullScreen(
@@ -91,22 +92,18 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
     }
 
     nonisolated func onOpened() {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.opened()
+      callbacks.callOpened()
     }
     nonisolated func onClosed() {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
       ended()
-      callbacks.closed()
+      callbacks.callClosed()
     }
     nonisolated func onError(_ message: String) {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
       ended()
-      callbacks.error(message)
+      callbacks.callError(message)
     }
     nonisolated func onRewardEarned(_ amount: Int) {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.rewardEarned(amount)
+      callbacks.callRewardEarned(amount)
     }
 
     nonisolated private func ended() {

@@ -20,9 +20,10 @@ public struct KorvaneOfferwall: UIViewRepresentable {
   /// An offerwall for `placementId`; each closure stands for the `OfferwallCallback` method of
   /// its name. Pages' custom events and data requests need `KorvaneOfferwallView` itself.
   public init(
-    placementId: String, onOpened: @escaping () -> Void = {},
-    onClosed: @escaping () -> Void = {}, onError: @escaping (String) -> Void = { _ in },
-    onRewardEarned: @escaping (Int) -> Void = { _ in }
+    placementId: String, onOpened: @escaping @MainActor () -> Void = {},
+    onClosed: @escaping @MainActor () -> Void = {},
+    onError: @escaping @MainActor (String) -> Void = { _ in },
+    onRewardEarned: @escaping @MainActor (Int) -> Void = { _ in }
   ) {
     self.placementId = placementId
     callbacks = Callbacks(
@@ -50,11 +51,17 @@ public struct KorvaneOfferwall: UIViewRepresentable {
     return coordinator
   }
 
+  /// The app's closures, main-actor ones, called from the SDK's callbacks on the main thread.
   struct Callbacks {
-    var opened: () -> Void
-    var closed: () -> Void
-    var error: (String) -> Void
-    var rewardEarned: (Int) -> Void
+    var opened: @MainActor () -> Void
+    var closed: @MainActor () -> Void
+    var error: @MainActor (String) -> Void
+    var rewardEarned: @MainActor (Int) -> Void
+
+    func callOpened() { callOnMainThread(opened) }
+    func callClosed() { callOnMainThread(closed) }
+    func callError(_ message: String) { callOnMainThread(error, message) }
+    func callRewardEarned(_ amount: Int) { callOnMainThread(rewardEarned, amount) }
   }
 
   /// Forwards the view's callbacks to the latest closures, on the main thread.
@@ -72,23 +79,33 @@ public struct KorvaneOfferwall: UIViewRepresentable {
 
     /// Calls `onOpened`.
     nonisolated public func onOpened() {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.opened()
+      callbacks.callOpened()
     }
     /// Calls `onClosed`.
     nonisolated public func onClosed() {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.closed()
+      callbacks.callClosed()
     }
     /// Calls `onError`.
     nonisolated public func onError(_ message: String) {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.error(message)
+      callbacks.callError(message)
     }
     /// Calls `onRewardEarned`.
     nonisolated public func onRewardEarned(_ amount: Int) {
-      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-      callbacks.rewardEarned(amount)
+      callbacks.callRewardEarned(amount)
     }
   }
+}
+
+/// Calls a main-actor closure from the nonisolated callbacks above, which the SDK calls on the
+/// main thread (asserted here). A synchronous main-actor closure is called as any other: only the
+/// compiler tells the two types apart. Calling it as isolated would first ask Swift's concurrency
+/// runtime, which iOS 14 lacks, whether this is the main actor.
+private func callOnMainThread(_ body: @escaping @MainActor () -> Void) {
+  precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+  unsafeBitCast(body, to: (() -> Void).self)()
+}
+
+private func callOnMainThread<Value>(_ body: @escaping @MainActor (Value) -> Void, _ value: Value) {
+  precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+  unsafeBitCast(body, to: ((Value) -> Void).self)(value)
 }
