@@ -64,8 +64,7 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
   /// `KorvaneOfferwall.Coordinator` is, so that iOS 14 needs no concurrency runtime; the SDK calls
   /// it on the main thread, which each method asserts.
   final class Coordinator: NSObject, OfferwallCallback {
-    nonisolated(unsafe) var callbacks = KorvaneOfferwall.Callbacks(
-      opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
+    nonisolated(unsafe) var callbacks = KorvaneOfferwall.Callbacks()
     nonisolated(unsafe) var isPresented: Binding<Bool>?
     // An opening was asked for and has not ended yet.
     nonisolated(unsafe) var opened = false
@@ -92,18 +91,22 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
     }
 
     nonisolated func onOpened() {
-      callbacks.callOpened()
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.opened()
     }
     nonisolated func onClosed() {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
       ended()
-      callbacks.callClosed()
+      callbacks.closed()
     }
     nonisolated func onError(_ message: String) {
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
       ended()
-      callbacks.callError(message)
+      callbacks.error(message)
     }
     nonisolated func onRewardEarned(_ amount: Int) {
-      callbacks.callRewardEarned(amount)
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.rewardEarned(amount)
     }
 
     nonisolated private func ended() {

@@ -51,17 +51,36 @@ public struct KorvaneOfferwall: UIViewRepresentable {
     return coordinator
   }
 
-  /// The app's closures, main-actor ones, called from the SDK's callbacks on the main thread.
+  /// The app's closures, which the SDK's callbacks call on the main thread.
   struct Callbacks {
-    var opened: @MainActor () -> Void
-    var closed: @MainActor () -> Void
-    var error: @MainActor (String) -> Void
-    var rewardEarned: @MainActor (Int) -> Void
+    var opened: () -> Void
+    var closed: () -> Void
+    var error: (String) -> Void
+    var rewardEarned: (Int) -> Void
 
-    func callOpened() { callOnMainThread(opened) }
-    func callClosed() { callOnMainThread(closed) }
-    func callError(_ message: String) { callOnMainThread(error, message) }
-    func callRewardEarned(_ amount: Int) { callOnMainThread(rewardEarned, amount) }
+    /// Closures that do nothing.
+    init() {
+      opened = {}
+      closed = {}
+      error = { _ in }
+      rewardEarned = { _ in }
+    }
+
+    /// The app's main-actor closures as plain ones, for the nonisolated coordinators, which the
+    /// SDK calls on the main thread and assert it. A synchronous main-actor closure is called as
+    /// any other: only the compiler tells the two types apart. Called as isolated it would first
+    /// ask Swift's concurrency runtime, which iOS 14 lacks, whether this is the main actor, and
+    /// kept as such its type's metadata would come from that runtime's time too.
+    init(
+      opened: @escaping @MainActor () -> Void, closed: @escaping @MainActor () -> Void,
+      error: @escaping @MainActor (String) -> Void,
+      rewardEarned: @escaping @MainActor (Int) -> Void
+    ) {
+      self.opened = unsafeBitCast(opened, to: (() -> Void).self)
+      self.closed = unsafeBitCast(closed, to: (() -> Void).self)
+      self.error = unsafeBitCast(error, to: ((String) -> Void).self)
+      self.rewardEarned = unsafeBitCast(rewardEarned, to: ((Int) -> Void).self)
+    }
   }
 
   /// Forwards the view's callbacks to the latest closures, on the main thread.
@@ -71,41 +90,30 @@ public struct KorvaneOfferwall: UIViewRepresentable {
   /// (the framework links it weakly). The SDK calls these on the main thread, which each asserts,
   /// and SwiftUI sets `callbacks` there.
   public final class Coordinator: NSObject, OfferwallCallback {
-    nonisolated(unsafe) var callbacks = Callbacks(
-      opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
+    nonisolated(unsafe) var callbacks = Callbacks()
 
     /// A coordinator whose closures do nothing until the view passes its own.
     nonisolated override public init() { super.init() }
 
     /// Calls `onOpened`.
     nonisolated public func onOpened() {
-      callbacks.callOpened()
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.opened()
     }
     /// Calls `onClosed`.
     nonisolated public func onClosed() {
-      callbacks.callClosed()
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.closed()
     }
     /// Calls `onError`.
     nonisolated public func onError(_ message: String) {
-      callbacks.callError(message)
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.error(message)
     }
     /// Calls `onRewardEarned`.
     nonisolated public func onRewardEarned(_ amount: Int) {
-      callbacks.callRewardEarned(amount)
+      precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
+      callbacks.rewardEarned(amount)
     }
   }
-}
-
-/// Calls a main-actor closure from the nonisolated callbacks above, which the SDK calls on the
-/// main thread (asserted here). A synchronous main-actor closure is called as any other: only the
-/// compiler tells the two types apart. Calling it as isolated would first ask Swift's concurrency
-/// runtime, which iOS 14 lacks, whether this is the main actor.
-private func callOnMainThread(_ body: @escaping @MainActor () -> Void) {
-  precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-  unsafeBitCast(body, to: (() -> Void).self)()
-}
-
-private func callOnMainThread<Value>(_ body: @escaping @MainActor (Value) -> Void, _ value: Value) {
-  precondition(Thread.isMainThread, "offerwall callbacks run on the main thread")
-  unsafeBitCast(body, to: ((Value) -> Void).self)(value)
 }

@@ -19,7 +19,8 @@ namespace korvane::ios {
 template <typename Object>
 class Held {
  public:
-  Held(Object object, bool weak) : strong_(weak ? nil : object), weak_(weak ? object : nil) {}
+  Held(Object object, bool weak)
+      : strong_(weak ? Object() : object), weak_(weak ? object : Object()) {}
   Held(const Held&) = default;
   Held& operator=(const Held&) = delete;
   ~Held() {
