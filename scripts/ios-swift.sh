@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compiles the Swift an app writes against KorvaneSDK, per slice, against the frameworks that
-# scripts/ios-build.sh built: the Swift sample (examples/ios/Swift) and every Swift snippet the
+# scripts/ios-build.sh built: the Swift samples (examples/ios/Swift, and examples/ios/Swift6 in
+# Swift 6 language mode with complete concurrency checking) and every Swift snippet the
 # documentation shows (README's Swift quick start, docs/ and the DocC catalog's articles),
 # type-checked and compiled to arm64 objects for the device and the Simulator. A failure fails the
 # build; without a Swift compiler (SWIFTC, /opt/swift/usr/bin/swiftc or swiftc on PATH) it says so
@@ -37,6 +38,11 @@ check_slice() {
   "$swiftc" "${slice_flags[@]}" -parse-as-library -warnings-as-errors -c \
     "$root"/examples/ios/Swift/*.swift -o "$out/$name/Sample.o"
   echo "$name Swift sample: compiled ($(wc -c <"$out/$name/Sample.o" | tr -d ' ') bytes of object)"
+  # A Swift 6 app's view controller is every listener and hands its own main-actor methods to
+  # every callback: it compiles only while each public callback states the isolation the SDK keeps.
+  "$swiftc" "${slice_flags[@]}" -parse-as-library -swift-version 6 -strict-concurrency=complete \
+    -warnings-as-errors -wmo -c "$root"/examples/ios/Swift6/*.swift -o "$out/$name/Swift6Sample.o"
+  echo "$name Swift 6 sample: compiled (language mode 6, complete concurrency checking)"
   "$swiftc" "${slice_flags[@]}" -parse-as-library -c "$snippets" -o "$out/$name/DocSnippets.o"
   echo "$name documentation Swift snippets: $(grep -c '^  // snippet' "$snippets") compiled"
 }

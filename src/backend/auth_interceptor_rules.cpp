@@ -1,8 +1,10 @@
 #include "korvane/platform/auth_interceptor_rules.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "korvane/version.h"
+#include "util/url_text.h"
 #include "values/backend_urls.h"
 
 namespace korvane::auth_interceptor {
@@ -25,9 +27,18 @@ void setHeader(HttpHeaders& headers, const std::string& name, const std::string&
 
 }  // namespace
 
+// The backend's own hosts only: an address that merely mentions the domain (in its query, its
+// path, its user info or a longer host) belongs to another server, which must not receive the
+// app's key and secret.
 bool shouldIntercept(const std::optional<std::string>& url, bool alreadyMarked) {
   if (alreadyMarked || !url) return false;
-  return url->find("." + std::string(backend::kRegisteredDomain)) != std::string::npos;
+  const std::optional<std::string> origin = url::origin(*url);
+  if (!origin) return false;
+  std::string_view host(*origin);
+  host.remove_prefix(host.find("://") + 3);
+  host = host.substr(0, host.find(':'));
+  const std::string suffix = "." + std::string(backend::kRegisteredDomain);
+  return host.size() > suffix.size() && host.ends_with(suffix);
 }
 
 void decorate(HttpRequest& request, const std::optional<KorvaneSdkConfig>& config) {

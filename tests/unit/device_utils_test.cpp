@@ -275,7 +275,11 @@ TEST(AuthInterceptor, TakesBackendRequestsOnceAndSetsCredentialsAndAgent) {
       {"https://cdn.korvane.io/x.png", false, true},
       {"https://api.korvane.io/v1", true, false},
       {"https://korvane.io/", false, false},
-      {"https://example.com/?next=a.korvane.io", false, true},
+      {"https://api.korvane.io:8443/v1", false, true},
+      {"https://example.com/?next=a.korvane.io", false, false},
+      {"https://example.com/a.korvane.io/", false, false},
+      {"https://api.korvane.io.example.com/", false, false},
+      {"https://a.korvane.io@example.com/", false, false},
       {std::nullopt, false, false}};
   for (const auto& [url, marked, taken] : cases)
     EXPECT_EQ(auth_interceptor::shouldIntercept(url, marked), taken) << url.value_or("(none)");

@@ -1,9 +1,11 @@
 #import "AppDelegate.h"
 
-#import "OffersViewController.h"
+#import "SceneDelegate.h"
 
 @import KorvaneSDK;
 
+// The SDK starts at launch; the window comes with the scene (Info.plist's scene manifest names
+// SceneDelegate).
 @implementation AppDelegate
 
 - (BOOL)application:(UIApplication*)application
@@ -14,11 +16,6 @@
                                  setEnvironment:KorvaneSdkConfigEnvironmentStaging]
                                  .build;
   [KorvaneSdk.shared initializeWithApplication:application sdkConfig:config];
-
-  self.window = [[UIWindow alloc] initWithFrame:UIScreen.mainScreen.bounds];
-  self.window.rootViewController = [[UINavigationController alloc]
-      initWithRootViewController:[[OffersViewController alloc] init]];
-  [self.window makeKeyAndVisible];
   return YES;
 }
 

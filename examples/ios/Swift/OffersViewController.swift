@@ -6,8 +6,6 @@ import UIKit
 
 @main
 final class AppDelegate: UIResponder, UIApplicationDelegate {
-  var window: UIWindow?
-
   func application(
     _ application: UIApplication,
     didFinishLaunchingWithOptions launchOptions: [UIApplication.LaunchOptionsKey: Any]?
@@ -17,11 +15,32 @@ final class AppDelegate: UIResponder, UIApplicationDelegate {
       .setEnvironment(.staging)
       .build()
     KorvaneSdk.shared.initialize(application: application, sdkConfig: config)
-
-    window = UIWindow(frame: UIScreen.main.bounds)
-    window?.rootViewController = UINavigationController(rootViewController: OffersViewController())
-    window?.makeKeyAndVisible()
     return true
+  }
+
+  // The window comes with the scene.
+  func application(
+    _ application: UIApplication, configurationForConnecting session: UISceneSession,
+    options: UIScene.ConnectionOptions
+  ) -> UISceneConfiguration {
+    let configuration = UISceneConfiguration(name: nil, sessionRole: session.role)
+    configuration.delegateClass = SceneDelegate.self
+    return configuration
+  }
+}
+
+final class SceneDelegate: UIResponder, UIWindowSceneDelegate {
+  var window: UIWindow?
+
+  func scene(
+    _ scene: UIScene, willConnectTo session: UISceneSession,
+    options connectionOptions: UIScene.ConnectionOptions
+  ) {
+    guard let scene = scene as? UIWindowScene else { return }
+    let window = UIWindow(windowScene: scene)
+    window.rootViewController = UINavigationController(rootViewController: OffersViewController())
+    window.makeKeyAndVisible()
+    self.window = window
   }
 }
 

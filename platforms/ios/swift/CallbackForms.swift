@@ -30,12 +30,11 @@ extension KorvaneBanner {
   /// Requests the banner of `placementId`; exactly one of the two closures runs, on the main
   /// thread. `onSuccess` gets a response whose success flag is true.
   public func getBanner(
-    placementId: String, onSuccess: @escaping (BannerInfoResponse) -> Void,
-    onFailure: @escaping (KorvaneAdError) -> Void
+    placementId: String, onSuccess: @escaping @MainActor (BannerInfoResponse) -> Void,
+    onFailure: @escaping @MainActor (KorvaneAdError) -> Void
   ) {
     __getBanner(
-      placementId: placementId, onSuccess: onSuccess,
-      onFailure: { error in onFailure(KorvaneAdError(error)) })
+      placementId: placementId, onSuccess: onSuccess, onFailure: adErrorForwarder(onFailure))
   }
 }
 
@@ -43,8 +42,8 @@ extension KorvaneMission {
   /// Loads the list; every listed mission is reported impressed, in order, before `onSuccess`.
   /// With `shouldStoreCallbacks` the two closures are kept for later loads.
   public func load(
-    onSuccess: @escaping ([Mission], MissionProgress) -> Void,
-    onFailure: @escaping (KorvaneAdError) -> Void, shouldStoreCallbacks: Bool
+    onSuccess: @escaping @MainActor ([Mission], MissionProgress) -> Void,
+    onFailure: @escaping @MainActor (KorvaneAdError) -> Void, shouldStoreCallbacks: Bool
   ) {
     __load(
       onSuccess: onSuccess, onFailure: adErrorForwarder(onFailure),
@@ -56,8 +55,8 @@ extension KorvaneQuiz {
   /// Loads the list; `onSuccess` comes first, then one impression per quiz in order. With
   /// `shouldStoreCallbacks` the two closures are kept for later loads.
   public func load(
-    onSuccess: @escaping (QuizResponse) -> Void, onFailure: @escaping (KorvaneAdError) -> Void,
-    shouldStoreCallbacks: Bool
+    onSuccess: @escaping @MainActor (QuizResponse) -> Void,
+    onFailure: @escaping @MainActor (KorvaneAdError) -> Void, shouldStoreCallbacks: Bool
   ) {
     __load(
       onSuccess: onSuccess, onFailure: adErrorForwarder(onFailure),
@@ -66,11 +65,11 @@ extension KorvaneQuiz {
 }
 
 /// The failure block the Objective-C placements take, forwarding to a closure of `KorvaneAdError`.
-/// Made outside the placements' main actor: a closure made there would first ask Swift's
+/// Made apart from the call: a main-actor closure written in the call would first ask Swift's
 /// concurrency runtime, which iOS 14 lacks, whether it runs on the main actor (the placements call
 /// it on the main thread).
 private func adErrorForwarder(
-  _ onFailure: @escaping (KorvaneAdError) -> Void
-) -> (any Error) -> Void {
+  _ onFailure: @escaping @MainActor (KorvaneAdError) -> Void
+) -> @MainActor (any Error) -> Void {
   { error in onFailure(KorvaneAdError(error)) }
 }

@@ -14,9 +14,10 @@ extension View {
   /// stands for the `OfferwallCallback` method of its name and runs on the main thread. iOS 15
   /// and later: the binding is set from the SDK's callbacks through Swift's concurrency runtime.
   public func korvaneOfferwall(
-    isPresented: Binding<Bool>, placementId: String, onOpened: @escaping () -> Void = {},
-    onClosed: @escaping () -> Void = {}, onError: @escaping (String) -> Void = { _ in },
-    onRewardEarned: @escaping (Int) -> Void = { _ in }
+    isPresented: Binding<Bool>, placementId: String,
+    onOpened: @escaping @MainActor () -> Void = {}, onClosed: @escaping @MainActor () -> Void = {},
+    onError: @escaping @MainActor (String) -> Void = { _ in },
+    onRewardEarned: @escaping @MainActor (Int) -> Void = { _ in }
   ) -> some View {
     background(
       KorvaneOfferwallFullScreen(
@@ -63,8 +64,7 @@ struct KorvaneOfferwallFullScreen: UIViewControllerRepresentable {
   /// `KorvaneOfferwall.Coordinator` is, so that iOS 14 needs no concurrency runtime; the SDK calls
   /// it on the main thread, which each method asserts.
   final class Coordinator: NSObject, OfferwallCallback {
-    nonisolated(unsafe) var callbacks = KorvaneOfferwall.Callbacks(
-      opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
+    nonisolated(unsafe) var callbacks = KorvaneOfferwall.Callbacks()
     nonisolated(unsafe) var isPresented: Binding<Bool>?
     // An opening was asked for and has not ended yet.
     nonisolated(unsafe) var opened = false

@@ -20,9 +20,10 @@ public struct KorvaneOfferwall: UIViewRepresentable {
   /// An offerwall for `placementId`; each closure stands for the `OfferwallCallback` method of
   /// its name. Pages' custom events and data requests need `KorvaneOfferwallView` itself.
   public init(
-    placementId: String, onOpened: @escaping () -> Void = {},
-    onClosed: @escaping () -> Void = {}, onError: @escaping (String) -> Void = { _ in },
-    onRewardEarned: @escaping (Int) -> Void = { _ in }
+    placementId: String, onOpened: @escaping @MainActor () -> Void = {},
+    onClosed: @escaping @MainActor () -> Void = {},
+    onError: @escaping @MainActor (String) -> Void = { _ in },
+    onRewardEarned: @escaping @MainActor (Int) -> Void = { _ in }
   ) {
     self.placementId = placementId
     callbacks = Callbacks(
@@ -50,11 +51,36 @@ public struct KorvaneOfferwall: UIViewRepresentable {
     return coordinator
   }
 
+  /// The app's closures, which the SDK's callbacks call on the main thread.
   struct Callbacks {
     var opened: () -> Void
     var closed: () -> Void
     var error: (String) -> Void
     var rewardEarned: (Int) -> Void
+
+    /// Closures that do nothing.
+    init() {
+      opened = {}
+      closed = {}
+      error = { _ in }
+      rewardEarned = { _ in }
+    }
+
+    /// The app's main-actor closures as plain ones, for the nonisolated coordinators, which the
+    /// SDK calls on the main thread and assert it. A synchronous main-actor closure is called as
+    /// any other: only the compiler tells the two types apart. Called as isolated it would first
+    /// ask Swift's concurrency runtime, which iOS 14 lacks, whether this is the main actor, and
+    /// kept as such its type's metadata would come from that runtime's time too.
+    init(
+      opened: @escaping @MainActor () -> Void, closed: @escaping @MainActor () -> Void,
+      error: @escaping @MainActor (String) -> Void,
+      rewardEarned: @escaping @MainActor (Int) -> Void
+    ) {
+      self.opened = unsafeBitCast(opened, to: (() -> Void).self)
+      self.closed = unsafeBitCast(closed, to: (() -> Void).self)
+      self.error = unsafeBitCast(error, to: ((String) -> Void).self)
+      self.rewardEarned = unsafeBitCast(rewardEarned, to: ((Int) -> Void).self)
+    }
   }
 
   /// Forwards the view's callbacks to the latest closures, on the main thread.
@@ -64,8 +90,7 @@ public struct KorvaneOfferwall: UIViewRepresentable {
   /// (the framework links it weakly). The SDK calls these on the main thread, which each asserts,
   /// and SwiftUI sets `callbacks` there.
   public final class Coordinator: NSObject, OfferwallCallback {
-    nonisolated(unsafe) var callbacks = Callbacks(
-      opened: {}, closed: {}, error: { _ in }, rewardEarned: { _ in })
+    nonisolated(unsafe) var callbacks = Callbacks()
 
     /// A coordinator whose closures do nothing until the view passes its own.
     nonisolated override public init() { super.init() }

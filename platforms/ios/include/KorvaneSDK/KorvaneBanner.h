@@ -16,8 +16,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 
 /// Requests the banner of `placementId`; onSuccess gets a response whose success is true.
 - (void)getBannerWithPlacementId:(NSString*)placementId
-                       onSuccess:(void (^)(KorvaneBannerInfoResponse* response))onSuccess
-                       onFailure:(void (^)(NSError* error))onFailure
+                       onSuccess:(void (^NS_SWIFT_UI_ACTOR)(KorvaneBannerInfoResponse* response))
+                                     onSuccess
+                       onFailure:(void (^NS_SWIFT_UI_ACTOR)(NSError* error))onFailure
     NS_SWIFT_NAME(__getBanner(placementId:onSuccess:onFailure:)) NS_REFINED_FOR_SWIFT;
 
 - (instancetype)init NS_UNAVAILABLE;

@@ -32,7 +32,7 @@ KORVANE_EXPORT
 /// Receives every error and warning line, masked, with the `NSError` logged with it (or nil),
 /// whatever `logLevel` says, on the thread that logged it. Once the SDK is initialised it is the
 /// SDK's own error reporting: to see the lines too, read it and call it from the block you set.
-@property(class, nonatomic, copy, nullable) void (^telemetrySink)
+@property(class, nonatomic, copy, nullable) void (^NS_SWIFT_SENDABLE telemetrySink)
     (KorvaneLogLevel level, NSString* tag, NSString* message, NSError* _Nullable error);
 
 /// Logs an error.

@@ -6,9 +6,9 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// What the app hears about a mission placement. Mission events arrive on the thread that raised
-/// them (the main thread for loads and pages); onRefreshed asks the app to load the list again.
-NS_SWIFT_NAME(KorvaneMissionEventsListener)
+/// What the app hears about a mission placement, on the main thread; onRefreshed asks the app to
+/// load the list again.
+NS_SWIFT_NAME(KorvaneMissionEventsListener) NS_SWIFT_UI_ACTOR
 @protocol KorvaneMissionEventsListener <NSObject>
 /// The user clicked `mission`.
 - (void)onClickedMission:(KorvaneMissionItem*)mission NS_SWIFT_NAME(onClicked(_:));
@@ -25,7 +25,7 @@ NS_SWIFT_NAME(KorvaneMissionEventsListener)
 /// One mission placement: loads the user's missions, reports impressions, clicks, progress and
 /// completion (listener first, then telemetry) and opens mission and reward pages in the
 /// offerwall. Every live instance can be reached by the offerwall's pages. Call it from the main
-/// thread; load callbacks arrive there.
+/// thread (a call from another thread is carried out there); load callbacks arrive there.
 KORVANE_EXPORT NS_SWIFT_UI_ACTOR
 @interface KorvaneMission : NSObject
 
@@ -34,9 +34,9 @@ KORVANE_EXPORT NS_SWIFT_UI_ACTOR
 
 /// Loads the list; every listed mission is reported impressed, in order, before onSuccess. With
 /// `shouldStoreCallbacks` the two blocks are kept for later loads. Failures are `KorvaneAdError`s.
-- (void)loadWithOnSuccess:(void (^)(NSArray<KorvaneMissionItem*>* missions,
-                                    KorvaneMissionProgress* progress))onSuccess
-                onFailure:(void (^)(NSError* error))onFailure
+- (void)loadWithOnSuccess:(void (^NS_SWIFT_UI_ACTOR)(NSArray<KorvaneMissionItem*>* missions,
+                                                     KorvaneMissionProgress* progress))onSuccess
+                onFailure:(void (^NS_SWIFT_UI_ACTOR)(NSError* error))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
     NS_SWIFT_NAME(__load(onSuccess:onFailure:shouldStoreCallbacks:)) NS_REFINED_FOR_SWIFT;
 /// Held weakly, as delegates are, so that a view controller that owns the placement can listen to

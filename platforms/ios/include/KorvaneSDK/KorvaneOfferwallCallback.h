@@ -33,25 +33,25 @@ NS_SWIFT_NAME(OfferwallEventCallback) NS_SWIFT_UI_ACTOR
     NS_SWIFT_NAME(onDataRequest(requestId:requestType:params:));
 @end
 
-/// An offerwall callback made of four blocks; absent ones do nothing.
+/// An offerwall callback made of four blocks, run on the main thread; absent ones do nothing.
 NS_SWIFT_NAME(OfferwallCallbackImpl)
 KORVANE_EXPORT
 @interface KorvaneOfferwallCallbackImpl : NSObject <KorvaneOfferwallCallback>
 
 /// Runs for onOpened.
-@property(nonatomic, copy, nullable) void (^onOpenedHandler)(void);
+@property(nonatomic, copy, nullable) void (^NS_SWIFT_UI_ACTOR onOpenedHandler)(void);
 /// Runs for onClosed.
-@property(nonatomic, copy, nullable) void (^onClosedHandler)(void);
+@property(nonatomic, copy, nullable) void (^NS_SWIFT_UI_ACTOR onClosedHandler)(void);
 /// Runs for onError:.
-@property(nonatomic, copy, nullable) void (^onErrorHandler)(NSString* message);
+@property(nonatomic, copy, nullable) void (^NS_SWIFT_UI_ACTOR onErrorHandler)(NSString* message);
 /// Runs for onRewardEarned:.
-@property(nonatomic, copy, nullable) void (^onRewardEarnedHandler)(NSInteger amount);
+@property(nonatomic, copy, nullable) void (^NS_SWIFT_UI_ACTOR onRewardEarnedHandler)(NSInteger amount);
 
 /// A callback made of the given handlers.
-- (instancetype)initWithOnOpened:(nullable void (^)(void))onOpened
-                        onClosed:(nullable void (^)(void))onClosed
-                         onError:(nullable void (^)(NSString* message))onError
-                  onRewardEarned:(nullable void (^)(NSInteger amount))onRewardEarned
+- (instancetype)initWithOnOpened:(nullable void (^NS_SWIFT_UI_ACTOR)(void))onOpened
+                        onClosed:(nullable void (^NS_SWIFT_UI_ACTOR)(void))onClosed
+                         onError:(nullable void (^NS_SWIFT_UI_ACTOR)(NSString* message))onError
+                  onRewardEarned:(nullable void (^NS_SWIFT_UI_ACTOR)(NSInteger amount))onRewardEarned
     NS_DESIGNATED_INITIALIZER NS_SWIFT_NAME(init(onOpened:onClosed:onError:onRewardEarned:));
 /// All four handlers absent.
 - (instancetype)init;

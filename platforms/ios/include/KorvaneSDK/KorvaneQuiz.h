@@ -20,7 +20,8 @@ NS_SWIFT_NAME(KorvaneQuizEventsListener) NS_SWIFT_UI_ACTOR
 @end
 
 /// The quiz placement: loads the user's quizzes, reports impressions and clicks and opens a quiz
-/// full screen in the offerwall. Call it from the main thread; load callbacks arrive there.
+/// full screen in the offerwall. Call it from the main thread (a call from another thread is
+/// carried out there); load callbacks arrive there.
 KORVANE_EXPORT NS_SWIFT_UI_ACTOR
 @interface KorvaneQuiz : NSObject
 
@@ -32,8 +33,8 @@ KORVANE_EXPORT NS_SWIFT_UI_ACTOR
     NS_SWIFT_NAME(setQuizEventsListener(_:));
 /// Loads the list; onSuccess comes first, then one impression per quiz in order. With
 /// `shouldStoreCallbacks` the two blocks are kept for later loads. Failures are `KorvaneAdError`s.
-- (void)loadWithOnSuccess:(void (^)(KorvaneQuizResponse* response))onSuccess
-                onFailure:(void (^)(NSError* error))onFailure
+- (void)loadWithOnSuccess:(void (^NS_SWIFT_UI_ACTOR)(KorvaneQuizResponse* response))onSuccess
+                onFailure:(void (^NS_SWIFT_UI_ACTOR)(NSError* error))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks
     NS_SWIFT_NAME(__load(onSuccess:onFailure:shouldStoreCallbacks:)) NS_REFINED_FOR_SWIFT;
 /// The quizzes of the last successful load.

@@ -75,8 +75,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 - (NSString*)getSDKVersion NS_SWIFT_NAME(getSDKVersion());
 /// Sets `KorvaneLogger.logLevel`.
 + (void)setLogLevel:(KorvaneLogLevel)level NS_SWIFT_NAME(setLogLevel(_:));
-/// The advertising identifier, or "00000000-0000-0000-0000-000000000000" when there is none.
-- (void)getAdvertisingIdWithCompletion:(void (^)(NSString* advertisingId))completion
+/// The advertising identifier, or "00000000-0000-0000-0000-000000000000" when there is none, on
+/// the main thread: before this returns when called there.
+- (void)getAdvertisingIdWithCompletion:(void (^NS_SWIFT_UI_ACTOR)(NSString* advertisingId))completion
     NS_SWIFT_NAME(getAdvertisingId(completion:));
 
 /// Queues an event for the next batch. Payload values must be JSON values (strings, numbers,
@@ -180,8 +181,9 @@ KORVANE_EXPORT NS_SWIFT_SENDABLE
 /// `KorvaneSdkErrorDomain`, code -1 (not initialised) or -2 (no user); otherwise the completion
 /// runs on a background queue with the response or the transport's error.
 - (void)getBannerInfoWithPlacementId:(NSString*)placementId
-                          completion:(void (^)(KorvaneBannerInfoResponse* _Nullable response,
-                                               NSError* _Nullable error))completion
+                          completion:(void (^NS_SWIFT_SENDABLE)(
+                                         KorvaneBannerInfoResponse* _Nullable response,
+                                         NSError* _Nullable error))completion
     NS_SWIFT_NAME(__getBannerInfo(placementId:completion:)) NS_REFINED_FOR_SWIFT;
 
 - (instancetype)init NS_UNAVAILABLE;

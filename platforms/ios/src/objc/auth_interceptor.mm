@@ -88,12 +88,18 @@ using korvane::ios::toOptionalString;
   if (_stopped) return;
   if (error) {
     [self.client URLProtocol:self didFailWithError:error];
-  } else if (data && response) {
+  } else if (response) {
     [self.client URLProtocol:self
           didReceiveResponse:response
           cacheStoragePolicy:NSURLCacheStorageNotAllowed];
-    [self.client URLProtocol:self didLoadData:data];
+    if (data.length) [self.client URLProtocol:self didLoadData:data];
     [self.client URLProtocolDidFinishLoading:self];
+  } else {
+    // Neither an answer nor an error: without one the client would wait for its own time-out.
+    [self.client URLProtocol:self
+            didFailWithError:[NSError errorWithDomain:NSURLErrorDomain
+                                                 code:NSURLErrorBadServerResponse
+                                             userInfo:nil]];
   }
 }
 

@@ -12,11 +12,25 @@ NS_ASSUME_NONNULL_BEGIN
 
 namespace korvane::ios {
 
-// Holds an app's object strongly, or weakly (as delegates are held).
+// Holds an app's object (or block) strongly, or weakly (as delegates are held). The app's object
+// may be a view controller, whose last release must happen on the main thread: the core lets go
+// of what holds it on its own queues too, so a strong hold that ends elsewhere hands its reference
+// to the main queue instead of releasing it there.
 template <typename Object>
 class Held {
  public:
-  Held(Object object, bool weak) : strong_(weak ? nil : object), weak_(weak ? object : nil) {}
+  Held(Object object, bool weak)
+      : strong_(weak ? Object() : object), weak_(weak ? object : Object()) {}
+  Held(const Held&) = default;
+  Held& operator=(const Held&) = delete;
+  ~Held() {
+    if (!strong_ || NSThread.isMainThread) return;
+    const void* reference = CFBridgingRetain(strong_);
+    strong_ = nil;
+    dispatch_async(dispatch_get_main_queue(), ^{
+      CFRelease(reference);
+    });
+  }
   Object get() const { return strong_ ? strong_ : weak_; }
 
  private:
@@ -24,11 +38,24 @@ class Held {
   __weak Object weak_;
 };
 
+// Calls `call` with the bridge's target on the main thread, where the app is promised its
+// listener and callback calls: at once there, else from the main queue. From elsewhere the bridge
+// travels, not the app's object, so that only the main thread retains and releases the object.
+template <typename Bridge, typename Object>
+void onMainThread(const Bridge& bridge, void (^call)(Object)) {
+  if (NSThread.isMainThread) return call(bridge.target());
+  std::shared_ptr<const Bridge> kept = bridge.shared_from_this();
+  dispatch_async(dispatch_get_main_queue(), ^{
+    call(kept->target());
+  });
+}
+
 // The core's callback interfaces, forwarding to the app's Objective-C objects on the main thread.
 // The facade's openings hold the app's objects strongly, which the core keeps only as long as the
 // product keeps them (until the offerwall closed, until the next opening); the embedded view holds
 // them weakly.
-class OfferwallCallbackBridge final : public OfferwallCallback {
+class OfferwallCallbackBridge final : public OfferwallCallback,
+                                      public std::enable_shared_from_this<OfferwallCallbackBridge> {
  public:
   OfferwallCallbackBridge(id<KorvaneOfferwallCallback> target, bool weak) : target_(target, weak) {}
   void onOpened() override;
@@ -42,7 +69,9 @@ class OfferwallCallbackBridge final : public OfferwallCallback {
   Held<id<KorvaneOfferwallCallback>> target_;
 };
 
-class OfferwallEventCallbackBridge final : public OfferwallEventCallback {
+class OfferwallEventCallbackBridge final
+    : public OfferwallEventCallback,
+      public std::enable_shared_from_this<OfferwallEventCallbackBridge> {
  public:
   OfferwallEventCallbackBridge(id<KorvaneOfferwallEventCallback> target, bool weak)
       : target_(target, weak) {}

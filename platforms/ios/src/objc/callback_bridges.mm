@@ -42,70 +42,55 @@ using korvane::ios::toNSString;
 namespace korvane::ios {
 namespace {
 
-// The app is promised these callbacks on the main thread: one that reaches the bridge elsewhere
-// is moved there (the target is captured now, so a weakly held one is not lost on the way).
-void onMainThread(dispatch_block_t call) {
-  if (NSThread.isMainThread) {
-    call();
-  } else {
-    dispatch_async(dispatch_get_main_queue(), call);
-  }
-}
-
-class LoginListenerBridge final : public KorvaneSdkLoginListener {
+class LoginListenerBridge final : public KorvaneSdkLoginListener,
+                                  public std::enable_shared_from_this<LoginListenerBridge> {
  public:
-  explicit LoginListenerBridge(id<KorvaneSdkLoginListener> target) : target_(target) {}
+  explicit LoginListenerBridge(id<KorvaneSdkLoginListener> target) : target_(target, false) {}
   void onSuccess() override {
-    id<KorvaneSdkLoginListener> target = target_;
-    onMainThread(^{
+    onMainThread(*this, ^(id<KorvaneSdkLoginListener> target) {
       [target onSuccess];
     });
   }
   void onFailure(KorvaneLoginError error) override {
-    id<KorvaneSdkLoginListener> target = target_;
-    onMainThread(^{
+    onMainThread(*this, ^(id<KorvaneSdkLoginListener> target) {
       [target onFailure:static_cast<::KorvaneLoginError>(error)];
     });
   }
+  id<KorvaneSdkLoginListener> target() const { return target_.get(); }
 
  private:
-  id<KorvaneSdkLoginListener> target_;
+  Held<id<KorvaneSdkLoginListener>> target_;
 };
 
 }  // namespace
 
 void OfferwallCallbackBridge::onOpened() {
-  id<KorvaneOfferwallCallback> target = this->target();
-  onMainThread(^{
+  onMainThread(*this, ^(id<KorvaneOfferwallCallback> target) {
     [target onOpened];
   });
 }
 void OfferwallCallbackBridge::onClosed() {
-  id<KorvaneOfferwallCallback> target = this->target();
-  onMainThread(^{
+  onMainThread(*this, ^(id<KorvaneOfferwallCallback> target) {
     [target onClosed];
   });
 }
 void OfferwallCallbackBridge::onError(const std::string& message) {
-  id<KorvaneOfferwallCallback> target = this->target();
   NSString* text = toNSString(message);
-  onMainThread(^{
+  onMainThread(*this, ^(id<KorvaneOfferwallCallback> target) {
     [target onError:text];
   });
 }
 void OfferwallCallbackBridge::onRewardEarned(int amount) {
-  id<KorvaneOfferwallCallback> target = this->target();
-  onMainThread(^{
+  onMainThread(*this, ^(id<KorvaneOfferwallCallback> target) {
     [target onRewardEarned:amount];
   });
 }
 
 void OfferwallEventCallbackBridge::onCustomEvent(const std::string& eventType,
                                                  const JsonValue& payload) {
-  id<KorvaneOfferwallEventCallback> target = this->target();
   NSString* type = toNSString(eventType);
   NSDictionary* body = dictionaryFrom(payload);
-  onMainThread(^{
+  onMainThread(*this, ^(id<KorvaneOfferwallEventCallback> target) {
     [target onCustomEventWithEventType:type payload:body];
   });
 }

@@ -70,9 +70,9 @@ korvane::KorvaneSdk& core() {
     return;
   }
   _application = application;
-  void (^heard)(KorvaneSdkStatus*) = [completion copy];
-  core().initialize(sdkConfig.cppConfig, [heard](const korvane::SdkStatus& status) {
-    if (heard) heard([[KorvaneSdkStatus alloc] initWithStatus:status]);
+  core().initialize(sdkConfig.cppConfig, [heard = korvane::ios::Held(completion, false)](
+                                             const korvane::SdkStatus& status) {
+    if (auto block = heard.get()) block([[KorvaneSdkStatus alloc] initWithStatus:status]);
   });
 }
 
@@ -152,8 +152,14 @@ korvane::KorvaneSdk& core() {
 
 - (void)getAdvertisingIdWithCompletion:(void (^)(NSString*))completion {
   if (!completion) return;
-  core().getAdvertisingId(
-      [completion](std::string advertisingId) { completion(toNSString(advertisingId)); });
+  core().getAdvertisingId([completion = korvane::ios::Held(completion, false)](std::string value) {
+    NSString* advertisingId = toNSString(value);
+    void (^block)(NSString*) = completion.get();
+    if (NSThread.isMainThread) return block(advertisingId);
+    dispatch_async(dispatch_get_main_queue(), ^{
+      block(advertisingId);
+    });
+  });
 }
 
 - (void)trackEventWithEventType:(KorvaneEventType)eventType
@@ -286,12 +292,14 @@ korvane::KorvaneSdk& core() {
                           completion:(void (^)(KorvaneBannerInfoResponse* _Nullable,
                                                NSError* _Nullable))completion {
   core().getBannerInfo(
-      toStdString(placementId), [completion](korvane::Result<korvane::BannerInfoResponse> answer) {
-        if (!completion) return;
+      toStdString(placementId), [completion = korvane::ios::Held(completion, false)](
+                                    korvane::Result<korvane::BannerInfoResponse> answer) {
+        auto block = completion.get();
+        if (!block) return;
         if (answer) {
-          completion([[KorvaneBannerInfoResponse alloc] initWithRecord:answer.value()], nil);
+          block([[KorvaneBannerInfoResponse alloc] initWithRecord:answer.value()], nil);
         } else {
-          completion(nil, korvane::ios::toNSError(answer.error()));
+          block(nil, korvane::ios::toNSError(answer.error()));
         }
       });
 }

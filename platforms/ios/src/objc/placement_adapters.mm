@@ -5,6 +5,7 @@
 #include "korvane/placements/korvane_banner.h"
 #include "korvane/placements/korvane_mission.h"
 #include "korvane/placements/korvane_quiz.h"
+#import "objc/callback_bridges.h"
 #import "objc/objc_errors.h"
 #import "objc/records_internal.h"
 #import "objc/unavailable.h"
@@ -19,19 +20,43 @@ namespace korvane::ios {
 namespace {
 
 // The app's mission listener, held weakly: a view controller that owns the placement may listen
-// to it without a retain cycle. The core keeps this bridge as long as the placement.
-class MissionListenerBridge final : public KorvaneMissionEventsListener {
+// to it without a retain cycle. The core keeps this bridge as long as the placement. Events
+// raised on another thread (by an Objective-C caller) reach the listener on the main thread.
+class MissionListenerBridge final : public KorvaneMissionEventsListener,
+                                    public std::enable_shared_from_this<MissionListenerBridge> {
  public:
   explicit MissionListenerBridge(id<KorvaneMissionEventsListener> target) : target_(target) {}
-  void onClicked(const Mission& mission) override { [target_ onClickedMission:item(mission)]; }
-  void onImpressed(const Mission& mission) override { [target_ onImpressedMission:item(mission)]; }
-  void onCompleted(const Mission& mission) override { [target_ onCompletedMission:item(mission)]; }
+  void onClicked(const Mission& mission) override {
+    KorvaneMissionItem* shown = item(mission);
+    onMainThread(*this, ^(id<KorvaneMissionEventsListener> target) {
+      [target onClickedMission:shown];
+    });
+  }
+  void onImpressed(const Mission& mission) override {
+    KorvaneMissionItem* shown = item(mission);
+    onMainThread(*this, ^(id<KorvaneMissionEventsListener> target) {
+      [target onImpressedMission:shown];
+    });
+  }
+  void onCompleted(const Mission& mission) override {
+    KorvaneMissionItem* shown = item(mission);
+    onMainThread(*this, ^(id<KorvaneMissionEventsListener> target) {
+      [target onCompletedMission:shown];
+    });
+  }
   void onProgressed(const Mission& mission) override {
-    [target_ onProgressedMission:item(mission)];
+    KorvaneMissionItem* shown = item(mission);
+    onMainThread(*this, ^(id<KorvaneMissionEventsListener> target) {
+      [target onProgressedMission:shown];
+    });
   }
   void onRefreshed(const std::optional<std::string>& unitId) override {
-    [target_ onRefreshedWithUnitId:toNullableNSString(unitId)];
+    NSString* unit = toNullableNSString(unitId);
+    onMainThread(*this, ^(id<KorvaneMissionEventsListener> target) {
+      [target onRefreshedWithUnitId:unit];
+    });
   }
+  id<KorvaneMissionEventsListener> _Nullable target() const { return target_; }
   // Each placement wraps the app's listener in a bridge of its own; the app's object is the one
   // listener. One that is gone stands for nothing but this bridge.
   const void* identity() const override {
@@ -47,27 +72,48 @@ class MissionListenerBridge final : public KorvaneMissionEventsListener {
 };
 
 // The app's quiz listener, held weakly: the quiz never keeps it alive.
-class QuizListenerBridge final : public KorvaneQuizEventsListener {
+class QuizListenerBridge final : public KorvaneQuizEventsListener,
+                                 public std::enable_shared_from_this<QuizListenerBridge> {
  public:
   explicit QuizListenerBridge(id<KorvaneQuizEventsListener> target) : target_(target) {}
   void onImpressed(const QuizEvent& quizEvent) override {
-    [target_ onImpressedQuiz:[[KorvaneQuizEvent alloc] initWithRecord:quizEvent]];
+    KorvaneQuizEvent* shown = [[KorvaneQuizEvent alloc] initWithRecord:quizEvent];
+    onMainThread(*this, ^(id<KorvaneQuizEventsListener> target) {
+      [target onImpressedQuiz:shown];
+    });
   }
   void onClicked(const QuizEvent& quizEvent) override {
-    [target_ onClickedQuiz:[[KorvaneQuizEvent alloc] initWithRecord:quizEvent]];
+    KorvaneQuizEvent* shown = [[KorvaneQuizEvent alloc] initWithRecord:quizEvent];
+    onMainThread(*this, ^(id<KorvaneQuizEventsListener> target) {
+      [target onClickedQuiz:shown];
+    });
   }
   void onQuizCompleted(const QuizEvent& quizEvent, int rewardAmount) override {
-    [target_ onQuizCompleted:[[KorvaneQuizEvent alloc] initWithRecord:quizEvent]
-                rewardAmount:rewardAmount];
+    KorvaneQuizEvent* shown = [[KorvaneQuizEvent alloc] initWithRecord:quizEvent];
+    onMainThread(*this, ^(id<KorvaneQuizEventsListener> target) {
+      [target onQuizCompleted:shown rewardAmount:rewardAmount];
+    });
   }
+  id<KorvaneQuizEventsListener> _Nullable target() const { return target_; }
 
  private:
   __weak id<KorvaneQuizEventsListener> target_;
 };
 
+// The placements' calls reach UIKit and the main thread's state; Swift holds its callers on the
+// main actor, and one from Objective-C on another thread goes to the main queue.
+void onMainQueue(dispatch_block_t work) {
+  if (NSThread.isMainThread) {
+    work();
+  } else {
+    dispatch_async(dispatch_get_main_queue(), work);
+  }
+}
+
+// The app's blocks are let go of on the main thread, where they run (Held).
 std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
-  return [onFailure](KorvaneAdError error) {
-    if (onFailure) onFailure(toNSError(error));
+  return [onFailure = Held(onFailure, false)](KorvaneAdError error) {
+    if (auto block = onFailure.get()) block(toNSError(error));
   };
 }
 
@@ -102,8 +148,10 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
                        onFailure:(void (^)(NSError*))onFailure {
   korvane::KorvaneBanner::shared().getBanner(
       toStdString(placementId),
-      [onSuccess](const korvane::BannerInfoResponse& response) {
-        if (onSuccess) onSuccess([[KorvaneBannerInfoResponse alloc] initWithRecord:response]);
+      [onSuccess =
+           korvane::ios::Held(onSuccess, false)](const korvane::BannerInfoResponse& response) {
+        if (auto block = onSuccess.get())
+          block([[KorvaneBannerInfoResponse alloc] initWithRecord:response]);
       },
       korvane::ios::failureBlock(onFailure));
 }
@@ -128,11 +176,11 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
                 onFailure:(void (^)(NSError*))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks {
   _mission->load(
-      [onSuccess](const std::vector<korvane::Mission>& missions,
-                  korvane::MissionProgress progress) {
-        if (onSuccess)
-          onSuccess(korvane::ios::missionItems(missions),
-                    [[KorvaneMissionProgress alloc] initWithRecord:progress]);
+      [onSuccess = korvane::ios::Held(onSuccess, false)](
+          const std::vector<korvane::Mission>& missions, korvane::MissionProgress progress) {
+        if (auto block = onSuccess.get())
+          block(korvane::ios::missionItems(missions),
+                [[KorvaneMissionProgress alloc] initWithRecord:progress]);
       },
       korvane::ios::failureBlock(onFailure), shouldStoreCallbacks);
 }
@@ -169,28 +217,55 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
 }
 
 - (void)clickMissionWithId:(NSString*)missionId from:(UIViewController*)viewController {
-  _mission->clickMission(toStdString(missionId), korvane::ios::anchorFor(viewController));
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  const std::string key = toStdString(missionId);
+  korvane::ios::onMainQueue(^{
+    mission->clickMission(key, korvane::ios::anchorFor(viewController));
+  });
 }
 
-- (void)clickMission:(KorvaneMissionItem*)mission from:(UIViewController*)viewController {
-  if (mission) _mission->clickMission(mission.record, korvane::ios::anchorFor(viewController));
+- (void)clickMission:(KorvaneMissionItem*)item from:(UIViewController*)viewController {
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  if (item)
+    korvane::ios::onMainQueue(^{
+      mission->clickMission(item.record, korvane::ios::anchorFor(viewController));
+    });
 }
 
 - (void)onRewardButtonClickedFrom:(UIViewController*)viewController {
-  _mission->onRewardButtonClicked(korvane::ios::anchorFor(viewController));
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  korvane::ios::onMainQueue(^{
+    mission->onRewardButtonClicked(korvane::ios::anchorFor(viewController));
+  });
 }
 
-- (void)onMissionClicked:(KorvaneMissionItem*)mission {
-  if (mission) _mission->onMissionClicked(mission.record);
+- (void)onMissionClicked:(KorvaneMissionItem*)item {
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  if (item)
+    korvane::ios::onMainQueue(^{
+      mission->onMissionClicked(item.record);
+    });
 }
-- (void)onMissionImpressed:(KorvaneMissionItem*)mission {
-  if (mission) _mission->onMissionImpressed(mission.record);
+- (void)onMissionImpressed:(KorvaneMissionItem*)item {
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  if (item)
+    korvane::ios::onMainQueue(^{
+      mission->onMissionImpressed(item.record);
+    });
 }
-- (void)onMissionCompleted:(KorvaneMissionItem*)mission {
-  if (mission) _mission->onMissionCompleted(mission.record);
+- (void)onMissionCompleted:(KorvaneMissionItem*)item {
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  if (item)
+    korvane::ios::onMainQueue(^{
+      mission->onMissionCompleted(item.record);
+    });
 }
-- (void)onMissionProgressed:(KorvaneMissionItem*)mission {
-  if (mission) _mission->onMissionProgressed(mission.record);
+- (void)onMissionProgressed:(KorvaneMissionItem*)item {
+  std::shared_ptr<korvane::KorvaneMission> mission = _mission;
+  if (item)
+    korvane::ios::onMainQueue(^{
+      mission->onMissionProgressed(item.record);
+    });
 }
 
 - (void)destroy {
@@ -199,7 +274,10 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
 }
 
 + (void)refreshMissionList:(nullable NSString*)unitId {
-  korvane::KorvaneMission::refreshMissionList(korvane::ios::toOptionalString(unitId));
+  const std::optional<std::string> unit = korvane::ios::toOptionalString(unitId);
+  korvane::ios::onMainQueue(^{
+    korvane::KorvaneMission::refreshMissionList(unit);
+  });
 }
 
 @end
@@ -229,8 +307,9 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
                 onFailure:(void (^)(NSError*))onFailure
      shouldStoreCallbacks:(BOOL)shouldStoreCallbacks {
   _quiz->load(
-      [onSuccess](const korvane::QuizResponse& response) {
-        if (onSuccess) onSuccess([[KorvaneQuizResponse alloc] initWithRecord:response]);
+      [onSuccess = korvane::ios::Held(onSuccess, false)](const korvane::QuizResponse& response) {
+        if (auto block = onSuccess.get())
+          block([[KorvaneQuizResponse alloc] initWithRecord:response]);
       },
       korvane::ios::failureBlock(onFailure), shouldStoreCallbacks);
 }
@@ -240,15 +319,27 @@ std::function<void(KorvaneAdError)> failureBlock(void (^onFailure)(NSError*)) {
 }
 
 - (void)clickQuizWithId:(NSString*)quizId from:(UIViewController*)viewController {
-  _quiz->clickQuiz(toStdString(quizId), korvane::ios::anchorFor(viewController));
+  std::shared_ptr<korvane::KorvaneQuiz> quiz = _quiz;
+  const std::string key = toStdString(quizId);
+  korvane::ios::onMainQueue(^{
+    quiz->clickQuiz(key, korvane::ios::anchorFor(viewController));
+  });
 }
 
 - (void)clickQuiz:(KorvaneQuizEvent*)quizEvent from:(UIViewController*)viewController {
-  if (quizEvent) _quiz->clickQuiz(quizEvent.record, korvane::ios::anchorFor(viewController));
+  std::shared_ptr<korvane::KorvaneQuiz> quiz = _quiz;
+  if (quizEvent)
+    korvane::ios::onMainQueue(^{
+      quiz->clickQuiz(quizEvent.record, korvane::ios::anchorFor(viewController));
+    });
 }
 
 - (void)trackClick:(KorvaneQuizEvent*)quizEvent {
-  if (quizEvent) _quiz->trackClick(quizEvent.record);
+  std::shared_ptr<korvane::KorvaneQuiz> quiz = _quiz;
+  if (quizEvent)
+    korvane::ios::onMainQueue(^{
+      quiz->trackClick(quizEvent.record);
+    });
 }
 
 @end

@@ -60,9 +60,15 @@ using korvane::ios::toStdString;
 
 // UIKit lets go of pages without an appearance callback (one covered by a page the app
 // dismissed, one it never showed): the core hears of it here, or the page would live on there.
+// The core's offerwall state is the main thread's: a page let go of elsewhere reports from there.
 - (void)dealloc {
   void (^handler)(void) = self.dismissedHandler;
-  if (handler && !self.dismissingBySdk) handler();
+  if (!handler || self.dismissingBySdk) return;
+  if (NSThread.isMainThread) {
+    handler();
+  } else {
+    dispatch_async(dispatch_get_main_queue(), handler);
+  }
 }
 
 #pragma mark - Fields
@@ -233,6 +239,14 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
   if (handler) handler();
 }
 
+// VoiceOver's escape gesture (a two-finger Z) closes the page as its close button does, also when
+// it shows no bar.
+- (BOOL)accessibilityPerformEscape {
+  if (!self.closeHandler) return NO;
+  [self closeTapped];
+  return YES;
+}
+
 - (void)viewDidDisappear:(BOOL)animated {
   [super viewDidDisappear:animated];
   if (self.dismissingBySdk || !self.isLeavingForGood) return;
@@ -273,12 +287,20 @@ KORVANE_FLAG_FIELD(useNativeNavigationBar, setUseNativeNavigationBar)
 
 #pragma mark - Presentation
 
+// Portrait, which the pages are made for. An app that allows no portrait at all (a landscape
+// game) would have UIKit refuse the presentation with an exception: its own orientations then.
 - (UIInterfaceOrientationMask)supportedInterfaceOrientations {
-  return UIInterfaceOrientationMaskPortrait;
+  const UIInterfaceOrientationMask allowed = [UIApplication.sharedApplication
+      supportedInterfaceOrientationsForWindow:self.viewIfLoaded.window];
+  return (allowed & UIInterfaceOrientationMaskPortrait) ? UIInterfaceOrientationMaskPortrait
+                                                        : allowed;
 }
 
 - (UIInterfaceOrientation)preferredInterfaceOrientationForPresentation {
-  return UIInterfaceOrientationPortrait;
+  const UIInterfaceOrientationMask allowed = self.supportedInterfaceOrientations;
+  if (allowed & UIInterfaceOrientationMaskPortrait) return UIInterfaceOrientationPortrait;
+  return (allowed & UIInterfaceOrientationMaskLandscapeRight) ? UIInterfaceOrientationLandscapeRight
+                                                              : UIInterfaceOrientationLandscapeLeft;
 }
 
 - (BOOL)shouldAutorotate {

@@ -2,6 +2,7 @@
 
 #import "web/portrait_navigation_controller.h"
 
+#import <objc/objc-sync.h>
 #import <objc/runtime.h>
 
 #include "korvane/util/logger.h"
@@ -24,13 +25,20 @@ UIViewController* _Nullable topOf(UIViewController* _Nullable base) {
   return top;
 }
 
+// The key window of the scene the person uses: with several scenes (iPad) another one's key
+// window may be in the background.
 UIViewController* _Nullable keyWindowRoot() {
+  UIWindow* fallback = nil;
   for (UIScene* scene in UIApplication.sharedApplication.connectedScenes) {
     if (![scene isKindOfClass:UIWindowScene.class]) continue;
-    for (UIWindow* window in ((UIWindowScene*)scene).windows)
-      if (window.isKeyWindow) return window.rootViewController;
+    for (UIWindow* window in ((UIWindowScene*)scene).windows) {
+      if (!window.isKeyWindow) continue;
+      if (scene.activationState == UISceneActivationStateForegroundActive)
+        return window.rootViewController;
+      if (!fallback) fallback = window;
+    }
   }
-  return nil;
+  return fallback.rootViewController;
 }
 
 UIViewController* _Nullable controllerOf(UIView* _Nullable view) {
@@ -165,11 +173,16 @@ void ControllerScreen::afterTransition(std::function<void()> then) {
                    run);
     return;
   }
-  // The completion runs while UIKit still ends the transition: go on from the next turn.
-  [coordinator animateAlongsideTransition:nil
-                               completion:^(id<UIViewControllerTransitionCoordinatorContext>) {
-                                 dispatch_async(dispatch_get_main_queue(), run);
-                               }];
+  // The completion runs while UIKit still ends the transition: go on from the next turn. A
+  // coordinator that takes nothing more never runs it: look again soon instead.
+  const BOOL queued =
+      [coordinator animateAlongsideTransition:nil
+                                   completion:^(id<UIViewControllerTransitionCoordinatorContext>) {
+                                     dispatch_async(dispatch_get_main_queue(), run);
+                                   }];
+  if (!queued)
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, 50 * NSEC_PER_MSEC), dispatch_get_main_queue(),
+                   run);
 }
 
 StackedScreen::StackedScreen(UIView* container) : container_(container) {
@@ -203,12 +216,15 @@ PresentationAnchor* anchorFor(UIViewController* _Nullable candidate) {
   if (!candidate) return nullptr;
   UIViewController* controller = (UIViewController* _Nonnull)candidate;
   static char key;
+  // The facade may be called from any thread: one anchor per controller all the same.
+  objc_sync_enter(controller);
   KorvaneAnchorBox* box = objc_getAssociatedObject(controller, &key);
   if (!box) {
     box = [[KorvaneAnchorBox alloc] init];
     box->anchor = std::make_unique<HostControllerAnchor>(controller);
     objc_setAssociatedObject(controller, &key, box, OBJC_ASSOCIATION_RETAIN_NONATOMIC);
   }
+  objc_sync_exit(controller);
   return box->anchor.get();
 }
 

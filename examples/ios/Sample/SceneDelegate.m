@@ -1,0 +1,17 @@
+#import "SceneDelegate.h"
+
+#import "OffersViewController.h"
+
+@implementation SceneDelegate
+
+- (void)scene:(UIScene*)scene
+    willConnectToSession:(UISceneSession*)session
+                 options:(UISceneConnectionOptions*)connectionOptions {
+  if (![scene isKindOfClass:UIWindowScene.class]) return;
+  self.window = [[UIWindow alloc] initWithWindowScene:(UIWindowScene*)scene];
+  self.window.rootViewController = [[UINavigationController alloc]
+      initWithRootViewController:[[OffersViewController alloc] init]];
+  [self.window makeKeyAndVisible];
+}
+
+@end
