@@ -484,8 +484,7 @@ TEST_F(EventFileTest, AByteOrderMarkedFileKeepsItsEventsThroughASave) {
 }
 
 // A payload is read alike by the check that runs before each save and by decoding, whatever
-// stands before its object; a save never throws, and a refused file is reported with the
-// check's own reason.
+// stands before its object; a save never throws, and a refused record is dropped alone.
 TEST_F(EventFileTest, ThePayloadCheckAndDecodingAgree) {
   const struct {
     std::string payload;
@@ -512,8 +511,7 @@ TEST_F(EventFileTest, ThePayloadCheckAndDecodingAgree) {
     ASSERT_NO_THROW(saved = store.saveEvent(eventAt(now(), "new")));
     EXPECT_TRUE(saved.ok());
     EXPECT_EQ(store.loadEvents().value().size(), c.valid ? 2u : 1u);
-    EXPECT_EQ(capture.count("The event file was damaged and is started afresh: "),
-              c.valid ? 0u : 1u);
+    EXPECT_EQ(capture.count("Dropped 1 damaged events from the event file: "), c.valid ? 0u : 1u);
   }
 }
 
@@ -544,6 +542,50 @@ TEST_F(EventFileTest, AFailedWriteLeavesTheOldFileWhole) {
   EXPECT_EQ(left.value()[0].eventId, "kept");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 1)
       << "no temporary file is left behind";
+}
+
+// One record that no longer decodes costs only itself: every operation keeps its neighbours,
+// and the first that writes leaves it out, counted and logged once.
+TEST_F(EventFileTest, ADamagedRecordCostsOnlyItself) {
+  using Operation = std::function<void(EventPersistenceManager&)>;
+  const Operation operations[] = {
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.saveEvent(eventAt(1.7e12, "new")).ok()); },
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.mergeEvents({eventAt(1.7e12, "a")}).ok()); },
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.forgetEvents({}).ok()); },
+      [](EventPersistenceManager& s) { s.cleanupOldEvents(); },
+      [](EventPersistenceManager& s) { ASSERT_EQ(s.takeEvents(1).value().size(), 1u); },
+  };
+  const char* damagedRecords[] = {
+      R"({"eventId":"x","type":"from_a_newer_version","timestamp":1.7e12,"category":"c"})",
+      R"({"eventId":"x","type":"custom","timestamp":null,"category":"c"})",
+      R"({"eventId":"x","type":"custom","timestamp":1.7e12,"category":"c","payload":"WzFd"})",
+      R"("not an event")",
+  };
+  for (const char* damaged : damagedRecords) {
+    for (std::size_t op = 0; op < std::size(operations); ++op) {
+      SCOPED_TRACE(std::string(damaged) + ", operation " + std::to_string(op));
+      fs::create_directories(dir_);
+      std::ofstream(file(), std::ios::binary)
+          << "[" << encodeEvent(eventAt(now(), "a")) << "," << damaged << ","
+          << encodeEvent(eventAt(now(), "b")) << "]";
+      auto store = manager();
+      ASSERT_EQ(store.loadEvents().value().size(), 2u);
+      testing::LogCapture capture;
+      operations[op](store);
+      std::set<std::string> left;
+      const Result<std::vector<Event>> loaded = store.loadEvents();
+      for (const Event& e : loaded.value()) left.insert(e.eventId);
+      EXPECT_FALSE(left.contains("x"));
+      EXPECT_TRUE(left.contains("b")) << "the record after the damaged one is kept";
+      EXPECT_EQ(store.droppedCount(), 1u);
+      EXPECT_EQ(capture.count("Dropped 1 damaged events from the event file: "), 1u);
+      EXPECT_EQ(capture.count("started afresh"), 0u);
+      std::ifstream in(file());
+      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}).find("\"x\""),
+                std::string::npos)
+          << "the damaged record left the file";
+    }
+  }
 }
 
 TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {
