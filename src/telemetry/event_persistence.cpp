@@ -326,7 +326,12 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCo
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
-  if (loaded.value().damage) return *loaded.value().damage;
+  if (loaded.value().damage) {
+    // Nothing in it can ever load: said once, here, rather than at every later load.
+    noteReplacedDamage(*loaded.value().damage);
+    if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+    return std::vector<Event>();
+  }
   if (!loaded.value().exists) return std::vector<Event>();
   std::vector<Event>& young = loaded.value().young;
   if (young.size() <= maxCount) {
@@ -353,9 +358,9 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCo
 void EventPersistenceManager::cleanupOldEvents() {
   FileLock lock(*this);
   Result<Loaded> loaded = lock.refusal() ? loadLocked() : Result<Loaded>(lock.refusal().error());
-  Status status = !loaded                 ? Status(loaded.error())
-                  : loaded.value().damage ? Status(*loaded.value().damage)
-                                          : okStatus();
+  Status status = loaded ? okStatus() : Status(loaded.error());
+  // A damaged file is left to the load that follows, which says so once and starts it afresh.
+  if (status && loaded.value().damage) return;
   const bool overLimits = status && (loaded.value().agedOut > 0 || loaded.value().damaged > 0 ||
                                      !fitsSizeLimit(loaded.value().bytes));
   if (overLimits) {

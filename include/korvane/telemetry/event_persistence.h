@@ -31,7 +31,8 @@ class EventPersistenceProtocol {
   // The file's events younger than the maximum age; empty when there is no file.
   virtual Result<std::vector<Event>> loadEvents() = 0;
   virtual Status clearEvents() = 0;
-  // Rewrites the file without events past the maximum age; failures are only logged.
+  // Rewrites the file without events past the maximum age; failures are only logged, and a
+  // damaged file is left to takeEvents.
   virtual void cleanupOldEvents() = 0;
 
   // Each of these reads and rewrites the file as one step that no other operation of this
@@ -43,7 +44,7 @@ class EventPersistenceProtocol {
   virtual Status forgetEvents(const std::vector<Event>& events) = 0;
   // The file's oldest `maxCount` events younger than the maximum age, taken out of it: the rest
   // stay for a later call, and the file goes when nothing is left. A file that cannot be read is
-  // an error and stays.
+  // an error and stays; one that is not an event list goes, logged as damaged.
   virtual Result<std::vector<Event>> takeEvents(std::size_t maxCount) = 0;
 };
 
