@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <set>
 
 #include "backend/record_codec.h"
@@ -91,6 +93,13 @@ TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
   std::strftime(expected, sizeof expected, "%Y-%m-%d %H:%M:%S", &local);
   EXPECT_EQ(formatLocalTimestamp(0), expected);
   EXPECT_EQ(formatLocalTimestamp(999.9), expected) << "milliseconds are cut, not rounded";
+  // Out-of-range times from a tampered file show as the nearest year the text can hold.
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::pair<double, int> extremes[] = {
+      {1e300, 9999}, {kInfinity, 9999}, {-1e300, 1}, {-kInfinity, 1}, {9.3e18, 9999}};
+  for (const auto& [millis, year] : extremes)
+    EXPECT_EQ(std::stoi(formatLocalTimestamp(millis)), year) << millis;
+  EXPECT_EQ(formatLocalTimestamp(std::nan("")), expected);
   EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))),
             "2026-03-01T09:15:00Z");
 }
@@ -157,6 +166,10 @@ TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
   for (int i = 0; i < 7; ++i) small.enqueue(eventAt(i));
   EXPECT_EQ(small.dequeue(20).size(), 7u);
   EXPECT_EQ(small.count(), 0u);
+  EventQueueManager none(0);
+  none.enqueue(eventAt(1));
+  EXPECT_EQ(none.count(), 0u);
+  EXPECT_EQ(none.droppedCount(), 1u) << "a queue of no room keeps nothing";
 }
 
 // Events read back from the file are older than anything queued since: they go ahead of it, the
