@@ -243,6 +243,31 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"Decoding", Error{"NSCocoaErrorDomain", 4864, "bad", "DecodingError"}, false}),
     [](const auto& param) { return std::string(param.param.name); });
 
+// A batch the server refuses for good is sent again with what follows, but its events leave the
+// queue and the file at their third refusal, with a warning, instead of cycling until they age.
+TEST_F(BatchServiceTest, EventsRefusedThreeTimesAreDropped) {
+  const Error refusals[] = {httpError(400), httpError(404),
+                            Error{"EventBatchService", -1, "Batch processing failed on server"}};
+  for (const Error& refusal : refusals) {
+    SCOPED_TRACE(refusal.description);
+    LogCapture capture;
+    auto service = makeService(1);
+    settle();
+    for (int i = 0; i < 3; ++i) api_->script(refusal);
+    service->trackEvent(event());
+    settle();
+    service->flush();
+    EXPECT_EQ(queue_->count(), 1u) << "two refusals: still waiting";
+    EXPECT_EQ(persistence_->file.size(), 1u);
+    service->flush();
+    EXPECT_EQ(queue_->count(), 0u);
+    EXPECT_TRUE(persistence_->file.empty());
+    EXPECT_EQ(capture.count("[W/EventBatchService] Dropped 1 events the server refused 3 times: " +
+                            refusal.description),
+              1u);
+  }
+}
+
 TEST_F(BatchServiceTest, BacksOffFiveThenTenSecondsThenGivesUpUntilASuccess) {
   LogCapture capture(LogLevel::debug);
   platform_.random->setUnit(0.999999);
