@@ -158,6 +158,11 @@ TEST(HostAppLifecycle, DeliversOnTheMainThreadUntilUnsubscribed) {
   EXPECT_EQ(heard.size(), 1u) << "on the main thread: delivered before notify returns";
   std::thread([&] { lifecycle->notify(AppLifecycleEvent::didEnterBackground); }).join();
   EXPECT_EQ(heard.size(), 1u);
+  // A host that exits right after saying so runs no main loop again: termination is heard at once.
+  std::thread([&] { lifecycle->notify(AppLifecycleEvent::willTerminate); }).join();
+  ASSERT_EQ(heard.size(), 2u);
+  EXPECT_EQ(heard[1], std::make_pair(AppLifecycleEvent::willTerminate, false));
+  heard.pop_back();
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
   EXPECT_EQ(lifecycle->state(), AppState::background);
