@@ -7,6 +7,7 @@
 #include "backend/json_codec.h"
 #include "korvane/core/logger.h"
 #include "korvane/version.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {
@@ -68,10 +69,9 @@ std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& ev
   for (const Event& event : events) {
     requests.push_back(toTrackEventRequest(event, context));
     KorvaneLogger::d(kTag, [&] {
-      char millis[64];
-      std::snprintf(millis, sizeof millis, "%.0f", event.timestamp);
       return "Sending event: " + requests.back().name +
-             ", Timestamp: " + requests.back().timestamp + ", Original timestamp: " + millis +
+             ", Timestamp: " + requests.back().timestamp +
+             ", Original timestamp: " + swiftNumber(event.timestamp) +
              ", Raw: " + rawValue(event.type);
     });
   }
