@@ -307,16 +307,21 @@ TEST_F(BatchServiceTest, BackgroundPersistsTheQueueAndForegroundBringsItBack) {
   ASSERT_EQ(persistence_->file.size(), 7u);
   EXPECT_EQ(persistence_->file.front().eventId, "E0");
   EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "no timer in the background";
+  service->trackEvent(event());
+  service->updateBatchConfiguration(std::nullopt, 10.0);  // as the validation thread may
+  settle();
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "nor after an event or a setting";
+  platform_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
 
   platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
-  EXPECT_EQ(queue_->count(), 7u);
+  EXPECT_EQ(queue_->count(), 8u);
   EXPECT_TRUE(persistence_->file.empty()) << "the file is cleared after loading";
   settle();
   EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u) << "the timer runs again";
 
   platform_.lifecycle->send(AppLifecycleEvent::willTerminate);
-  EXPECT_EQ(persistence_->file.size(), 7u);
-  EXPECT_EQ(queue_->count(), 7u) << "termination writes the queue and leaves it";
+  EXPECT_EQ(persistence_->file.size(), 8u);
+  EXPECT_EQ(queue_->count(), 8u) << "termination writes the queue and leaves it";
 }
 
 // A file holding more than the queue has room for gives the queue what fits, oldest first, and
@@ -571,6 +576,7 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   LogCapture capture(LogLevel::none);
   KorvaneLogger::setTelemetrySink(telemetry_->loggerSink());
   const Error decoding{"NSCocoaErrorDomain", 4864, "bad data", "DecodingError"};
+  platform_.clock->advance(std::chrono::microseconds(250));
   KorvaneLogger::e("Api", "token=abc failed", decoding);  // becomes an event
   KorvaneLogger::e("Api", "timed out", urlError(-1001));  // network: no
   KorvaneLogger::w("Api", "warned", decoding);            // warning: no
@@ -584,6 +590,7 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   EXPECT_EQ(p["sdkVersion"], "1.0.52-rc.2");
   EXPECT_EQ(p["platform"], "iOS");
   EXPECT_EQ(events[0].category, "sdk_diagnostic");
+  EXPECT_EQ(events[0].timestamp, 1700000000000.25) << "with the fraction of a millisecond";
 
   telemetry_->setEnabled(false);
   KorvaneLogger::e("Api", "again", decoding);
