@@ -69,8 +69,8 @@ void ErrorTelemetry::reportError(std::string_view message, const Error* error,
   payload["sdkVersion"] = installed.sdkVersion;
   payload["platform"] = kPlatformName;
   service->trackEvent(Event::make(installed.random->makeUuid(), EventType::sdkError,
-                                  static_cast<double>(installed.clock->nowMillis()),
-                                  "sdk_diagnostic", std::move(payload)));
+                                  installed.clock->nowMillisWithFraction(), "sdk_diagnostic",
+                                  std::move(payload)));
 }
 
 void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
@@ -87,9 +87,9 @@ void ErrorTelemetry::recordCrash(const UncaughtException& exception) {
   payload["sdkVersion"] = installed.sdkVersion;
   payload["platform"] = kPlatformName;
   // The process is about to end: straight into the event file, to be sent at the next launch.
-  Status saved = service->persistence().saveEvent(Event::make(
-      installed.random->makeUuid(), EventType::sdkCrash,
-      static_cast<double>(installed.clock->nowMillis()), "sdk_diagnostic", std::move(payload)));
+  Status saved = service->persistence().saveEvent(
+      Event::make(installed.random->makeUuid(), EventType::sdkCrash,
+                  installed.clock->nowMillisWithFraction(), "sdk_diagnostic", std::move(payload)));
   if (!saved)
     KorvaneLogger::e("EventBatchService",
                      "Failed to persist crash event: " + saved.error().description);

@@ -16,6 +16,15 @@ namespace {
 constexpr std::string_view kTag = "EventBatchService";
 constexpr const char* kBackgroundTaskName = "KorvaneSDK event batch";
 
+// The server has seen the batch and will not take it as it is: sending it again cannot help.
+bool refusedForGood(const Error& error) {
+  if (error.domain == "EventBatchService" && error.code == -1) return true;  // "success": false
+  const bool carriesResponse =
+      std::any_of(error.userInfo.begin(), error.userInfo.end(),
+                  [](const auto& entry) { return entry.first == "response"; });
+  return carriesResponse && error.code >= 400 && error.code < 500 && error.code != 429;
+}
+
 bool isCritical(EventType type) {
   return type == EventType::loginSuccess || type == EventType::loginFailed ||
          type == EventType::sdkCrash;
@@ -455,6 +464,11 @@ void EventBatchService::finishSend(const std::vector<Event>& events, const Statu
     KorvaneLogger::d(kTag, "Batch sent successfully!");
     lastFlushMillis_ = deps_.clock->nowMillis();
     delivered_ += events.size();
+    {
+      std::lock_guard lock(stateLock_);
+      if (!refusals_.empty())
+        for (const Event& event : events) refusals_.erase(event.eventId);
+    }
     forgetPersisted(events);
   } else {
     KorvaneLogger::e(kTag, "Failed to send batch: " + outcome.error().description);
@@ -484,7 +498,34 @@ void EventBatchService::forgetPersisted(const std::vector<Event>& sent) {
   if (!written) KorvaneLogger::e(kTag, "Failed to persist events: " + written.error().description);
 }
 
-void EventBatchService::handleFailure(const std::vector<Event>& events, const Error& error) {
+// One event the backend cannot take would otherwise hold its batch in the queue and the file
+// until age or the queue's bound pushed it out, costing a send at every trigger.
+std::vector<Event> EventBatchService::withoutRepeatedRefusals(const std::vector<Event>& refused,
+                                                              const Error& error) {
+  std::vector<Event> kept;
+  std::vector<Event> dropped;
+  {
+    std::lock_guard lock(stateLock_);
+    for (const Event& event : refused) {
+      if (++refusals_[event.eventId] < kMaxRefusals) {
+        kept.push_back(event);
+      } else {
+        refusals_.erase(event.eventId);
+        dropped.push_back(event);
+      }
+    }
+  }
+  if (dropped.empty()) return kept;
+  KorvaneLogger::w(kTag, "Dropped " + std::to_string(dropped.size()) +
+                             " events the server refused " + std::to_string(kMaxRefusals) +
+                             " times: " + error.description);
+  forgetPersisted(dropped);
+  return kept;
+}
+
+void EventBatchService::handleFailure(const std::vector<Event>& failed, const Error& error) {
+  const std::vector<Event> events =
+      refusedForGood(error) ? withoutRepeatedRefusals(failed, error) : failed;
   for (const Event& event : events) deps_.queue->enqueue(event);
   KorvaneLogger::d(kTag, "Re-enqueued " + std::to_string(events.size()) + " events for retry");
   Status persisted = persistMerged(events);

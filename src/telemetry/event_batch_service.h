@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "korvane/backend/api_service.h"
 #include "korvane/platform/platform_services.h"
@@ -109,6 +110,9 @@ class EventBatchService : public EventBatchServiceProtocol,
   Tally tally() const;
 
   static constexpr int kMaxRetryCount = 3;
+  // A batch the server refuses for good (HTTP 4xx other than 429, or "success": false) is sent
+  // again like any failed batch, but its events are dropped at their third refusal.
+  static constexpr int kMaxRefusals = 3;
   static constexpr double kRetryBaseDelay = 5.0;
   static constexpr double kRetryMaxDelay = 60.0;
   static constexpr double kFlushJitterFraction = 0.2;
@@ -146,6 +150,7 @@ class EventBatchService : public EventBatchServiceProtocol,
   void finishSend(const std::vector<Event>& events, const Status& outcome,
                   const std::function<void(Status)>& done);
   void handleFailure(const std::vector<Event>& events, const Error& error);
+  std::vector<Event> withoutRepeatedRefusals(const std::vector<Event>& refused, const Error& error);
   void scheduleRetry(int attempt);
   void forgetPersisted(const std::vector<Event>& sent);
   Status persistMerged(const std::vector<Event>& events);
@@ -173,6 +178,7 @@ class EventBatchService : public EventBatchServiceProtocol,
   std::uint64_t timerGeneration_ = 0;    // tells the armed timer's tick from a stale one
   std::atomic<bool> timerArmed_{false};  // written under the lock, read without it by trackEvent
   TaskHandle retryTimer_;
+  std::unordered_map<std::string, int> refusals_;  // by event id, until sent or dropped
 
   Subscription lifecycleObservation_;
   Subscription networkObservation_;

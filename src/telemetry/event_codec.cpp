@@ -79,6 +79,24 @@ Result<std::vector<Event>> decodeEventFile(std::string_view text) {
   return json::decode<std::vector<Event>>(text);
 }
 
+Result<SalvagedEventFile> salvageEventFile(std::string_view text) {
+  Result<Json> parsed = json::parse(text);
+  if (!parsed) return parsed.error();
+  const Json& records = parsed.value();
+  if (!records.is_array()) return json::wrongType("", "an array");
+  SalvagedEventFile file;
+  file.events.reserve(records.size());
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    Event event;
+    Status status = read(records[i], event, "[" + std::to_string(i) + "]");
+    if (status)
+      file.events.push_back(std::move(event));
+    else if (file.damaged++ == 0)
+      file.firstDamage = status.error();
+  }
+  return file;
+}
+
 namespace {
 
 // Checks an event file as it streams past, with the same rules as decoding (the nesting limit

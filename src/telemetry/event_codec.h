@@ -22,6 +22,15 @@ std::string encodeEvent(const Event& event);
 // A whole event file: a JSON array of events, oldest first.
 std::string encodeEventFile(const std::vector<Event>& events);
 Result<std::vector<Event>> decodeEventFile(std::string_view text);
+
+// decodeEventFile record by record: one damaged record costs only itself. Fails only when the
+// text is not a JSON array.
+struct SalvagedEventFile {
+  std::vector<Event> events;  // those that decoded, in file order
+  std::size_t damaged = 0;
+  std::optional<Error> firstDamage;
+};
+Result<SalvagedEventFile> salvageEventFile(std::string_view text);
 // How many events a file holds when decodeEventFile would accept it, without decoding payloads.
 std::optional<std::size_t> validEventCount(std::string_view text);
 

@@ -1,11 +1,13 @@
 #include "telemetry/event_conversion.h"
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 
 #include "backend/json_codec.h"
 #include "korvane/util/logger.h"
 #include "korvane/version.h"
+#include "util/number_text.h"
 
 namespace korvane {
 namespace {
@@ -13,7 +15,12 @@ constexpr std::string_view kTag = "EventBatchService";
 }
 
 std::string formatLocalTimestamp(double millisSince1970) {
-  const auto seconds = static_cast<std::time_t>(std::floor(millisSince1970 / 1000.0));
+  // Timestamps come from the host or a file that may have been tampered with; the cast below is
+  // only defined within time_t's range, and the text only within years 1 to 9999 (in any zone).
+  constexpr double kFirstSecond = -62135510400.0;  // 0001-01-02T00:00:00Z
+  constexpr double kLastSecond = 253402214400.0;   // 9999-12-31T00:00:00Z
+  const double wanted = std::isnan(millisSince1970) ? 0.0 : std::floor(millisSince1970 / 1000.0);
+  const auto seconds = static_cast<std::time_t>(std::clamp(wanted, kFirstSecond, kLastSecond));
   std::tm local{};
   localtime_r(&seconds, &local);
   char buffer[32];
@@ -62,10 +69,9 @@ std::vector<TrackEventRequest> toTrackEventRequests(const std::vector<Event>& ev
   for (const Event& event : events) {
     requests.push_back(toTrackEventRequest(event, context));
     KorvaneLogger::d(kTag, [&] {
-      char millis[64];
-      std::snprintf(millis, sizeof millis, "%.0f", event.timestamp);
       return "Sending event: " + requests.back().name +
-             ", Timestamp: " + requests.back().timestamp + ", Original timestamp: " + millis +
+             ", Timestamp: " + requests.back().timestamp +
+             ", Original timestamp: " + swiftNumber(event.timestamp) +
              ", Raw: " + rawValue(event.type);
     });
   }

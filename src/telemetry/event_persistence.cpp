@@ -123,6 +123,17 @@ void EventPersistenceManager::noteDropped(std::size_t agedOut, std::size_t overS
                              std::to_string(maxFileSize_) + "-byte limit)");
 }
 
+// A record that no longer decodes (an unknown type after a downgrade, a hand-edited field)
+// costs only itself: its neighbours load, and the next write leaves it out.
+void EventPersistenceManager::noteDamagedRecords(std::size_t damaged,
+                                                 const std::optional<Error>& first) {
+  if (damaged == 0) return;
+  droppedCount_ += damaged;
+  KorvaneLogger::w(kTag, "Dropped " + std::to_string(damaged) +
+                             " damaged events from the event file: " +
+                             (first ? first->description : std::string()));
+}
+
 bool EventPersistenceManager::isYoung(double timestamp) const {
   // Strictly younger than the maximum age: an event exactly that old is dropped.
   return (static_cast<double>(clock_->nowMillis()) - timestamp) / 1000.0 < maxEventAgeSeconds_;
@@ -181,28 +192,26 @@ Status EventPersistenceManager::saveEvent(const Event& event) {
   std::optional<EventFileSummary> existing;
   if (text) {
     Result<EventFileSummary> summary = summarizeEventFile(*text);
-    if (summary) {
-      existing = summary.value();
-    } else {
-      noteReplacedDamage(summary.error());
-      text.reset();
-    }
+    if (summary) existing = summary.value();
   }
   const std::string added = encodeEvent(event);
   const std::size_t count = existing ? existing->events : 0;
   // No bound on the count: the size and age bounds already bound the file, and a file that grew
   // during an outage keeps what may exist nowhere else until loads drain it.
-  const bool withinLimits = (!existing || isYoung(existing->oldestTimestamp)) &&
+  const bool withinLimits = (!text || (existing && isYoung(existing->oldestTimestamp))) &&
                             isYoung(event.timestamp) &&
                             fitsSizeLimit((text ? text->size() : 2) + 1 + added.size());
   if (!withinLimits) {
     std::vector<Event> events;
     if (text) {
-      Result<std::vector<Event>> decoded = decodeEventFile(*text);
-      if (decoded)
-        events = std::move(decoded).value();
-      else
-        noteReplacedDamage(decoded.error());  // the check above and decoding disagree
+      // Also where the check refused the file: its records are read one by one.
+      Result<SalvagedEventFile> salvaged = salvageEventFile(*text);
+      if (salvaged) {
+        noteDamagedRecords(salvaged.value().damaged, salvaged.value().firstDamage);
+        events = std::move(salvaged.value().events);
+      } else {
+        noteReplacedDamage(salvaged.error());
+      }
     }
     events.push_back(event);
     return writeLocked(path.value(), events);
@@ -238,14 +247,16 @@ Result<EventPersistenceManager::Loaded> EventPersistenceManager::loadLocked() {
   loaded.exists = true;
   std::optional<std::string> text = readWhole(path.value());
   if (!text) return persistenceErrorDataCorrupted();
-  Result<std::vector<Event>> decoded = decodeEventFile(*text);
+  Result<SalvagedEventFile> decoded = salvageEventFile(*text);
   if (!decoded) {
     loaded.damage = decoded.error();
     return loaded;
   }
-  loaded.total = decoded.value().size();
+  loaded.total = decoded.value().events.size();
   loaded.bytes = text->size();
-  for (Event& event : decoded.value())
+  loaded.damaged = decoded.value().damaged;
+  loaded.firstDamage = std::move(decoded.value().firstDamage);
+  for (Event& event : decoded.value().events)
     if (isYoung(event.timestamp)) loaded.young.push_back(std::move(event));
   // Counted now: callers move the young events out before they write.
   loaded.agedOut = loaded.total - loaded.young.size();
@@ -289,7 +300,8 @@ Status EventPersistenceManager::mergeEvents(const std::vector<Event>& events) {
   for (const Event& event : events)
     if (ids.insert(event.eventId).second) kept.push_back(event);
   // A batch that fails again is already in the file: rewriting it would change nothing but wear.
-  if (kept.size() == before) return okStatus();
+  if (kept.size() == before && loaded.value().damaged == 0) return okStatus();
+  noteDamagedRecords(loaded.value().damaged, loaded.value().firstDamage);
   return writeLocked(loaded.value().path, kept, loaded.value().agedOut);
 }
 
@@ -304,7 +316,8 @@ Status EventPersistenceManager::forgetEvents(const std::vector<Event>& events) {
   std::vector<Event> remaining;
   for (Event& event : loaded.value().young)
     if (!ids.contains(event.eventId)) remaining.push_back(std::move(event));
-  if (remaining.size() == loaded.value().total) return okStatus();
+  if (remaining.size() == loaded.value().total && loaded.value().damaged == 0) return okStatus();
+  noteDamagedRecords(loaded.value().damaged, loaded.value().firstDamage);
   return writeLocked(loaded.value().path, remaining, loaded.value().agedOut);
 }
 
@@ -313,11 +326,17 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCo
   if (Status refused = lock.refusal(); !refused) return refused.error();
   Result<Loaded> loaded = loadLocked();
   if (!loaded) return loaded.error();
-  if (loaded.value().damage) return *loaded.value().damage;
+  if (loaded.value().damage) {
+    // Nothing in it can ever load: said once, here, rather than at every later load.
+    noteReplacedDamage(*loaded.value().damage);
+    if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+    return std::vector<Event>();
+  }
   if (!loaded.value().exists) return std::vector<Event>();
   std::vector<Event>& young = loaded.value().young;
   if (young.size() <= maxCount) {
     if (Status removed = removeLocked(loaded.value().path); !removed) return removed.error();
+    noteDamagedRecords(loaded.value().damaged, loaded.value().firstDamage);
     noteDropped(loaded.value().agedOut, 0);
     return std::move(young);
   }
@@ -326,6 +345,7 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCo
   const std::vector<Event> left(std::make_move_iterator(firstLeft),
                                 std::make_move_iterator(young.end()));
   young.erase(firstLeft, young.end());
+  noteDamagedRecords(loaded.value().damaged, loaded.value().firstDamage);
   if (Status kept = writeLocked(loaded.value().path, left, loaded.value().agedOut); !kept)
     return kept.error();
   KorvaneLogger::i(kTag, "Took " + std::to_string(maxCount) + " of " +
@@ -338,13 +358,15 @@ Result<std::vector<Event>> EventPersistenceManager::takeEvents(std::size_t maxCo
 void EventPersistenceManager::cleanupOldEvents() {
   FileLock lock(*this);
   Result<Loaded> loaded = lock.refusal() ? loadLocked() : Result<Loaded>(lock.refusal().error());
-  Status status = !loaded                 ? Status(loaded.error())
-                  : loaded.value().damage ? Status(*loaded.value().damage)
-                                          : okStatus();
-  const bool overLimits =
-      status && (loaded.value().agedOut > 0 || !fitsSizeLimit(loaded.value().bytes));
-  if (overLimits)
+  Status status = loaded ? okStatus() : Status(loaded.error());
+  // A damaged file is left to the load that follows, which says so once and starts it afresh.
+  if (status && loaded.value().damage) return;
+  const bool overLimits = status && (loaded.value().agedOut > 0 || loaded.value().damaged > 0 ||
+                                     !fitsSizeLimit(loaded.value().bytes));
+  if (overLimits) {
+    noteDamagedRecords(loaded.value().damaged, loaded.value().firstDamage);
     status = writeLocked(loaded.value().path, loaded.value().young, loaded.value().agedOut);
+  }
   if (!status)
     KorvaneLogger::e(kTag, "Failed to cleanup old events: " + status.error().description);
 }

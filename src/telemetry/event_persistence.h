@@ -24,14 +24,15 @@ Error persistenceErrorDataCorrupted();
 class EventPersistenceProtocol {
  public:
   virtual ~EventPersistenceProtocol() = default;
-  // Adds one event to the file at once (a damaged file is replaced).
+  // Adds one event to the file at once (a damaged file is replaced; damaged records leave it).
   virtual Status saveEvent(const Event& event) = 0;
   // Makes `events` the whole content of the file.
   virtual Status saveEvents(const std::vector<Event>& events) = 0;
   // The file's events younger than the maximum age; empty when there is no file.
   virtual Result<std::vector<Event>> loadEvents() = 0;
   virtual Status clearEvents() = 0;
-  // Rewrites the file without events past the maximum age; failures are only logged.
+  // Rewrites the file without events past the maximum age; failures are only logged, and a
+  // damaged file is left to takeEvents.
   virtual void cleanupOldEvents() = 0;
 
   // Each of these reads and rewrites the file as one step that no other operation of this
@@ -43,7 +44,7 @@ class EventPersistenceProtocol {
   virtual Status forgetEvents(const std::vector<Event>& events) = 0;
   // The file's oldest `maxCount` events younger than the maximum age, taken out of it: the rest
   // stay for a later call, and the file goes when nothing is left. A file that cannot be read is
-  // an error and stays.
+  // an error and stays; one that is not an event list goes, logged as damaged.
   virtual Result<std::vector<Event>> takeEvents(std::size_t maxCount) = 0;
 };
 
@@ -69,7 +70,8 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   Result<std::vector<Event>> takeEvents(std::size_t maxCount) override;
 
   std::int64_t maxFileSize() const { return maxFileSize_; }
-  // How many events the size and age limits have pushed out of the file so far.
+  // How many events the size and age limits, or damage to their records, have pushed out of the
+  // file so far.
   std::size_t droppedCount() const { return droppedCount_.load(); }
 
  private:
@@ -81,6 +83,8 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
     bool exists = false;
     std::optional<Error> damage;  // the file is there but is not an event list
     std::size_t bytes = 0;        // of its text
+    std::size_t damaged = 0;      // records that did not decode, not in `young` or `total`
+    std::optional<Error> firstDamage;
   };
   Result<std::string> fileLocation() const;
   Result<Loaded> loadLocked();
@@ -90,6 +94,7 @@ class EventPersistenceManager final : public EventPersistenceProtocol {
   bool fitsSizeLimit(std::size_t bytes) const;  // a negative maxFileSize means no limit
   static void noteReplacedDamage(const Error& damage);
   void noteDropped(std::size_t agedOut, std::size_t overSize);
+  void noteDamagedRecords(std::size_t damaged, const std::optional<Error>& first);
   Status writeTextLocked(const std::string& path, const std::string& text);
   Status removeLocked(const std::string& path);
 

@@ -8,6 +8,10 @@ namespace korvane {
 void EventQueueManager::enqueue(Event event) {
   std::optional<Event> dropped;  // freed after the lock is released
   std::lock_guard lock(queueLock_);
+  if (maxQueueSize_ == 0) {  // keeps nothing: the new event is the one dropped
+    ++dropped_;
+    return;
+  }
   if (queue_.size() >= maxQueueSize_) {  // drop-oldest, silently
     dropped = std::move(queue_.front());
     queue_.pop_front();

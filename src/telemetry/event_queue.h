@@ -45,9 +45,10 @@ class EventQueueManager final : public EventQueueProtocol {
   const std::size_t maxQueueSize_;
   mutable std::mutex queueLock_;
   std::deque<Event> queue_;
+  // The queue's size, written under the lock and read without it by count(): a consistent
+  // value without taking the lock on every tracked event.
   std::atomic<std::size_t> size_{0};
-  std::atomic<std::size_t> dropped_{
-      0};  // the queue's size, written under the lock, read without it
+  std::atomic<std::size_t> dropped_{0};
 };
 
 }  // namespace korvane

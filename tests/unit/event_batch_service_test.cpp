@@ -243,6 +243,31 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"Decoding", Error{"NSCocoaErrorDomain", 4864, "bad", "DecodingError"}, false}),
     [](const auto& param) { return std::string(param.param.name); });
 
+// A batch the server refuses for good is sent again with what follows, but its events leave the
+// queue and the file at their third refusal, with a warning, instead of cycling until they age.
+TEST_F(BatchServiceTest, EventsRefusedThreeTimesAreDropped) {
+  const Error refusals[] = {httpError(400), httpError(404),
+                            Error{"EventBatchService", -1, "Batch processing failed on server"}};
+  for (const Error& refusal : refusals) {
+    SCOPED_TRACE(refusal.description);
+    LogCapture capture;
+    auto service = makeService(1);
+    settle();
+    for (int i = 0; i < 3; ++i) api_->script(refusal);
+    service->trackEvent(event());
+    settle();
+    service->flush();
+    EXPECT_EQ(queue_->count(), 1u) << "two refusals: still waiting";
+    EXPECT_EQ(persistence_->file.size(), 1u);
+    service->flush();
+    EXPECT_EQ(queue_->count(), 0u);
+    EXPECT_TRUE(persistence_->file.empty());
+    EXPECT_EQ(capture.count("[W/EventBatchService] Dropped 1 events the server refused 3 times: " +
+                            refusal.description),
+              1u);
+  }
+}
+
 TEST_F(BatchServiceTest, BacksOffFiveThenTenSecondsThenGivesUpUntilASuccess) {
   LogCapture capture(LogLevel::debug);
   platform_.random->setUnit(0.999999);
@@ -282,16 +307,21 @@ TEST_F(BatchServiceTest, BackgroundPersistsTheQueueAndForegroundBringsItBack) {
   ASSERT_EQ(persistence_->file.size(), 7u);
   EXPECT_EQ(persistence_->file.front().eventId, "E0");
   EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "no timer in the background";
+  service->trackEvent(event());
+  service->updateBatchConfiguration(std::nullopt, 10.0);  // as the validation thread may
+  settle();
+  EXPECT_TRUE(platform_.mainThread->pendingDelays().empty()) << "nor after an event or a setting";
+  platform_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
 
   platform_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
-  EXPECT_EQ(queue_->count(), 7u);
+  EXPECT_EQ(queue_->count(), 8u);
   EXPECT_TRUE(persistence_->file.empty()) << "the file is cleared after loading";
   settle();
   EXPECT_EQ(platform_.mainThread->pendingDelays().size(), 1u) << "the timer runs again";
 
   platform_.lifecycle->send(AppLifecycleEvent::willTerminate);
-  EXPECT_EQ(persistence_->file.size(), 7u);
-  EXPECT_EQ(queue_->count(), 7u) << "termination writes the queue and leaves it";
+  EXPECT_EQ(persistence_->file.size(), 8u);
+  EXPECT_EQ(queue_->count(), 8u) << "termination writes the queue and leaves it";
 }
 
 // A file holding more than the queue has room for gives the queue what fits, oldest first, and
@@ -546,6 +576,7 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   LogCapture capture(LogLevel::none);
   KorvaneLogger::setTelemetrySink(telemetry_->loggerSink());
   const Error decoding{"NSCocoaErrorDomain", 4864, "bad data", "DecodingError"};
+  platform_.clock->advance(std::chrono::microseconds(250));
   KorvaneLogger::e("Api", "token=abc failed", decoding);  // becomes an event
   KorvaneLogger::e("Api", "timed out", urlError(-1001));  // network: no
   KorvaneLogger::w("Api", "warned", decoding);            // warning: no
@@ -559,6 +590,7 @@ TEST_F(ErrorTelemetryTest, OnlyErrorsWithANonNetworkErrorObjectBecomeEvents) {
   EXPECT_EQ(p["sdkVersion"], "1.0.52-rc.2");
   EXPECT_EQ(p["platform"], "iOS");
   EXPECT_EQ(events[0].category, "sdk_diagnostic");
+  EXPECT_EQ(events[0].timestamp, 1700000000000.25) << "with the fraction of a millisecond";
 
   telemetry_->setEnabled(false);
   KorvaneLogger::e("Api", "again", decoding);

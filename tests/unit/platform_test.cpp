@@ -16,6 +16,7 @@
 #include "korvane/linux/glib_main_thread.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
+#include "korvane/linux/linux_diagnostics.h"
 #include "korvane/linux/linux_reachability.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
@@ -157,6 +158,11 @@ TEST(HostAppLifecycle, DeliversOnTheMainThreadUntilUnsubscribed) {
   EXPECT_EQ(heard.size(), 1u) << "on the main thread: delivered before notify returns";
   std::thread([&] { lifecycle->notify(AppLifecycleEvent::didEnterBackground); }).join();
   EXPECT_EQ(heard.size(), 1u);
+  // A host that exits right after saying so runs no main loop again: termination is heard at once.
+  std::thread([&] { lifecycle->notify(AppLifecycleEvent::willTerminate); }).join();
+  ASSERT_EQ(heard.size(), 2u);
+  EXPECT_EQ(heard[1], std::make_pair(AppLifecycleEvent::willTerminate, false));
+  heard.pop_back();
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
   EXPECT_EQ(lifecycle->state(), AppState::background);
@@ -170,6 +176,23 @@ TEST(HostAppLifecycle, DeliversOnTheMainThreadUntilUnsubscribed) {
 
 // GIO's network monitor says when the network may have changed; the observer hears what
 // isConnected() says then, until its subscription ends.
+// The host's crash reporter runs after the SDK's handler even when that one throws (memory
+// running out in a failing process).
+TEST(LinuxDiagnosticsDeathTest, AThrowingSdkHandlerStillLeavesTheHostHandlerToRun) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        std::set_terminate([] {
+          std::fputs("host handler ran\n", stderr);
+          std::abort();
+        });
+        linux_host::LinuxProcessDiagnostics().installUncaughtExceptionHandler(
+            [](const UncaughtException&) { throw std::bad_alloc(); });
+        std::thread([] { throw std::runtime_error("uncaught"); }).join();
+      },
+      "host handler ran");
+}
+
 TEST(LinuxReachability, PassesTheMonitorsChangesOnUntilUnsubscribed) {
   linux_host::LinuxReachability reachability;
   std::vector<bool> heard;

@@ -186,13 +186,17 @@ TEST_F(FacadeTest, HostTextThatIsNotUtf8TravelsTheWholePipeline) {
   EXPECT_EQ(names, (std::vector<std::string>{"login_success", "n", "custom"}));
 }
 
-// Initialisation cleans the event file up before the service reads it.
+// Initialisation cleans the event file up before the service reads it; damage is said once.
 TEST_F(FacadeTest, InitialisationCleansTheEventFileUp) {
   std::filesystem::create_directories(documents_);
   std::ofstream(documents_ / "korvane_events.json") << "[{\"damaged\"";
   reach(Stage::validating);
-  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to cleanup old events: "));
-  EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to load persisted events: "));
+  fake_.lifecycle->send(AppLifecycleEvent::willEnterForeground);
+  EXPECT_EQ(log_.count("[E/EventBatchService] The event file was damaged and is started afresh: "),
+            1u);
+  EXPECT_FALSE(log_.mentions("Failed to cleanup old events: "));
+  EXPECT_FALSE(log_.mentions("Failed to load persisted events: "));
+  EXPECT_FALSE(std::filesystem::exists(documents_ / "korvane_events.json"));
 }
 
 // initialize reads and writes no file on the calling thread (the main thread at launch): the

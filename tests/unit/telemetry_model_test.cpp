@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <set>
 
 #include "backend/record_codec.h"
@@ -91,6 +93,13 @@ TEST(EventConversion, NamesParametersTimesAndTheAbsentUser) {
   std::strftime(expected, sizeof expected, "%Y-%m-%d %H:%M:%S", &local);
   EXPECT_EQ(formatLocalTimestamp(0), expected);
   EXPECT_EQ(formatLocalTimestamp(999.9), expected) << "milliseconds are cut, not rounded";
+  // Out-of-range times from a tampered file show as the nearest year the text can hold.
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::pair<double, int> extremes[] = {
+      {1e300, 9999}, {kInfinity, 9999}, {-1e300, 1}, {-kInfinity, 1}, {9.3e18, 9999}};
+  for (const auto& [millis, year] : extremes)
+    EXPECT_EQ(std::stoi(formatLocalTimestamp(millis)), year) << millis;
+  EXPECT_EQ(formatLocalTimestamp(std::nan("")), expected);
   EXPECT_EQ(formatIso8601(std::chrono::system_clock::time_point(std::chrono::seconds(1772356500))),
             "2026-03-01T09:15:00Z");
 }
@@ -157,6 +166,10 @@ TEST(EventQueue, DropsTheOldestBeyondFiveHundredAndDequeuesInOrder) {
   for (int i = 0; i < 7; ++i) small.enqueue(eventAt(i));
   EXPECT_EQ(small.dequeue(20).size(), 7u);
   EXPECT_EQ(small.count(), 0u);
+  EventQueueManager none(0);
+  none.enqueue(eventAt(1));
+  EXPECT_EQ(none.count(), 0u);
+  EXPECT_EQ(none.droppedCount(), 1u) << "a queue of no room keeps nothing";
 }
 
 // Events read back from the file are older than anything queued since: they go ahead of it, the
@@ -484,8 +497,7 @@ TEST_F(EventFileTest, AByteOrderMarkedFileKeepsItsEventsThroughASave) {
 }
 
 // A payload is read alike by the check that runs before each save and by decoding, whatever
-// stands before its object; a save never throws, and a refused file is reported with the
-// check's own reason.
+// stands before its object; a save never throws, and a refused record is dropped alone.
 TEST_F(EventFileTest, ThePayloadCheckAndDecodingAgree) {
   const struct {
     std::string payload;
@@ -512,8 +524,7 @@ TEST_F(EventFileTest, ThePayloadCheckAndDecodingAgree) {
     ASSERT_NO_THROW(saved = store.saveEvent(eventAt(now(), "new")));
     EXPECT_TRUE(saved.ok());
     EXPECT_EQ(store.loadEvents().value().size(), c.valid ? 2u : 1u);
-    EXPECT_EQ(capture.count("The event file was damaged and is started afresh: "),
-              c.valid ? 0u : 1u);
+    EXPECT_EQ(capture.count("Dropped 1 damaged events from the event file: "), c.valid ? 0u : 1u);
   }
 }
 
@@ -544,6 +555,50 @@ TEST_F(EventFileTest, AFailedWriteLeavesTheOldFileWhole) {
   EXPECT_EQ(left.value()[0].eventId, "kept");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 1)
       << "no temporary file is left behind";
+}
+
+// One record that no longer decodes costs only itself: every operation keeps its neighbours,
+// and the first that writes leaves it out, counted and logged once.
+TEST_F(EventFileTest, ADamagedRecordCostsOnlyItself) {
+  using Operation = std::function<void(EventPersistenceManager&)>;
+  const Operation operations[] = {
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.saveEvent(eventAt(1.7e12, "new")).ok()); },
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.mergeEvents({eventAt(1.7e12, "a")}).ok()); },
+      [](EventPersistenceManager& s) { ASSERT_TRUE(s.forgetEvents({}).ok()); },
+      [](EventPersistenceManager& s) { s.cleanupOldEvents(); },
+      [](EventPersistenceManager& s) { ASSERT_EQ(s.takeEvents(1).value().size(), 1u); },
+  };
+  const char* damagedRecords[] = {
+      R"({"eventId":"x","type":"from_a_newer_version","timestamp":1.7e12,"category":"c"})",
+      R"({"eventId":"x","type":"custom","timestamp":null,"category":"c"})",
+      R"({"eventId":"x","type":"custom","timestamp":1.7e12,"category":"c","payload":"WzFd"})",
+      R"("not an event")",
+  };
+  for (const char* damaged : damagedRecords) {
+    for (std::size_t op = 0; op < std::size(operations); ++op) {
+      SCOPED_TRACE(std::string(damaged) + ", operation " + std::to_string(op));
+      fs::create_directories(dir_);
+      std::ofstream(file(), std::ios::binary)
+          << "[" << encodeEvent(eventAt(now(), "a")) << "," << damaged << ","
+          << encodeEvent(eventAt(now(), "b")) << "]";
+      auto store = manager();
+      ASSERT_EQ(store.loadEvents().value().size(), 2u);
+      testing::LogCapture capture;
+      operations[op](store);
+      std::set<std::string> left;
+      const Result<std::vector<Event>> loaded = store.loadEvents();
+      for (const Event& e : loaded.value()) left.insert(e.eventId);
+      EXPECT_FALSE(left.contains("x"));
+      EXPECT_TRUE(left.contains("b")) << "the record after the damaged one is kept";
+      EXPECT_EQ(store.droppedCount(), 1u);
+      EXPECT_EQ(capture.count("Dropped 1 damaged events from the event file: "), 1u);
+      EXPECT_EQ(capture.count("started afresh"), 0u);
+      std::ifstream in(file());
+      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}).find("\"x\""),
+                std::string::npos)
+          << "the damaged record left the file";
+    }
+  }
 }
 
 TEST_F(EventFileTest, MissingDamagedAndClearedFiles) {

@@ -14,6 +14,10 @@ class Clock {
   std::int64_t nowMillis() const {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now().time_since_epoch()).count();
   }
+  // With the fraction of a millisecond, as event timestamps carry it.
+  double nowMillisWithFraction() const {
+    return std::chrono::duration<double, std::milli>(now().time_since_epoch()).count();
+  }
 };
 
 }  // namespace korvane

@@ -21,7 +21,9 @@ Subscription HostAppLifecycle::subscribe(std::function<void(AppLifecycleEvent)> 
 }
 
 void HostAppLifecycle::notify(AppLifecycleEvent event) {
-  if (mainThread_->isCurrent()) return deliver(event);
+  // Termination at once on any thread: a host that exits right after saying so would never run
+  // the posted delivery, and its observer (writing unsent events to the file) is thread-safe.
+  if (mainThread_->isCurrent() || event == AppLifecycleEvent::willTerminate) return deliver(event);
   mainThread_->post([weak = weak_from_this(), event] {
     if (auto self = weak.lock()) self->deliver(event);
   });

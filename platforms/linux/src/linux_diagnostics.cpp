@@ -47,7 +47,12 @@ std::vector<std::string> currentStack() {
       if (const std::type_info* type = abi::__cxa_current_exception_type())
         description.name = demangle(type->name());
     }
-    if (sdkHandler()) sdkHandler()(description);
+    // Whatever happens in the SDK's report (memory runs out in a failing process), the host's
+    // own handler still runs.
+    try {
+      if (sdkHandler()) sdkHandler()(description);
+    } catch (...) {
+    }
   }
   if (previousHandler) previousHandler();
   std::abort();

@@ -11,7 +11,8 @@
 namespace korvane::linux_host {
 
 // A desktop process has no system-defined app lifecycle: the host reports its own (window
-// shown or hidden, quitting) and observers hear it on the main thread. The state starts active.
+// shown or hidden, quitting) and observers hear it on the main thread, except termination, heard
+// at once on the thread that reports it. The state starts active.
 class HostAppLifecycle final : public AppLifecycle,
                                public std::enable_shared_from_this<HostAppLifecycle> {
  public:
@@ -19,8 +20,8 @@ class HostAppLifecycle final : public AppLifecycle,
 
   AppState state() const override { return state_.load(); }
   [[nodiscard]] Subscription subscribe(std::function<void(AppLifecycleEvent)> observer) override;
-  // Delivers at once when called on the main thread (so "terminate" completes before the
-  // process exits), otherwise posts to it.
+  // Delivers at once when called on the main thread or for termination (so the queue is written
+  // before the process exits), otherwise posts to the main thread.
   void notify(AppLifecycleEvent event);
 
  private:
