@@ -4,6 +4,7 @@
 #include "demo_session.h"
 #include "korvane/linux/linux_platform.h"
 #include "page_driver.h"
+#include "sdk/sdk_environment.h"
 
 namespace korvane::demo {
 namespace {
@@ -213,7 +214,8 @@ void DemoSession::reportTelemetry() {
     eventsReported_ = events.size();
     return;
   }
-  std::shared_ptr<EventBatchService> service = KorvaneSdk::shared().eventBatchService();
+  std::shared_ptr<EventBatchService> service =
+      KorvaneSdkTestAccess::eventBatchService(KorvaneSdk::shared());
   if (!service) return;
   const std::size_t delivered = service->tally().delivered;
   if (delivered > eventsReported_)
@@ -222,7 +224,8 @@ void DemoSession::reportTelemetry() {
 }
 
 bool DemoSession::drainTelemetry(std::chrono::milliseconds timeout) {
-  std::shared_ptr<EventBatchService> service = KorvaneSdk::shared().eventBatchService();
+  std::shared_ptr<EventBatchService> service =
+      KorvaneSdkTestAccess::eventBatchService(KorvaneSdk::shared());
   if (!service) return false;
   const auto settled = [&] {
     const EventBatchService::Tally tally = service->tally();
@@ -238,7 +241,8 @@ bool DemoSession::drainTelemetry(std::chrono::milliseconds timeout) {
 }
 
 bool DemoSession::summary() {
-  std::shared_ptr<EventBatchService> service = KorvaneSdk::shared().eventBatchService();
+  std::shared_ptr<EventBatchService> service =
+      KorvaneSdkTestAccess::eventBatchService(KorvaneSdk::shared());
   const EventBatchService::Tally tally = service ? service->tally() : EventBatchService::Tally{};
   const std::size_t lost = tally.accepted > tally.delivered ? tally.accepted - tally.delivered : 0;
   const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started_);

@@ -146,8 +146,8 @@ void KorvaneSdk::setTelemetryEnabled(bool enabled) {
 std::optional<AppData> KorvaneSdk::validatedAppData() const {
   return session()->validatedAppData();
 }
-std::shared_ptr<EventBatchService> KorvaneSdk::eventBatchService() const {
-  return session()->eventBatchService();
+std::shared_ptr<EventBatchService> KorvaneSdkTestAccess::eventBatchService(const KorvaneSdk& sdk) {
+  return sdk.session()->eventBatchService();
 }
 
 void KorvaneSdk::getBannerInfo(const std::string& placementId,

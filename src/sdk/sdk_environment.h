@@ -32,6 +32,7 @@ SdkEnvironment defaultSdkEnvironment(PlatformServices platform);
 
 class KorvaneSdk;
 class SdkSession;
+class EventBatchService;
 
 // The facade's entry points that make host-facing objects (a placement, an offerwall the host
 // creates) take the process-wide facade's context here, once, when they make one.
@@ -40,11 +41,14 @@ class FacadeAccess {
   static Context context();
 };
 
-// Lets tests start again from a clean facade; not part of the public API.
+// Lets tests and the demo start again from a clean facade and look at its telemetry; not part of
+// the public API.
 class KorvaneSdkTestAccess {
  public:
   // Replaces the facade's whole state. Only while no SDK call runs.
   static void reset(KorvaneSdk& sdk, SdkEnvironment environment);
+  // The current session's event pipeline; null before the first start.
+  static std::shared_ptr<EventBatchService> eventBatchService(const KorvaneSdk& sdk);
 };
 
 }  // namespace korvane

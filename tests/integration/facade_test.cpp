@@ -271,7 +271,7 @@ TEST_F(FacadeSession, ServerBatchSettingsChangeWhenEventsLeave) {
   server_.addApp(app);
   sdk_.initialize(config(app.appKey, app.appSecret));
   ASSERT_TRUE(eventually([&] { return sdk_.isInitialized(); }));
-  EXPECT_EQ(sdk_.eventBatchService()->batchSize(), 5u);
+  EXPECT_EQ(KorvaneSdkTestAccess::eventBatchService(sdk_)->batchSize(), 5u);
 
   for (int i = 0; i < 5; ++i) sdk_.trackEventWithCustomName("tap", "ui", JsonValue{{"i", i}});
   ASSERT_TRUE(server_.waitForEvents(5, 1500ms)) << "a full batch goes without waiting";

@@ -271,7 +271,7 @@ TEST(Concurrency, FacadeCallsWhileValidationCompletes) {
   for (std::thread& thread : threads) thread.join();
 
   EXPECT_TRUE(sdk.isInitialized());
-  EXPECT_EQ(sdk.eventBatchService()->batchSize(), 7u);
+  EXPECT_EQ(KorvaneSdkTestAccess::eventBatchService(sdk)->batchSize(), 7u);
   // Every login call is answered exactly once, on the main thread, eventually.
   const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (listener->successes + listener->failures < loginCalls &&

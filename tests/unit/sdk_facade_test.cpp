@@ -152,8 +152,9 @@ TEST_F(FacadeTest, ATenMinuteOutageBreedsNoSdkErrorEvents) {
   ASSERT_TRUE(settles());
 
   EXPECT_TRUE(log_.mentions("[E/EventBatchService] Failed to send batch: HTTP 503 error"));
-  EXPECT_EQ(sdk_.eventBatchService()->tally().accepted, 1000u) << "no event but the host's";
-  EXPECT_GT(sdk_.eventBatchService()->tally().delivered, 0u);
+  EXPECT_EQ(KorvaneSdkTestAccess::eventBatchService(sdk_)->tally().accepted, 1000u)
+      << "no event but the host's";
+  EXPECT_GT(KorvaneSdkTestAccess::eventBatchService(sdk_)->tally().delivered, 0u);
 }
 
 // Host text that is not UTF-8 (a user id, a category, payload keys and values, an event name)
@@ -228,7 +229,8 @@ TEST_F(FacadeTest, InitializeLeavesTheEventFileToTheSerialQueue) {
   const std::vector<std::thread::id> threads = documents->threads();
   EXPECT_GE(threads.size(), 2u) << "the cleanup and the load";
   for (const std::thread::id& thread : threads) EXPECT_EQ(thread, serialThread);
-  EXPECT_EQ(sdk_.eventBatchService()->tally().queued, 250u) << "up to half the queue";
+  EXPECT_EQ(KorvaneSdkTestAccess::eventBatchService(sdk_)->tally().queued, 250u)
+      << "up to half the queue";
 }
 
 // Each public call in each state of the facade: what it logs or answers.
@@ -322,7 +324,7 @@ TEST_F(FacadeTest, ChecksInitialisationBeforeTheUserIdAndTheKeyBeforeTheSecret) 
                              "[E/KorvaneSdk] App Key cannot be empty. Initialization failed.",
                              "[E/KorvaneSdk] App Secret cannot be empty. Initialization failed."}));
   EXPECT_FALSE(sdk_.getConfig());
-  EXPECT_FALSE(sdk_.eventBatchService());
+  EXPECT_FALSE(KorvaneSdkTestAccess::eventBatchService(sdk_));
 
   reach(Stage::initialized);
   listener_->heard.clear();
@@ -369,8 +371,8 @@ TEST_F(FacadeTest, ValidationOutcomes) {
     api_->answerValidation(c.answer);
     settle();
     EXPECT_EQ(sdk_.isInitialized(), c.initialized);
-    EXPECT_EQ(sdk_.eventBatchService()->batchSize(), c.batchSize);
-    EXPECT_DOUBLE_EQ(sdk_.eventBatchService()->flushInterval(), c.interval);
+    EXPECT_EQ(KorvaneSdkTestAccess::eventBatchService(sdk_)->batchSize(), c.batchSize);
+    EXPECT_DOUBLE_EQ(KorvaneSdkTestAccess::eventBatchService(sdk_)->flushInterval(), c.interval);
     EXPECT_TRUE(log_.contains(c.line));
     if (c.initialized) {
       EXPECT_EQ(sdk_.validatedAppData(), c.answer.value().app);

@@ -99,7 +99,9 @@ const Service kServices[] = {
        return FacadeAccess::context()->placements()->quizCompleted(JsonValue::object());
      }},
     {"error telemetry sends through the first session's batch",
-     [](SessionServicesTest& t) { t.firstService = t.sdk_.eventBatchService(); },
+     [](SessionServicesTest& t) {
+       t.firstService = KorvaneSdkTestAccess::eventBatchService(t.sdk_);
+     },
      [](SessionServicesTest& t) {
        const std::size_t before = t.firstService->tally().accepted;
        KorvaneSdk::reportSdkError("host failure", nullptr, "host");
@@ -156,7 +158,7 @@ TEST_F(SignedInSdk, ANewSessionStartsWithEmptyOfferwallSlots) {
 TEST_F(SignedInSdk, TheTelemetrySwitchHoldsForEverySessionTheFacadeMakes) {
   KorvaneSdk::setTelemetryEnabled(false);
   SetUp();  // a new session
-  const std::shared_ptr<EventBatchService> service = sdk_.eventBatchService();
+  const std::shared_ptr<EventBatchService> service = KorvaneSdkTestAccess::eventBatchService(sdk_);
   const std::size_t before = service->tally().accepted;
   KorvaneSdk::reportSdkError("while off", nullptr, "host");
   const std::size_t whileOff = service->tally().accepted;

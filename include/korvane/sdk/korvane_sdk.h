@@ -27,7 +27,6 @@ namespace offerwall {
 class WarmOfferwall;
 }
 
-class EventBatchService;
 class KorvaneOfferwallViewController;
 class PresentationAnchor;
 class SdkSession;
@@ -169,7 +168,6 @@ class KorvaneSdk {
 
   // What validation returned (absent before, or when the backend sent no app record).
   std::optional<AppData> validatedAppData() const;
-  std::shared_ptr<EventBatchService> eventBatchService() const;
 
   KorvaneSdk(const KorvaneSdk&) = delete;
   KorvaneSdk& operator=(const KorvaneSdk&) = delete;
