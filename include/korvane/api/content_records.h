@@ -1,4 +1,5 @@
 #pragma once
 
-// This header moved to "korvane/backend/content_records.h"; this path forwards to it for one release.
+// This header moved to "korvane/backend/content_records.h"; this path forwards to it for one
+// release.
 #include "korvane/backend/content_records.h"

@@ -1,4 +1,5 @@
 #pragma once
 
-// This header moved to "korvane/util/json_object_builder.h"; this path forwards to it for one release.
+// This header moved to "korvane/util/json_object_builder.h"; this path forwards to it for one
+// release.
 #include "korvane/util/json_object_builder.h"
