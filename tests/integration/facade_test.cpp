@@ -7,6 +7,7 @@
 #include <future>
 
 #include "dev_server.h"
+#include "facade_environments.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_device.h"
 #include "korvane/linux/linux_platform.h"
@@ -55,22 +56,15 @@ class FacadeSession : public ::testing::Test {
     data_ = fs::temp_directory_path() /
             ("korvane-facade-it-" + std::to_string(::getpid()) + "-" + std::to_string(++sessions_));
     fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = loop_.mainThread();
+    SdkEnvironment environment = testing::linuxEnvironment(data_, loop_.mainThread(), "SESSION-IT");
     lifecycle_ = std::make_shared<linux_host::HostAppLifecycle>(loop_.mainThread());
     environment.platform.lifecycle = lifecycle_;
     environment.platform.tracking = std::make_shared<linux_host::LinuxTrackingAuthorization>(
         tracking_status::kAuthorized, kIdfa);
-    environment.network = std::make_shared<NetworkManager>("SESSION-IT");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
     KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
   }
   void TearDown() override {
-    SdkEnvironment idle;
-    idle.platform = linux_host::makePlatformServices(data_);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    testing::idleFacade(sdk_, linux_host::makePlatformServices(data_));
     std::error_code ignored;
     for (int i = 1; i <= sessions_; ++i)
       fs::remove_all(data_.parent_path() / ("korvane-facade-it-" + std::to_string(::getpid()) +

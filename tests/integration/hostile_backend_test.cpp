@@ -8,6 +8,7 @@
 #include <future>
 
 #include "dev_server.h"
+#include "facade_environments.h"
 #include "korvane/backend/api_service.h"
 #include "korvane/linux/curl_http_client.h"
 #include "korvane/linux/linux_device.h"
@@ -250,19 +251,13 @@ class HostileBackendSdk : public ::testing::TestWithParam<HostileCase> {
   void SetUp() override {
     ASSERT_NE(server_.start(), 0);
     fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = loop_.mainThread();
+    SdkEnvironment environment =
+        testing::linuxEnvironment(data_, loop_.mainThread(), "SESSION-HOSTILE");
     environment.platform.lifecycle = nullptr;
-    environment.network = std::make_shared<NetworkManager>("SESSION-HOSTILE");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
     KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
   }
   void TearDown() override {
-    SdkEnvironment idle;
-    idle.platform = linux_host::makePlatformServices(data_);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    testing::idleFacade(sdk_, linux_host::makePlatformServices(data_));
     std::error_code ignored;
     fs::remove_all(data_, ignored);
   }

@@ -7,6 +7,7 @@
 #include <future>
 
 #include "dev_server.h"
+#include "facade_environments.h"
 #include "korvane/linux/host_lifecycle.h"
 #include "korvane/linux/linux_platform.h"
 #include "korvane/placements/korvane_mission.h"
@@ -62,21 +63,15 @@ class OffSwitch : public ::testing::TestWithParam<Switch> {
     server_.addApp(app);
     data_ = fs::temp_directory_path() / ("korvane-off-switch-it-" + std::to_string(::getpid()));
     fs::remove_all(data_);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = loop_.mainThread();
+    SdkEnvironment environment =
+        testing::linuxEnvironment(data_, loop_.mainThread(), "OFF-SWITCH-IT");
     lifecycle_ = std::make_shared<linux_host::HostAppLifecycle>(loop_.mainThread());
     environment.platform.lifecycle = lifecycle_;
     environment.platform.screens = nullptr;
-    environment.network = std::make_shared<NetworkManager>("OFF-SWITCH-IT");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
     KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
   }
   void TearDown() override {
-    SdkEnvironment idle;
-    idle.platform = linux_host::makePlatformServices(data_);
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    testing::idleFacade(sdk_, linux_host::makePlatformServices(data_));
     std::error_code ignored;
     fs::remove_all(data_, ignored);
   }

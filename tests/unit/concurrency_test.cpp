@@ -5,6 +5,7 @@
 #include <set>
 #include <thread>
 
+#include "facade_environments.h"
 #include "fake_platform.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/linux/system_clock.h"
@@ -279,9 +280,7 @@ TEST(Concurrency, FacadeCallsWhileValidationCompletes) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   EXPECT_EQ(listener->successes + listener->failures, loginCalls.load());
 
-  SdkEnvironment idle;
-  idle.platform = testing::FakePlatform().services();
-  KorvaneSdkTestAccess::reset(sdk, std::move(idle));
+  testing::idleFacade(sdk);
   KorvaneLogger::setLineWriter(nullptr);
   std::filesystem::remove_all(dir);
 }

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "facade_environments.h"
 #include "fake_platform.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/sdk/korvane_sdk.h"
@@ -51,22 +52,13 @@ class ReadinessTest : public ::testing::Test {
   void SetUp() override {
     std::filesystem::remove_all(documents_);
     fake_.random->setUnit(0.999);  // backoff at its ceiling
-    SdkEnvironment environment;
-    environment.platform = fake_.services();
-    environment.platform.documents =
-        std::make_shared<linux_host::FixedDocumentsDirectory>(documents_);
-    environment.network = std::make_shared<NetworkManager>("SESSION-1");
-    environment.network->initialize(api_);
-    environment.tasks = tasks_;
-    environment.serial = serial_;
-    KorvaneSdkTestAccess::reset(sdk_, std::move(environment));
+    KorvaneSdkTestAccess::reset(sdk_,
+                                testing::fakeEnvironment(fake_, documents_, api_, tasks_, serial_));
   }
   void TearDown() override {
     statusHeard_.reset();
     availabilityHeard_.reset();
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    testing::idleFacade(sdk_);
     std::filesystem::remove_all(documents_);
   }
   void settle() {

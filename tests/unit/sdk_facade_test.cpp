@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "backend/record_codec.h"
+#include "facade_environments.h"
 #include "fake_platform.h"
 #include "korvane/linux/linux_storage.h"
 #include "korvane/sdk/korvane_sdk.h"
@@ -64,20 +65,10 @@ class FacadeTest : public ::testing::Test {
   }
   // The fakes, the event file in `documents_` and the scripted backend.
   SdkEnvironment environment() {
-    SdkEnvironment environment;
-    environment.platform = fake_.services();
-    environment.platform.documents =
-        std::make_shared<linux_host::FixedDocumentsDirectory>(documents_);
-    environment.network = std::make_shared<NetworkManager>("SESSION-1");
-    environment.network->initialize(api_);
-    environment.tasks = tasks_;
-    environment.serial = serial_;
-    return environment;
+    return testing::fakeEnvironment(fake_, documents_, api_, tasks_, serial_);
   }
   void TearDown() override {
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(sdk_, std::move(idle));
+    testing::idleFacade(sdk_);
     std::filesystem::remove_all(documents_);
   }
 
