@@ -4,6 +4,7 @@
 
 #include <gtk/gtk.h>
 #include "empty_call_baseline.h"
+#include "facade_environments.h"
 
 #include <malloc.h>
 #include <unistd.h>
@@ -49,13 +50,9 @@ void BM_WebKitOpenToLoadFinished(benchmark::State& state) {
                  "<h1>Offers</h1><ul><li>Install and open: 500 P</li><li>Survey: 120 P</li></ul>"
                  "</body></html>");
   const auto data = std::filesystem::temp_directory_path() / "korvane-webkit-bench";
-  SdkEnvironment environment;
-  environment.platform = linux_host::makePlatformServices(data);
-  environment.platform.mainThread = std::make_shared<linux_host::GlibMainThread>();
+  SdkEnvironment environment =
+      testing::linuxEnvironment(data, std::make_shared<linux_host::GlibMainThread>(), "BENCH");
   environment.platform.lifecycle = nullptr;
-  environment.network = std::make_shared<NetworkManager>("BENCH");
-  environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-  environment.serial = std::make_shared<ThreadPoolExecutor>(1);
   KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
 
   std::atomic<bool> loaded{false};
@@ -82,9 +79,7 @@ void BM_WebKitOpenToLoadFinished(benchmark::State& state) {
     state.ResumeTiming();
   }
   KorvaneLogger::setLineWriter(nullptr);
-  SdkEnvironment idle;
-  idle.platform = testing::FakePlatform().services();
-  KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(idle));
+  testing::idleFacade(KorvaneSdk::shared());
   std::filesystem::remove_all(data);
 }
 BENCHMARK(BM_WebKitOpenToLoadFinished)
@@ -102,13 +97,9 @@ class OfferwallBench {
   explicit OfferwallBench(std::chrono::milliseconds latency) {
     server_.start();
     if (latency.count() > 0) server_.setDelay("/offerwall/", latency);
-    SdkEnvironment environment;
-    environment.platform = linux_host::makePlatformServices(data_);
-    environment.platform.mainThread = std::make_shared<linux_host::GlibMainThread>();
+    SdkEnvironment environment =
+        testing::linuxEnvironment(data_, std::make_shared<linux_host::GlibMainThread>(), "BENCH");
     environment.platform.lifecycle = nullptr;
-    environment.network = std::make_shared<NetworkManager>("BENCH");
-    environment.tasks = std::make_shared<ThreadPoolExecutor>(2);
-    environment.serial = std::make_shared<ThreadPoolExecutor>(1);
     KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(environment));
     KorvaneLogger::setLogLevel(LogLevel::debug);
     KorvaneLogger::setLineWriter([this](std::string_view line) {
@@ -125,9 +116,7 @@ class OfferwallBench {
   }
   ~OfferwallBench() {
     KorvaneLogger::setLineWriter(nullptr);
-    SdkEnvironment idle;
-    idle.platform = testing::FakePlatform().services();
-    KorvaneSdkTestAccess::reset(KorvaneSdk::shared(), std::move(idle));
+    testing::idleFacade(KorvaneSdk::shared());
     std::filesystem::remove_all(data_);
   }
 
