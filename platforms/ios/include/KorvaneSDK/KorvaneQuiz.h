@@ -13,8 +13,9 @@ NS_SWIFT_NAME(KorvaneQuizEventsListener) NS_SWIFT_UI_ACTOR
 - (void)onImpressedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onImpressed(_:));
 /// The user clicked `quizEvent`.
 - (void)onClickedQuiz:(KorvaneQuizEvent*)quizEvent NS_SWIFT_NAME(onClicked(_:));
-/// The quiz page reported completion. The amount is the page's "rewardAmount", else the quiz's
-/// point when it is a whole number, else 0.
+/// The quiz page reported completion, once per opening. The amount is the page's "rewardAmount"
+/// when it is a whole number from 0 to 2147483647, else the quiz's point when that is a whole
+/// number, else 0.
 - (void)onQuizCompleted:(KorvaneQuizEvent*)quizEvent
            rewardAmount:(NSInteger)rewardAmount NS_SWIFT_NAME(onQuizCompleted(_:rewardAmount:));
 @end
