@@ -1,6 +1,8 @@
 #include "korvane/platform/http_client.h"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 
 namespace korvane {
 
@@ -30,6 +32,36 @@ Error toError(const TransportError& error) {
 std::string responseTooLargeMessage() {
   return "The response body is larger than " + std::to_string(kMaxResponseBodyBytes) +
          " bytes; the rest was not read";
+}
+
+namespace {
+
+bool sameWithoutCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::optional<int> portOf(const RequestOrigin& origin) {
+  if (origin.port) return origin.port;
+  if (sameWithoutCase(origin.scheme, "http")) return 80;
+  if (sameWithoutCase(origin.scheme, "https")) return 443;
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool followsRedirect(const RequestOrigin& from, const RequestOrigin& to) {
+  if (from.scheme.empty() || from.host.empty() || to.scheme.empty() || to.host.empty())
+    return false;
+  return sameWithoutCase(from.scheme, to.scheme) && sameWithoutCase(from.host, to.host) &&
+         portOf(from) == portOf(to);
+}
+
+std::string redirectRefusedMessage() {
+  return "Redirect to another origin not followed";
 }
 
 }  // namespace korvane

@@ -235,6 +235,34 @@ TEST(TransportError, KindsMapToUrlLoadingCodes) {
   }
 }
 
+// Origins as the platforms' parsers hand them over: NSURL gives no port for an address that
+// names none, libcurl gives the scheme's default.
+TEST(Redirects, AreFollowedOnlyWithinTheRequestsOrigin) {
+  const RequestOrigin from{"https", "api.example.com", std::nullopt};
+  const struct {
+    RequestOrigin to;
+    bool followed;
+  } cases[] = {
+      {{"https", "api.example.com", std::nullopt}, true},
+      {{"HTTPS", "API.Example.com", 443}, true},
+      {{"https", "api.example.com", 8443}, false},
+      {{"http", "api.example.com", std::nullopt}, false},
+      {{"http", "api.example.com", 443}, false},
+      {{"https", "example.com", std::nullopt}, false},
+      {{"https", "api.example.com.evil.test", std::nullopt}, false},
+      {{"", "", std::nullopt}, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.to.scheme + "://" + c.to.host + ":" + std::to_string(c.to.port.value_or(-1)));
+    EXPECT_EQ(followsRedirect(from, c.to), c.followed);
+  }
+  // An address the platform could not read is never followed from, even to itself; a scheme
+  // without a default port matches only the same port.
+  EXPECT_FALSE(followsRedirect({"", "", std::nullopt}, {"", "", std::nullopt}));
+  EXPECT_TRUE(followsRedirect({"ftp", "h", std::nullopt}, {"ftp", "h", std::nullopt}));
+  EXPECT_FALSE(followsRedirect({"ftp", "h", std::nullopt}, {"ftp", "h", 21}));
+}
+
 // A window picture of one colour is blank, whatever the row padding holds; one differing pixel
 // anywhere, the last one included, is content.
 TEST(DrawnPixels, OneColourThroughoutIsBlank) {

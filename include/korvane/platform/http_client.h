@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -59,6 +60,23 @@ using HttpResult = std::variant<HttpResponse, TransportError>;
 // can make the host buffer without bound.
 inline constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
 std::string responseTooLargeMessage();
+
+// Where a request goes, as the platform's URL parser reads its address: scheme, host and, when
+// the address or the parser names one, port.
+struct RequestOrigin {
+  std::string scheme;
+  std::string host;
+  std::optional<int> port;
+};
+
+// Whether a client follows a redirect from the request's origin `from` to `to`. The app key and
+// secret travel in headers a client repeats on a redirect, so only the request's own origin is
+// followed: never another host or port, never from https down to http. Scheme and host compare
+// without case; a missing port is the scheme's default. An origin without scheme or host (an
+// address the platform could not read) is never followed.
+bool followsRedirect(const RequestOrigin& from, const RequestOrigin& to);
+// The message of the transport error (kind `other`) that ends a call whose redirect was refused.
+std::string redirectRefusedMessage();
 
 // Sends requests asynchronously. The completion runs exactly once, on a thread of the client's
 // choosing (never the caller's stack), unless the client is destroyed first, which cancels what

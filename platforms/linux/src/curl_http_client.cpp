@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <cerrno>
+#include <charconv>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -31,7 +32,6 @@ struct CurlHttpClient::Transfer {
 namespace {
 
 constexpr std::string_view kTag = "HttpClient";
-constexpr std::string_view kRedirectRefused = "Redirect to another origin not followed";
 
 // libcurl hands over the body already inflated (it asks for gzip), so the limit counts the bytes
 // the host would keep, not the bytes on the wire: a small compressed body cannot grow past it.
@@ -60,30 +60,38 @@ std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user
   return size * count;
 }
 
-// Scheme, host and port, as libcurl reads them; empty when the address does not parse.
-std::string originOf(const char* address) {
-  std::string origin;
+// Scheme, host and port, as libcurl reads them (its default port for the scheme when the address
+// names none); empty parts when the address does not parse.
+RequestOrigin originOf(const char* address) {
+  RequestOrigin origin;
   CURLU* parsed = curl_url();
-  bool complete = parsed && curl_url_set(parsed, CURLUPART_URL, address, 0) == CURLUE_OK;
-  for (CURLUPart part : {CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT}) {
-    char* text = nullptr;
-    complete = complete && curl_url_get(parsed, part, &text, CURLU_DEFAULT_PORT) == CURLUE_OK;
-    if (complete) origin.append(text).push_back(' ');
-    curl_free(text);
+  if (parsed && curl_url_set(parsed, CURLUPART_URL, address, 0) == CURLUE_OK) {
+    const auto part = [&](CURLUPart which) {
+      char* text = nullptr;
+      std::string value;
+      if (curl_url_get(parsed, which, &text, CURLU_DEFAULT_PORT) == CURLUE_OK && text) value = text;
+      curl_free(text);
+      return value;
+    };
+    origin.scheme = part(CURLUPART_SCHEME);
+    origin.host = part(CURLUPART_HOST);
+    const std::string port = part(CURLUPART_PORT);
+    int number = 0;
+    const auto [end, failure] = std::from_chars(port.data(), port.data() + port.size(), number);
+    if (failure == std::errc{} && end == port.data() + port.size()) origin.port = number;
   }
   curl_url_cleanup(parsed);
-  return complete ? origin : std::string();
+  return origin;
 }
 
-// Runs before every request of a transfer, redirects included. The app key and secret travel in
-// headers that libcurl sends to wherever a redirect points, so a redirect is followed only within
-// the request's own origin: never to another host, and never from https down to http.
+// Runs before every request of a transfer, redirects included: a redirect libcurl is about to
+// follow goes on only where the client follows redirects.
 int beforeEachRequest(void* user, char*, char*, int, int) {
   auto* transfer = static_cast<CurlHttpClient::Transfer*>(user);
   const char* current = nullptr;
   curl_easy_getinfo(transfer->easy, CURLINFO_EFFECTIVE_URL, &current);
-  const std::string origin = originOf(transfer->request.url.c_str());
-  if (current && !origin.empty() && originOf(current) == origin) return CURL_PREREQFUNC_OK;
+  if (current && followsRedirect(originOf(transfer->request.url.c_str()), originOf(current)))
+    return CURL_PREREQFUNC_OK;
   transfer->redirectRefused = true;
   return CURL_PREREQFUNC_ABORT;
 }
@@ -212,10 +220,10 @@ struct CurlHttpClient::Engine {
         transfer->completion(TransportError{TransportErrorKind::other, static_cast<long>(code),
                                             responseTooLargeMessage()});
       } else if (transfer->redirectRefused) {
-        KorvaneLogger::e(kTag, std::string(kRedirectRefused) + ": " + transfer->request.method +
-                                   " " + transfer->request.url);
+        KorvaneLogger::e(kTag, redirectRefusedMessage() + ": " + transfer->request.method + " " +
+                                   transfer->request.url);
         transfer->completion(TransportError{TransportErrorKind::other, static_cast<long>(code),
-                                            std::string(kRedirectRefused)});
+                                            redirectRefusedMessage()});
       } else {
         long osErrno = 0;
         curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &osErrno);

@@ -17,8 +17,9 @@ namespace korvane::ios {
 // becomes the session's request and resource timeouts, as one session per such value; the
 // request's own timeout becomes the URL request's. Completions run on the session's delegate
 // queue. A body longer than kMaxResponseBodyBytes ends its task at once, as a transport error of
-// kind `other` with responseTooLargeMessage(). Destroying the client cancels what is in flight
-// and drops the completions.
+// kind `other` with responseTooLargeMessage(); a redirect the core does not follow
+// (followsRedirect) ends it as one with redirectRefusedMessage(). Destroying the client cancels
+// what is in flight and drops the completions.
 class UrlSessionHttpClient final : public HttpClient {
  public:
   UrlSessionHttpClient();
@@ -36,6 +37,10 @@ class UrlSessionHttpClient final : public HttpClient {
   NSMutableDictionary<NSNumber*, NSURLSession*>* sessions_;
   KorvaneBoundedBodies* bodies_;
 };
+
+// An address's origin as NSURL reads it (no port unless the address names one); empty parts
+// when there is no address or it has none.
+RequestOrigin originOf(NSURL* _Nullable url);
 
 // What NSURLSession handed back, in the port's terms: a transport error for an error (kinds from
 // the NSURLErrorDomain codes) or a missing response, otherwise the response (status 0 when it is

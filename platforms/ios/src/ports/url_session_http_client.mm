@@ -2,12 +2,15 @@
 
 #import "support/objc_text.h"
 
+// Why the client cut a task short, if it did.
+enum class KorvaneTaskCut { none, tooLarge, redirectRefused };
+
 // One task's body as it arrives, and the block that hears how the task ended.
 @interface KorvaneBoundedTask : NSObject
 @property(nonatomic, readonly) NSMutableData* body;
-@property(nonatomic) BOOL tooLarge;
+@property(nonatomic) KorvaneTaskCut cut;
 @property(nonatomic, copy) void (^finish)
-    (NSData* body, NSURLResponse* _Nullable response, NSError* _Nullable error, BOOL tooLarge);
+    (NSData* body, NSURLResponse* _Nullable response, NSError* _Nullable error, KorvaneTaskCut cut);
 @end
 
 @implementation KorvaneBoundedTask
@@ -18,10 +21,12 @@
 @end
 
 // Gathers each task's body, up to the client's limit: a task whose announced or received body
-// is longer is cancelled there, so no server can make the app buffer without bound.
+// is longer is cancelled there, so no server can make the app buffer without bound. Redirects
+// are followed only where the core follows them.
 @interface KorvaneBoundedBodies : NSObject <NSURLSessionDataDelegate>
 - (void)track:(NSURLSessionTask*)task
-       finish:(void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, BOOL))finish;
+       finish:
+           (void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, KorvaneTaskCut))finish;
 @end
 
 @implementation KorvaneBoundedBodies {
@@ -34,7 +39,8 @@
 }
 
 - (void)track:(NSURLSessionTask*)task
-       finish:(void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, BOOL))finish {
+       finish:
+           (void (^)(NSData*, NSURLResponse* _Nullable, NSError* _Nullable, KorvaneTaskCut))finish {
   KorvaneBoundedTask* state = [[KorvaneBoundedTask alloc] init];
   state.finish = finish;
   @synchronized(self) {
@@ -58,7 +64,7 @@
   const long long announced = response.expectedContentLength;
   if (announced != NSURLResponseUnknownLength &&
       announced > static_cast<long long>(korvane::kMaxResponseBodyBytes)) {
-    [self stateOf:dataTask remove:NO].tooLarge = YES;
+    [self stateOf:dataTask remove:NO].cut = KorvaneTaskCut::tooLarge;
     return completionHandler(NSURLSessionResponseCancel);
   }
   completionHandler(NSURLSessionResponseAllow);
@@ -68,9 +74,9 @@
           dataTask:(NSURLSessionDataTask*)dataTask
     didReceiveData:(NSData*)data {
   KorvaneBoundedTask* state = [self stateOf:dataTask remove:NO];
-  if (!state || state.tooLarge) return;
+  if (!state || state.cut == KorvaneTaskCut::tooLarge) return;
   if (state.body.length + data.length > korvane::kMaxResponseBodyBytes) {
-    state.tooLarge = YES;
+    state.cut = KorvaneTaskCut::tooLarge;
     state.body.length = 0;
     return [dataTask cancel];
   }
@@ -81,7 +87,23 @@
                     task:(NSURLSessionTask*)task
     didCompleteWithError:(nullable NSError*)error {
   KorvaneBoundedTask* state = [self stateOf:task remove:YES];
-  if (state) state.finish(state.body, task.response, error, state.tooLarge);
+  if (state) state.finish(state.body, task.response, error, state.cut);
+}
+
+// The app key and secret travel in the request's headers, which NSURLSession repeats on a
+// redirect. A refused redirect ends the task with the redirect's own response, reported as the
+// refusal when the task ends.
+- (void)URLSession:(NSURLSession*)session
+                          task:(NSURLSessionTask*)task
+    willPerformHTTPRedirection:(NSHTTPURLResponse*)response
+                    newRequest:(NSURLRequest*)request
+             completionHandler:(void (^)(NSURLRequest* _Nullable))completionHandler {
+  if (korvane::followsRedirect(korvane::ios::originOf(task.originalRequest.URL),
+                               korvane::ios::originOf(request.URL))) {
+    return completionHandler(request);
+  }
+  [self stateOf:task remove:NO].cut = KorvaneTaskCut::redirectRefused;
+  completionHandler(nil);
 }
 
 @end
@@ -118,6 +140,14 @@ void deliverLater(std::function<void(HttpResult)> completion, HttpResult result)
 }
 
 }  // namespace
+
+RequestOrigin originOf(NSURL* _Nullable url) {
+  RequestOrigin origin;
+  if (url.scheme) origin.scheme = toStdString(url.scheme);
+  if (url.host) origin.host = toStdString(url.host);
+  if (url.port) origin.port = url.port.intValue;
+  return origin;
+}
 
 HttpResult translateResponse(NSData* _Nullable data, NSURLResponse* _Nullable response,
                              NSError* _Nullable error) {
@@ -194,15 +224,19 @@ void UrlSessionHttpClient::send(HttpRequest request, std::function<void(HttpResu
   auto done = std::make_shared<std::function<void(HttpResult)>>(std::move(completion));
   NSURLSessionDataTask* task = [sessionFor(request.resourceTimeout) dataTaskWithRequest:urlRequest];
   [bodies_ track:task
-          finish:^(NSData* data, NSURLResponse* response, NSError* error, BOOL tooLarge) {
+          finish:^(NSData* data, NSURLResponse* response, NSError* error, KorvaneTaskCut cut) {
             // The core's completion runs here, off the main thread: its Foundation calls
             // (defaults, logging, the next request) get a pool of their own.
             @autoreleasepool {
               if (!alive->load() || !*done) return;
-              if (tooLarge) {
+              if (cut == KorvaneTaskCut::tooLarge) {
                 return (*done)(TransportError{TransportErrorKind::other,
                                               NSURLErrorDataLengthExceedsMaximum,
                                               responseTooLargeMessage()});
+              }
+              if (cut == KorvaneTaskCut::redirectRefused) {
+                return (*done)(TransportError{TransportErrorKind::other, NSURLErrorUnknown,
+                                              redirectRefusedMessage()});
               }
               (*done)(translateResponse(data, response, error));
             }
