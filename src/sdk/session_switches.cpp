@@ -51,6 +51,9 @@ void SdkSession::applyServerSwitch(const AppData& app) {
     }
   }
   anythingOff_.store(anything, std::memory_order_release);
+  // A prompt the start scheduled before this answer came would ask the person for an SDK that is
+  // off; a later start asks again.
+  if (turnedOffByServer(app, SdkFeature::sdk)) device_->stopAsking();
   if (std::shared_ptr<EventBatchService> service = eventBatchService())
     service->setEnabled(!telemetryOff);
   if (telemetryOff && app.sdkEnabled != false)

@@ -174,5 +174,25 @@ TEST_F(TelemetryTurnedOff, NothingIsSentAndNoTimerWakesTheApp) {
       "[W/KorvaneSdk] Telemetry is turned off by the server. Event not tracked: tapped"));
 }
 
+// A session whose validation answer turned the whole SDK off, before the tracking prompt its start
+// scheduled came due: the prompt never shows, now or at a later activation.
+class SdkTurnedOff : public testing::SignedInSdk {
+ protected:
+  AppData appData() const override {
+    AppData app = SignedInSdk::appData();
+    app.sdkEnabled = false;
+    return app;
+  }
+};
+
+TEST_F(SdkTurnedOff, TheTrackingPromptTheStartScheduledNeverShows) {
+  ASSERT_EQ(fake_.tracking->currentStatus, tracking_status::kNotDetermined);
+  fake_.mainThread->advance(1min);
+  fake_.lifecycle->send(AppLifecycleEvent::didEnterBackground);
+  fake_.lifecycle->send(AppLifecycleEvent::didBecomeActive);
+  settle();
+  EXPECT_EQ(fake_.tracking->prompts, 0);
+}
+
 }  // namespace
 }  // namespace korvane

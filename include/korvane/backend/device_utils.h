@@ -53,6 +53,9 @@ class DeviceUtils : public std::enable_shared_from_this<DeviceUtils> {
   // Back to the zero identifier, and no more asking or reading until initializeAdvertisingIdSync
   // (the person withdrew consent).
   void forgetAdvertisingId();
+  // No tracking prompt and no reading from now until initializeAdvertisingIdSync, the cached
+  // identifier kept (the server turned the SDK off).
+  void stopAsking() { suspended_ = true; }
 
  private:
   void setCachedAdvertisingId(std::string id);
