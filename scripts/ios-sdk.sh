@@ -46,6 +46,20 @@ korvane_ios_sdk() {
   export IOS_SDK IOS_SIMULATOR_SDK
 }
 
+# korvane_write_if_changed FILE: writes standard input to FILE unless FILE already holds exactly
+# that, so that a file the compilers' module caches depend on keeps its time when nothing changed
+# (a newer module map makes every build that shares the cache rebuild its modules). Builds may
+# run at once: the new text lands under a private name and is moved into place.
+korvane_write_if_changed() {
+  local target=$1
+  cat >"$target.$$"
+  if cmp -s "$target.$$" "$target"; then
+    rm -f "$target.$$"
+  else
+    mv "$target.$$" "$target"
+  fi
+}
+
 # korvane_module_flags SDK DIR: sets `module_flags`, what clang needs to build the SDK's modules
 # (`@import`), writing any file that takes into DIR. None on macOS. Off macOS, for LLVM 19: its
 # float.h still includes the SDK's, which the SDK's module map fences off for newer compilers (the
@@ -59,9 +73,10 @@ korvane_module_flags() {
   if [[ -f "$sdk/usr/include/libxml/module.modulemap" && ! -L "$sdk/usr/include/libxml" &&
     -f "$sdk/usr/include/libxml2/libxml/module.modulemap" ]]; then
     mkdir -p "$dir"
-    : >"$dir/empty.modulemap"
+    korvane_write_if_changed "$dir/empty.modulemap" </dev/null
     printf '{"version": 0, "case-sensitive": "true", "roots": [{"type": "file", "name": "%s", "external-contents": "%s"}]}\n' \
-      "$sdk/usr/include/libxml/module.modulemap" "$dir/empty.modulemap" >"$dir/sdk-overlay.json"
+      "$sdk/usr/include/libxml/module.modulemap" "$dir/empty.modulemap" |
+      korvane_write_if_changed "$dir/sdk-overlay.json"
     module_flags+=(-ivfsoverlay "$dir/sdk-overlay.json")
   fi
 }
@@ -99,8 +114,7 @@ korvane_swift() {
     fi
   done
   shim_map="$toolchain/lib/swift/shims/module.modulemap"
-  sed -n 's/^module \([A-Za-z_]*\) {.*/extern module \1 "'"${shim_map//\//\\/}"'"/p' "$shim_map" \
-    >"$dir/shims/module.modulemap.$$"
-  mv "$dir/shims/module.modulemap.$$" "$dir/shims/module.modulemap"  # builds may share the cache
+  sed -n 's/^module \([A-Za-z_]*\) {.*/extern module \1 "'"${shim_map//\//\\/}"'"/p' "$shim_map" |
+    korvane_write_if_changed "$dir/shims/module.modulemap"
   swift_flags=(-resource-dir "$resources" -I "$dir/shims")
 }
