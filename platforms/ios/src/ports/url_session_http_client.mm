@@ -61,10 +61,14 @@ enum class KorvaneTaskCut { none, tooLarge, redirectRefused };
               dataTask:(NSURLSessionDataTask*)dataTask
     didReceiveResponse:(NSURLResponse*)response
      completionHandler:(void (^)(NSURLSessionResponseDisposition))completionHandler {
+  KorvaneBoundedTask* state = [self stateOf:dataTask remove:NO];
+  // A refused redirect's own body is of no use.
+  if (state.cut == KorvaneTaskCut::redirectRefused)
+    return completionHandler(NSURLSessionResponseCancel);
   const long long announced = response.expectedContentLength;
   if (announced != NSURLResponseUnknownLength &&
       announced > static_cast<long long>(korvane::kMaxResponseBodyBytes)) {
-    [self stateOf:dataTask remove:NO].cut = KorvaneTaskCut::tooLarge;
+    state.cut = KorvaneTaskCut::tooLarge;
     return completionHandler(NSURLSessionResponseCancel);
   }
   completionHandler(NSURLSessionResponseAllow);
@@ -91,7 +95,7 @@ enum class KorvaneTaskCut { none, tooLarge, redirectRefused };
 }
 
 // The app key and secret travel in the request's headers, which NSURLSession repeats on a
-// redirect. A refused redirect ends the task with the redirect's own response, reported as the
+// redirect. A refused redirect ends the task at the redirect's own response, reported as the
 // refusal when the task ends.
 - (void)URLSession:(NSURLSession*)session
                           task:(NSURLSessionTask*)task
