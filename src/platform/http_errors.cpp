@@ -1,8 +1,10 @@
 #include "korvane/platform/http_client.h"
 
-#include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "util/url_text.h"
 
 namespace korvane {
 
@@ -34,30 +36,9 @@ std::string responseTooLargeMessage() {
          " bytes; the rest was not read";
 }
 
-namespace {
-
-bool sameWithoutCase(std::string_view a, std::string_view b) {
-  const auto lower = [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [&](char x, char y) { return lower(x) == lower(y); });
-}
-
-std::optional<int> portOf(const RequestOrigin& origin) {
-  if (origin.port) return origin.port;
-  if (sameWithoutCase(origin.scheme, "http")) return 80;
-  if (sameWithoutCase(origin.scheme, "https")) return 443;
-  return std::nullopt;
-}
-
-}  // namespace
-
-bool followsRedirect(const RequestOrigin& from, const RequestOrigin& to) {
-  if (from.scheme.empty() || from.host.empty() || to.scheme.empty() || to.host.empty())
-    return false;
-  return sameWithoutCase(from.scheme, to.scheme) && sameWithoutCase(from.host, to.host) &&
-         portOf(from) == portOf(to);
+bool followsRedirect(std::string_view from, std::string_view to) {
+  const std::optional<std::string> origin = url::origin(from);
+  return origin && origin == url::origin(to);
 }
 
 std::string redirectRefusedMessage() {

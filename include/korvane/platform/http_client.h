@@ -3,8 +3,8 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -61,20 +61,11 @@ using HttpResult = std::variant<HttpResponse, TransportError>;
 inline constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
 std::string responseTooLargeMessage();
 
-// Where a request goes, as the platform's URL parser reads its address: scheme, host and, when
-// the address or the parser names one, port.
-struct RequestOrigin {
-  std::string scheme;
-  std::string host;
-  std::optional<int> port;
-};
-
-// Whether a client follows a redirect from the request's origin `from` to `to`. The app key and
-// secret travel in headers a client repeats on a redirect, so only the request's own origin is
-// followed: never another host or port, never from https down to http. Scheme and host compare
-// without case; a missing port is the scheme's default. An origin without scheme or host (an
-// address the platform could not read) is never followed.
-bool followsRedirect(const RequestOrigin& from, const RequestOrigin& to);
+// Whether a client follows a redirect of a request for the address `from` to the address `to`.
+// The app key and secret travel in headers a client repeats on a redirect, so only the request's
+// own origin is followed (scheme, host and port, as the SDK's URL reading normalises them): never
+// another host or port, never from https down to http, never an address it cannot read strictly.
+bool followsRedirect(std::string_view from, std::string_view to);
 // The message of the transport error (kind `other`) that ends a call whose redirect was refused.
 std::string redirectRefusedMessage();
 

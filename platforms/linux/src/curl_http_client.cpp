@@ -3,7 +3,6 @@
 #include <curl/curl.h>
 
 #include <cerrno>
-#include <charconv>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -60,37 +59,14 @@ std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* user
   return size * count;
 }
 
-// Scheme, host and port, as libcurl reads them (its default port for the scheme when the address
-// names none); empty parts when the address does not parse.
-RequestOrigin originOf(const char* address) {
-  RequestOrigin origin;
-  CURLU* parsed = curl_url();
-  if (parsed && curl_url_set(parsed, CURLUPART_URL, address, 0) == CURLUE_OK) {
-    const auto part = [&](CURLUPart which) {
-      char* text = nullptr;
-      std::string value;
-      if (curl_url_get(parsed, which, &text, CURLU_DEFAULT_PORT) == CURLUE_OK && text) value = text;
-      curl_free(text);
-      return value;
-    };
-    origin.scheme = part(CURLUPART_SCHEME);
-    origin.host = part(CURLUPART_HOST);
-    const std::string port = part(CURLUPART_PORT);
-    int number = 0;
-    const auto [end, failure] = std::from_chars(port.data(), port.data() + port.size(), number);
-    if (failure == std::errc{} && end == port.data() + port.size()) origin.port = number;
-  }
-  curl_url_cleanup(parsed);
-  return origin;
-}
-
-// Runs before every request of a transfer, redirects included: a redirect libcurl is about to
-// follow goes on only where the client follows redirects.
+// Runs before every request of a transfer: the request's own address goes, a redirect libcurl is
+// about to follow goes on only where the client follows redirects.
 int beforeEachRequest(void* user, char*, char*, int, int) {
   auto* transfer = static_cast<CurlHttpClient::Transfer*>(user);
   const char* current = nullptr;
   curl_easy_getinfo(transfer->easy, CURLINFO_EFFECTIVE_URL, &current);
-  if (current && followsRedirect(originOf(transfer->request.url.c_str()), originOf(current)))
+  if (current &&
+      (transfer->request.url == current || followsRedirect(transfer->request.url, current)))
     return CURL_PREREQFUNC_OK;
   transfer->redirectRefused = true;
   return CURL_PREREQFUNC_ABORT;

@@ -38,10 +38,6 @@ class UrlSessionHttpClient final : public HttpClient {
   KorvaneBoundedBodies* bodies_;
 };
 
-// An address's origin as NSURL reads it (no port unless the address names one); empty parts
-// when there is no address or it has none.
-RequestOrigin originOf(NSURL* _Nullable url);
-
 // What NSURLSession handed back, in the port's terms: a transport error for an error (kinds from
 // the NSURLErrorDomain codes) or a missing response, otherwise the response (status 0 when it is
 // not an HTTP response).

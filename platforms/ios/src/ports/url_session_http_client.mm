@@ -102,8 +102,8 @@ enum class KorvaneTaskCut { none, tooLarge, redirectRefused };
     willPerformHTTPRedirection:(NSHTTPURLResponse*)response
                     newRequest:(NSURLRequest*)request
              completionHandler:(void (^)(NSURLRequest* _Nullable))completionHandler {
-  if (korvane::followsRedirect(korvane::ios::originOf(task.originalRequest.URL),
-                               korvane::ios::originOf(request.URL))) {
+  if (korvane::followsRedirect(korvane::ios::toStdString(task.originalRequest.URL.absoluteString),
+                               korvane::ios::toStdString(request.URL.absoluteString))) {
     return completionHandler(request);
   }
   [self stateOf:task remove:NO].cut = KorvaneTaskCut::redirectRefused;
@@ -144,14 +144,6 @@ void deliverLater(std::function<void(HttpResult)> completion, HttpResult result)
 }
 
 }  // namespace
-
-RequestOrigin originOf(NSURL* _Nullable url) {
-  RequestOrigin origin;
-  if (url.scheme) origin.scheme = toStdString(url.scheme);
-  if (url.host) origin.host = toStdString(url.host);
-  if (url.port) origin.port = url.port.intValue;
-  return origin;
-}
 
 HttpResult translateResponse(NSData* _Nullable data, NSURLResponse* _Nullable response,
                              NSError* _Nullable error) {
